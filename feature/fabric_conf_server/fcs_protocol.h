@@ -1,0 +1,157 @@
+/**
+ * The protocol between the SNMP module and the FCS service: message opcodes, record ids, operation
+ * codes, results and record layouts. Both sides include this header; nothing of it stands
+ * elsewhere.
+ *
+ * Both ends live on one machine, so words travel as they lie in memory and are never converted.
+ * World-wide names, management identifiers and texts are octets, and octets keep their order.
+ */
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+/** Service id of the FCS service in the platform's messaging. */
+constexpr uint32_t FCS_SERVICE_ID = 20;
+
+/** Longest request or response record, in octets. */
+constexpr uint32_t FCS_MESSAGE_ROOM = 1024;
+
+/** Message opcodes: requests to the service, and the notifications it sends. */
+enum FcsMessage : uint32_t {
+  FCS_MSG_REQUEST = 1402,           ///< A record request: FcsRequest, with an FcsOperation as flag.
+  FCS_MSG_REG_REQ_REJ = 1407,       ///< Notification: a registration request was rejected.
+  FCS_MSG_DISC_COMPLETE = 1408,     ///< Notification: a named discovery is complete.
+  FCS_MSG_DISC_COMP_ON_VSAN = 1409, ///< Notification: discovery is complete on one VSAN.
+  FCS_MSG_TIMEOUT_ON_VSAN = 1411,   ///< Notification: discovery timed out on one VSAN.
+  FCS_MSG_IP_ADDR_CHANGE = 1415,    ///< Notification: a management address has changed.
+};
+
+/** What a record request asks for; travels as the message's request flag. */
+enum FcsOperation : uint32_t {
+  FCS_OP_GET = 1,     ///< The record with exactly this key; also every keyless request.
+  FCS_OP_GETNEXT = 2, ///< The first record whose key follows the given key.
+  FCS_OP_SET = 3,     ///< Create or change a record.
+  FCS_OP_DELETE = 4,  ///< Delete a record.
+};
+
+/** Record ids: what a record request is about. */
+enum FcsRecordId : uint32_t {
+  FCS_REC_DISCOVERY_STATUS = 10, ///< fcs_disc_status_record, keyed by VSAN.
+  FCS_REC_IE = 20,               ///< IeEntry, keyed by IeKey.
+  FCS_REC_MGMT_ADDR = 30,        ///< Management address row.
+  FCS_REC_PORT_LIST = 40,        ///< Port list.
+  FCS_REC_PORT = 50,             ///< Port.
+  FCS_REC_ATTACH_PORT = 60,      ///< Attached port name.
+  FCS_REC_PLATFORM = 70,         ///< Platform row.
+  FCS_REC_NODE_NAME = 80,        ///< Node name row.
+  FCS_REC_STATISTICS = 90,       ///< FcsStatsRecord, keyed by VSAN.
+  FCS_REC_TOTAL_REJECTS = 100,   ///< One word: rejected requests of all VSANs.
+  FCS_REC_IE_COUNT = 110,        ///< One word: number of interconnect elements.
+  FCS_REC_PORT_COUNT = 120,      ///< One word: number of ports.
+  FCS_REC_PLATFORM_COUNT = 130,  ///< One word: number of platforms.
+  FCS_REC_REJECT_TRAP = 140,     ///< One word, asked before a reject notification.
+  FCS_REC_COMPLETE_TRAP = 150,   ///< One word, asked before a completion notification.
+};
+
+/**
+ * Result of a request, as the service answers it. 0 is success. None is a multiple of 256: the
+ * module keeps a result's low octet only.
+ */
+enum FcsResult : int32_t {
+  FCS_OK = 0,
+  FCS_ERR_NO_SUCH_RECORD = 1, ///< The service does not serve this record id or opcode.
+  FCS_ERR_NO_SUCH_ROW = 2,    ///< No row has this key, or none follows it.
+  FCS_ERR_BAD_LENGTH = 3,     ///< The request is shorter or longer than its record.
+  FCS_ERR_BAD_OPERATION = 4,  ///< The record does not take this operation.
+  FCS_ERR_STORE = 5,          ///< The service could not read or write its store.
+};
+
+/** First VSAN or list index word of an answer that says: no row follows. */
+constexpr uint32_t FCS_END_OF_TABLE = 0xFFFFFFFF;
+
+/** Octets of a world-wide name. */
+constexpr size_t FCS_WWN_LENGTH = 8;
+
+/** A record request: the record id, then the caller's bytes. */
+struct FcsRequest {
+  uint32_t record_id;
+  uint8_t payload[FCS_MESSAGE_ROOM - sizeof(uint32_t)];
+};
+static_assert(offsetof(FcsRequest, payload) == 4 && sizeof(FcsRequest) == FCS_MESSAGE_ROOM);
+
+/** Record 10: discovery status of one VSAN. The request is the first word only. */
+struct fcs_disc_status_record {
+  uint32_t vsan;             ///< FCS_END_OF_TABLE: no row.
+  int32_t status;            ///< FcsDiscoveryStatus.
+  int32_t completed_seconds; ///< Time of day of the last completion; 0 and 0: never completed.
+  int32_t completed_microseconds;
+};
+static_assert(offsetof(fcs_disc_status_record, status) == 4);
+static_assert(offsetof(fcs_disc_status_record, completed_seconds) == 8);
+static_assert(offsetof(fcs_disc_status_record, completed_microseconds) == 12);
+static_assert(sizeof(fcs_disc_status_record) == 16);
+
+/** Discovery status of a VSAN. */
+enum FcsDiscoveryStatus : int32_t {
+  FCS_DISCOVERY_IN_PROGRESS = 1,
+  FCS_DISCOVERY_COMPLETED = 2,
+  FCS_DISCOVERY_LOCAL_ONLY = 3, ///< Never discovered, invalidated or timed out.
+};
+
+/** Record 20, request: key of an interconnect element. */
+struct IeKey {
+  uint32_t vsan;
+  uint8_t name[FCS_WWN_LENGTH];
+};
+static_assert(offsetof(IeKey, name) == 4 && sizeof(IeKey) == 12);
+
+/** Record 20, answer: an interconnect element (switch, hub or bridge). */
+struct IeEntry {
+  uint32_t vsan; ///< FCS_END_OF_TABLE: no row follows.
+  uint8_t name[FCS_WWN_LENGTH];
+  uint32_t type; ///< FC-GS element type: 0 unknown, 1 switch, 2 hub, 3 bridge.
+  uint32_t domain_id;
+  uint8_t mgmt_id[4]; ///< 24-bit address identifier in octets 1 to 3, octet 0 is 0.
+  uint8_t fabric_name[FCS_WWN_LENGTH];
+  uint8_t logical_name_length;
+  uint8_t logical_name[255];
+  uint32_t mgmt_addr_list_index;
+  uint8_t info_list[256];
+  uint32_t port_list_index;
+};
+static_assert(offsetof(IeEntry, name) == 4);
+static_assert(offsetof(IeEntry, type) == 12);
+static_assert(offsetof(IeEntry, domain_id) == 16);
+static_assert(offsetof(IeEntry, mgmt_id) == 20);
+static_assert(offsetof(IeEntry, fabric_name) == 24);
+static_assert(offsetof(IeEntry, logical_name_length) == 32);
+static_assert(offsetof(IeEntry, logical_name) == 33);
+static_assert(offsetof(IeEntry, mgmt_addr_list_index) == 288);
+static_assert(offsetof(IeEntry, info_list) == 292);
+static_assert(offsetof(IeEntry, port_list_index) == 548);
+static_assert(sizeof(IeEntry) == 552);
+
+/** Record 90: request counters of one VSAN. The request is the first word only. */
+struct FcsStatsRecord {
+  uint32_t vsan;
+  uint32_t rx_get_reqs;
+  uint32_t tx_get_reqs;
+  uint32_t rx_reg_reqs;
+  uint32_t rx_dereg_reqs;
+  uint32_t tx_reg_reqs;
+  uint32_t tx_dereg_reqs;
+  uint32_t rx_rscns;
+  uint32_t tx_rscns;
+  uint32_t rejects;
+};
+static_assert(offsetof(FcsStatsRecord, rx_get_reqs) == 4);
+static_assert(offsetof(FcsStatsRecord, tx_get_reqs) == 8);
+static_assert(offsetof(FcsStatsRecord, rx_reg_reqs) == 12);
+static_assert(offsetof(FcsStatsRecord, rx_dereg_reqs) == 16);
+static_assert(offsetof(FcsStatsRecord, tx_reg_reqs) == 20);
+static_assert(offsetof(FcsStatsRecord, tx_dereg_reqs) == 24);
+static_assert(offsetof(FcsStatsRecord, rx_rscns) == 28);
+static_assert(offsetof(FcsStatsRecord, tx_rscns) == 32);
+static_assert(offsetof(FcsStatsRecord, rejects) == 36);
+static_assert(sizeof(FcsStatsRecord) == 40);
