@@ -1,0 +1,50 @@
+/**
+ * Agent host: who is asking, the notification switches, and the delivery of the FCS service's
+ * notifications to the module. Everything happens on the agent's request thread.
+ */
+#pragma once
+
+#include <cstdint>
+
+#include <net-snmp/net-snmp-config.h>
+
+#include <net-snmp/net-snmp-includes.h>
+
+struct IpcMessage;
+
+/**
+ * User of a request: its SNMP security name, never a community.
+ * \param request 0: the request being served.
+ * \return a text that stays valid until the request is answered; empty outside of a request.
+ */
+const char *agent_session_user(int request);
+
+/**
+ * Session id of a request, for the records of the service.
+ * \param request 0: the request being served. Outside of a request the result is 0.
+ */
+uint32_t agent_session_id(int request);
+
+/**
+ * A handler of one of the service's notifications.
+ *
+ * \param message         The notification; null when it was lost.
+ * \param trap_oid        Room for 13 sub-identifiers, for the OID of the SNMP notification.
+ * \param trap_oid_length Its length, set when `*send` becomes 1.
+ * \param send            Set to 1 when the agent host is to send an SNMP notification, else to 0.
+ * \return the notification's variable bindings, owned by the agent host; null for none.
+ */
+using AgentNotifHandler = netsnmp_variable_list *(const IpcMessage *message, oid *trap_oid,
+                                                  size_t *trap_oid_length, int *send);
+
+/**
+ * Has `handler` called for every notification with message opcode `opcode`, one at a time and never
+ * while a request is being served. An opcode has one handler; the last registration counts.
+ */
+void agent_notif_register(uint32_t opcode, AgentNotifHandler *handler);
+
+/** Ends the registration of `opcode`. */
+void agent_notif_unregister(uint32_t opcode);
+
+/** Whether the SNMP notification of message opcode `opcode` is switched on: 1 when it is. */
+int32_t agent_notif_enable_get(uint32_t opcode);
