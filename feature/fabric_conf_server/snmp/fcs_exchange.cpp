@@ -1,0 +1,60 @@
+#include "fcs_exchange.h"
+
+#include "fcs_trace.h"
+#include "feature/fabric_conf_server/fcs_protocol.h"
+#include "platform/agent_host.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+uint8_t fcs_req_status;
+
+/** Builds the request record and returns its length. */
+static uint32_t build_request(FcsRequest *request, uint32_t record_id, const void *payload,
+                              uint32_t payload_length) {
+  request->record_id = record_id;
+  if (payload != nullptr) {
+    memcpy(request->payload, payload, payload_length);
+  }
+  return payload_length + static_cast<uint32_t>(sizeof(request->record_id));
+}
+
+static int32_t exchange(uint32_t operation, const FcsRequest *request, void **response,
+                        uint32_t *length) {
+  fputs("Before CMI\n", stderr);
+  return ipc_req_resp(FCS_MSG_REQUEST, operation, request, response, length, agent_session_user(0),
+                      agent_session_id(0), FCS_SERVICE_ID, ipc_response_queue, 0);
+}
+
+void fcs_get_data(uint32_t record_id, uint32_t operation, const void *payload,
+                  uint32_t payload_length, void *answer) {
+  FcsRequest request;
+  uint32_t length = build_request(&request, record_id, payload, payload_length);
+  FCS_DETAIL("%s:before sending cmi\n");
+  void *response = nullptr;
+  fcs_req_status = static_cast<uint8_t>(exchange(operation, &request, &response, &length));
+  FCS_DETAIL("%s:err %d\n", fcs_req_status);
+  if (fcs_req_status != 0) {
+    return;
+  }
+  if (response == nullptr) {
+    length = 0; // A failure whose code is a multiple of 256 brings no response.
+  }
+  int32_t first_word = 0;
+  memcpy(&first_word, response, std::min<size_t>(length, sizeof(first_word)));
+  const int octets = static_cast<int>(length);
+  FCS_DETAIL("%s:len = %d val = %d \n", octets, first_word);
+  printf("len = %d val = %d\n", octets, first_word);
+  memcpy(answer, response, length);
+  free(response);
+}
+
+int32_t fcs_set_data(uint32_t record_id, uint32_t operation, const void *payload,
+                     uint32_t payload_length) {
+  FcsRequest request;
+  uint32_t length = build_request(&request, record_id, payload, payload_length);
+  FCS_DETAIL("%s:before cmi set\n");
+  return exchange(operation, &request, nullptr, &length);
+}

@@ -1,0 +1,140 @@
+/**
+ * The SNMP module of the Fabric Configuration Server: its objects, its state, and the handlers that
+ * the variable table names. The agent calls one handler at a time, and every buffer here relies on
+ * it: a value returned to the agent is valid until the next request.
+ */
+#pragma once
+
+#include "fcs_exchange.h"
+#include "platform/agent_host.h"
+#include "platform/bitmap.h"
+#include "platform/row_index.h"
+
+#include <cstdint>
+
+#include <net-snmp/net-snmp-config.h>
+
+#include <net-snmp/net-snmp-includes.h>
+
+#include <net-snmp/agent/net-snmp-agent-includes.h>
+
+/** The registered objects by name, with the magic that the variable table gives their handlers. */
+enum FcsObject : u_char {
+  fcsVsanDiscoverySpinLock = 1,
+  fcsVsanDiscoveryName = 2,
+  fcsVsanDiscoveryList2k = 3,
+  fcsVsanDiscoveryList4k = 4,
+  fcsStartDiscovery = 5,
+  fcsDiscoveryStatus = 8,
+  fcsDiscoveryCompletedTime = 9,
+  fcsVsanDiscoveryTimeOut = 10,
+  fcsDiscoveryInvalidateCache2k = 11,
+  fcsDiscoveryInvalidateCache4k = 12,
+  fcsIeNumber = 13,
+  fcsIeType = 17,
+  fcsIeDomainId = 18,
+  fcsIeMgmtId = 19,
+  fcsIeFabricName = 20,
+  fcsIeLogicalName = 21,
+  fcsIeMgmtAddrListIndex = 22,
+  fcsIeInfoList = 23,
+  fcsIePortListIndex = 24,
+  fcsMgmtAddr = 29,
+  fcsMgmtAddrConfigSource = 30,
+  fcsMgmtAddrRowStatus = 31,
+  fcsPortListIndex = 34,
+  fcsPortNumber = 35,
+  fcsPortType = 39,
+  fcsPortTxType = 40,
+  fcsPortModuleType = 41,
+  fcsPortPhyPortNum = 42,
+  fcsPortAttachPortNameIndex = 43,
+  fcsPortState = 44,
+  fcsAttachPortName = 48,
+  fcsPlatformNumber = 49,
+  fcsPlatformName = 53,
+  fcsPlatformType = 54,
+  fcsPlatformNodeNameListIndex = 55,
+  fcsPlatformMgmtAddrListIndex = 56,
+  fcsPlatformConfigSource = 57,
+  fcsPlatformValidation = 58,
+  fcsPlatformValidationResult = 59,
+  fcsPlatformRowStatus = 60,
+  fcsNodeNameConfigSource = 65,
+  fcsNodeNameRowStatus = 66,
+  fcsReqRejNotifyEnable = 67,
+  fcsDiscoveryCompleteNotifyEnable = 68,
+  fcsTotalRejects = 69,
+  fcsRxGetReqs = 72,
+  fcsTxGetReqs = 73,
+  fcsRxRegReqs = 74,
+  fcsTxRegReqs = 75,
+  fcsRxDeregReqs = 76,
+  fcsTxDeregReqs = 77,
+  fcsTxRscns = 78,
+  fcsRxRscns = 79,
+  fcsRejects = 80,
+  fcsRejReasonCode = 81,
+  fcsRejReasonCodeExpl = 82,
+};
+
+/** Registers the module with the agent and the agent host. Called by the library's load hook. */
+void init_fcs_mib();
+
+/** Takes the registrations down; the module's state stays. Called by the unload hook. */
+void deinit_fcs_mib();
+
+// ---- Read handlers, by the file that holds them. Each returns the value, or null for no instance.
+
+FindVarMethod var_zephrinFcsMIB; // fcs_scalars.cpp
+
+FindVarMethod var_fcsStatsTable; // fcs_statistics.cpp
+
+FindVarMethod var_fcsIeTable; // fcs_ie_table.cpp
+
+FindVarMethod var_fcsPortListTable; // fcs_port_tables.cpp
+FindVarMethod var_fcsPortTable;
+FindVarMethod var_fcsAttachPortNameListTable;
+
+FindVarMethod var_fcsMgmtAddrListTable; // fcs_config_tables.cpp
+FindVarMethod var_fcsPlatformTable;
+FindVarMethod var_fcsNodeNameListTable;
+
+FindVarMethod var_fcsDiscoveryStatusTable; // fcs_discovery.cpp
+
+// ---- Handlers of the service's notifications (fcs_notifications.cpp).
+
+AgentNotifHandler handle_fcs_reg_req_rej_notif;
+AgentNotifHandler handle_fcs_disc_comp_notif;
+AgentNotifHandler handle_fcs_disc_comp_on_vsan_notif;
+AgentNotifHandler handle_fcs_timeout_on_vsan_notif;
+AgentNotifHandler handle_fcs_ip_addr_change_notif;
+
+// ---- Order of the pending rows (fcs_config_rows.cpp).
+
+RowIndexCompare mgmt_addr_cmp;
+RowIndexCompare platform_cmp;
+
+// ---- Module state. A 2k bitmap holds VSANs 1 to 2048, a 4k bitmap VSANs 2049 to 4096.
+
+extern VsanBitmap fcs_vsan_2k; ///< The VSAN discovery list as last written.
+extern VsanBitmap fcs_vsan_4k;
+extern VsanBitmap fcs_vsan_total_2k; ///< VSANs on which a discovery is outstanding.
+extern VsanBitmap fcs_vsan_total_4k;
+extern VsanBitmap fcs_notif_2k; ///< VSANs whose discovery-complete notification has arrived.
+extern VsanBitmap fcs_notif_4k;
+extern VsanBitmap fcs_invalidate_cache_2k; ///< VSANs of the last cache invalidation.
+extern VsanBitmap fcs_invalidate_cache_4k;
+
+extern char fcs_discovery_name[33];
+extern int32_t fcs_spin_lock;
+extern int32_t fcs_discovery_timeout;
+extern int32_t fcs_start_discovery;
+extern int32_t fcs_rej_reason_code;      ///< The last reject reason, as fcsRejReasonCode shows it.
+extern int32_t fcs_rej_reason_code_expl; ///< Its explanation, as fcsRejReasonCodeExpl shows it.
+
+extern RowIndex *temp_mgmt_addr_table; ///< Rows that a manager is creating.
+extern RowIndex *temp_platform_table;
+
+/** Through this word every scalar of integer type is returned. */
+extern FcsAnswer<int32_t> fcs_return_value;

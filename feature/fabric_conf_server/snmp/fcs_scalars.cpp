@@ -1,0 +1,198 @@
+#include "fcs_mib.h"
+#include "fcs_trace.h"
+#include "fcs_values.h"
+#include "feature/fabric_conf_server/fcs_protocol.h"
+#include "platform/role.h"
+
+#include <cstring>
+
+#include <net-snmp/agent/util_funcs/header_generic.h>
+
+namespace {
+
+/** The 2k half lies in the first bytes of a whole-range bitmap, the 4k half behind it. */
+enum HalfOffset : uint32_t { kHalf2k = 0, kHalf4k = FCS_HALF_BYTES };
+
+/** The VSAN discovery lists are put together here. */
+VsanBitmap fcs_vsan_list_buf;
+
+/** What a list reads as when the role filter fails: four zero octets, deliberately not an error. */
+uint8_t no_vsans[4];
+
+u_char *integer(int32_t value) {
+  fcs_return_value.record = value;
+  return reinterpret_cast<u_char *>(&fcs_return_value.record);
+}
+
+/** The word that the service answers a keyless request with; null when the exchange failed. */
+u_char *count(FcsRecordId record_id) {
+  fcs_get_data(record_id, FCS_OP_GET, nullptr, 0, &fcs_return_value);
+  return fcs_req_status == 0 ? reinterpret_cast<u_char *>(&fcs_return_value.record) : nullptr;
+}
+
+/** A TruthValue: only an enable state of exactly 1 is true. */
+u_char *truth(int32_t enabled) {
+  return integer(enabled == 1 ? 1 : 2);
+}
+
+/**
+ * Takes the VSANs that the user may not read out of `list`, one half of the VSANs.
+ * \return false when the role service failed; `list` is then unchanged.
+ */
+bool filter_list(VsanBitmap *list, HalfOffset half, const oid *name, size_t length) {
+  VsanBitmap by_position;
+  VsanBitmap by_id;
+  fcs_bitmap_init(&by_position, FCS_WHOLE_BYTES);
+  fcs_bitmap_init(&by_id, FCS_WHOLE_BYTES);
+  memcpy(by_position.bytes + half, list->bytes, FCS_HALF_BYTES);
+  fcs_vsan_shift_up(&by_position, &by_id);
+
+  VsanBitmap readable;
+  fcs_bitmap_init(&readable, FCS_WHOLE_BYTES);
+  if (role_allowed_vsans_from_list(&by_id, &readable, name, length, ROLE_ACCESS_READ) != 0) {
+    return false;
+  }
+  bitmap_clear(&by_position);
+  fcs_vsan_shift_down(&readable, &by_position);
+  memcpy(list->bytes, by_position.bytes + half, FCS_HALF_BYTES);
+  return true;
+}
+
+/** The VSANs that are staged for a discovery and those on which one is outstanding. */
+VsanBitmap *discovery_list(const VsanBitmap *staged, const VsanBitmap *outstanding) {
+  fcs_bitmap_init(&fcs_vsan_list_buf, FCS_HALF_BYTES);
+  bitmap_copy(&fcs_vsan_list_buf, staged);
+  bitmap_union(&fcs_vsan_list_buf, outstanding);
+  return &fcs_vsan_list_buf;
+}
+
+u_char *image(VsanBitmap *list, size_t *var_len) {
+  *var_len = fcs_trim_trailing_blanks(list);
+  return list->bytes;
+}
+
+} // namespace
+
+u_char *var_zephrinFcsMIB(variable *vp, oid *name, size_t *length, int exact, size_t *var_len,
+                          WriteMethod **write_method) {
+  FCS_DETAIL("%s:entering\n");
+  if (header_generic(vp, name, length, exact, var_len, write_method) == MATCH_FAILED) {
+    FCS_DETAIL("%s:return NULL\n");
+    return nullptr;
+  }
+  *var_len = sizeof(int32_t);
+
+  switch (vp->magic) {
+  case fcsVsanDiscoverySpinLock:
+    FCS_DETAIL("%s:return DiscSpinLock\n");
+    return integer(fcs_spin_lock);
+
+  case fcsVsanDiscoveryName:
+    *var_len = strlen(fcs_discovery_name);
+    FCS_DETAIL("%s:return DiscName\n");
+    return reinterpret_cast<u_char *>(fcs_discovery_name);
+
+  case fcsVsanDiscoveryList2k: {
+    VsanBitmap *list = discovery_list(&fcs_vsan_2k, &fcs_vsan_total_2k);
+    if (!filter_list(list, kHalf2k, name, *length)) {
+      FCS_EVENT("get_allowed_vsans.. ret error\n");
+      return no_vsans;
+    }
+    FCS_EVENT("get_allowed_vsans ... ret success\n");
+    return image(list, var_len);
+  }
+
+  case fcsVsanDiscoveryList4k: {
+    VsanBitmap *list = discovery_list(&fcs_vsan_4k, &fcs_vsan_total_4k);
+    if (!filter_list(list, kHalf4k, name, *length)) {
+      FCS_DETAIL("%s:return DiscList4k error\n");
+      return no_vsans;
+    }
+    FCS_DETAIL("%s:return DiscList4k Success\n");
+    return image(list, var_len);
+  }
+
+  case fcsStartDiscovery:
+    FCS_DETAIL("%s:return Disc\n");
+    return integer(2); // Always "do nothing", whatever was written last.
+
+  case fcsVsanDiscoveryTimeOut:
+    FCS_DETAIL("%s:return DiscTimeout\n");
+    return integer(fcs_discovery_timeout);
+
+  // A read narrows the stored invalidation list to what the reader may see, for every later reader.
+  case fcsDiscoveryInvalidateCache2k:
+    if (!filter_list(&fcs_invalidate_cache_2k, kHalf2k, name, *length)) {
+      FCS_DETAIL("%s:return DiscInvalDate2k error\n");
+      return no_vsans;
+    }
+    FCS_DETAIL("%s:return DiscInvalDate2k succ\n");
+    return image(&fcs_invalidate_cache_2k, var_len);
+
+  case fcsDiscoveryInvalidateCache4k:
+    if (!filter_list(&fcs_invalidate_cache_4k, kHalf4k, name, *length)) {
+      FCS_DETAIL("%s:return DiscInvalDate4k error\n");
+      return no_vsans;
+    }
+    FCS_DETAIL("%s:return DiscInvalDate4k succ\n");
+    return image(&fcs_invalidate_cache_4k, var_len);
+
+  case fcsIeNumber: {
+    u_char *elements = count(FCS_REC_IE_COUNT);
+    if (elements == nullptr) {
+      FCS_DETAIL("%s:return NULL ie number\n");
+      return nullptr;
+    }
+    FCS_DETAIL("%s:return ie number\n");
+    return elements;
+  }
+
+  case fcsPortNumber: {
+    u_char *ports = count(FCS_REC_PORT_COUNT);
+    if (ports == nullptr) {
+      FCS_DETAIL("%s:return NULL port number\n");
+      return nullptr;
+    }
+    FCS_DETAIL("%s:return port number\n");
+    return ports;
+  }
+
+  case fcsPlatformNumber: {
+    u_char *platforms = count(FCS_REC_PLATFORM_COUNT);
+    if (platforms == nullptr) {
+      FCS_DETAIL("%s:return NULL platform number\n");
+      return nullptr;
+    }
+    FCS_DETAIL("%s:return platform number\n");
+    return platforms;
+  }
+
+  case fcsReqRejNotifyEnable: {
+    const int32_t enabled = agent_notif_enable_get(FCS_MSG_REG_REQ_REJ);
+    FCS_DETAIL("%s:ret_code Rejnotif enable: 0x%x\n", static_cast<uint32_t>(enabled));
+    FCS_DETAIL("%s:return Rejnotif number\n");
+    return truth(enabled);
+  }
+
+  case fcsDiscoveryCompleteNotifyEnable: {
+    const int32_t enabled = agent_notif_enable_get(FCS_MSG_DISC_COMPLETE);
+    FCS_DETAIL("%s:ret_code ComplteNotify enable: 0x%x\n", static_cast<uint32_t>(enabled));
+    FCS_DETAIL("%s:return Comnoti number\n");
+    return truth(enabled);
+  }
+
+  case fcsTotalRejects:
+    // Deliberately untested: after a failed exchange the last integer answered is repeated.
+    count(FCS_REC_TOTAL_REJECTS);
+    FCS_DETAIL("%s:return Total rejects\n");
+    return integer(fcs_return_value.record);
+
+  case fcsRejReasonCode: FCS_DETAIL("%s:return reasoncode\n"); return integer(fcs_rej_reason_code);
+
+  case fcsRejReasonCodeExpl:
+    FCS_DETAIL("%s:return reasoncode exp\n");
+    return integer(fcs_rej_reason_code_expl);
+
+  default: snmp_set_detail(""); return nullptr;
+  }
+}

@@ -1,0 +1,78 @@
+#include "fcs_mib.h"
+#include "fcs_row_lookup.h"
+#include "fcs_trace.h"
+#include "feature/fabric_conf_server/fcs_protocol.h"
+
+#include <cstdio>
+
+namespace {
+
+FcsAnswer<FcsStatsRecord> stats;
+
+constexpr FcsIndexForm kIndex = {.name_octets = 0, .next_octets = 0};
+constexpr FcsVsanTable kTable = {.record_id = FCS_REC_STATISTICS,
+                                 .key = &stats.record.vsan,
+                                 .key_length = sizeof(stats.record.vsan),
+                                 .record = &stats};
+
+/** Highest VSAN that a walk may start from. */
+constexpr uint32_t kLastVsan = 4096;
+
+/** A column's counter, and what its trace calls it. */
+struct Column {
+  FcsObject object;
+  uint32_t FcsStatsRecord::*counter;
+  const char *label;
+};
+
+constexpr Column kColumns[] = {
+    {fcsRxGetReqs, &FcsStatsRecord::rx_get_reqs, "rx get"},
+    {fcsTxGetReqs, &FcsStatsRecord::tx_get_reqs, "tx get"},
+    {fcsRxRegReqs, &FcsStatsRecord::rx_reg_reqs, "rx reg"},
+    {fcsTxRegReqs, &FcsStatsRecord::tx_reg_reqs, "tx reg"},
+    {fcsRxDeregReqs, &FcsStatsRecord::rx_dereg_reqs, "rx dereg"},
+    {fcsTxDeregReqs, &FcsStatsRecord::tx_dereg_reqs, "tx dereg"},
+    {fcsTxRscns, &FcsStatsRecord::tx_rscns, "tx rscn"},
+    {fcsRxRscns, &FcsStatsRecord::rx_rscns, "rx rscn"},
+    {fcsRejects, &FcsStatsRecord::rejects, "rej"},
+};
+
+bool header_fcs_stats_table(variable *vp, oid *name, size_t *length, int exact, size_t *var_len,
+                            WriteMethod **write_method) {
+  stats.record.vsan = 0;
+  FCS_DETAIL("%s:length %d, vp->namelen %d exact %d\n", static_cast<int>(*length), vp->namelen,
+             exact);
+  if (!fcs_read_index(kIndex, vp, name, *length, exact, &stats)) {
+    return false;
+  }
+  if (exact == 0 && stats.record.vsan > kLastVsan) {
+    return false;
+  }
+  if (!fcs_fetch_visible_row(kTable, name, *length, exact)) {
+    return false;
+  }
+  fprintf(stderr, "index = %d reg req = %d\n", static_cast<int32_t>(stats.record.vsan),
+          static_cast<int32_t>(stats.record.rx_reg_reqs));
+  fcs_write_index(kIndex, vp, &stats, name, length, var_len, write_method);
+  FCS_DETAIL("%s:end\n");
+  return true;
+}
+
+} // namespace
+
+u_char *var_fcsStatsTable(variable *vp, oid *name, size_t *length, int exact, size_t *var_len,
+                          WriteMethod **write_method) {
+  if (!header_fcs_stats_table(vp, name, length, exact, var_len, write_method) ||
+      stats.record.vsan == FCS_END_OF_TABLE) {
+    FCS_DETAIL("%s:return NULL\n");
+    return nullptr;
+  }
+  for (const Column &column : kColumns) {
+    if (column.object == vp->magic) {
+      FCS_DETAIL("%s:return %s\n", column.label);
+      return reinterpret_cast<u_char *>(&(stats.record.*column.counter));
+    }
+  }
+  snmp_set_detail("");
+  return nullptr;
+}
