@@ -1,0 +1,73 @@
+/**
+ * The event history: a fixed ring of records in a memory-mapped file. One process writes; any
+ * number may read, while the writer runs and after it has died.
+ */
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+struct HistoryFile; // The file's contents, as they lie in memory.
+
+/** One record as it is read back. */
+struct EventRecord {
+  int64_t time_ns; ///< Time of day of the record, in nanoseconds since the Epoch.
+  uint32_t module; ///< Id of the module that wrote it.
+  uint32_t level;
+  std::string text;
+  uint64_t lost; ///< Records that were overwritten before they could be read, just before this one.
+};
+
+/** A mapping of the file, unmapped at the end. */
+class HistoryMapping {
+public:
+  HistoryMapping() = default;
+  HistoryMapping(HistoryMapping &&other) noexcept;
+  HistoryMapping &operator=(HistoryMapping &&other) noexcept;
+  ~HistoryMapping();
+
+  /** Maps the file `fd` whole. \throws std::system_error */
+  HistoryMapping(int fd, bool writable);
+
+  HistoryFile *get() const { return file_; }
+
+private:
+  HistoryFile *file_ = nullptr;
+};
+
+class EventHistoryWriter {
+public:
+  /** A writer without a file: what it records is dropped. */
+  EventHistoryWriter() = default;
+
+  /**
+   * Opens the file at `path`, or makes it (mode 0640); the records of an existing history of this
+   * version are kept. A file that holds anything else is left alone.
+   * \throws std::runtime_error naming the path and what is wrong.
+   */
+  explicit EventHistoryWriter(const std::string &path);
+
+  /** Appends a record: `record` is a 32-bit level word and a text, cut to the room of a slot. */
+  void append(uint32_t module, const void *record, size_t length);
+
+private:
+  HistoryMapping mapping_;
+};
+
+class EventHistoryReader {
+public:
+  /**
+   * Opens the file at `path`, at its oldest record.
+   * \throws std::runtime_error naming the path and what is wrong.
+   */
+  explicit EventHistoryReader(const std::string &path);
+
+  /** Reads the next record. \return false when there is none for now. */
+  bool next(EventRecord &record);
+
+private:
+  HistoryMapping mapping_;
+  uint64_t position_ = 0;
+};

@@ -1,0 +1,90 @@
+/**
+ * What travels on the FCS service's socket (Unix domain, SOCK_SEQPACKET: the kernel keeps message
+ * boundaries), and the rules of the handshake, for both ends.
+ *
+ * A client sends a Greeting that names the purpose of its connection and waits for the
+ * GreetingReply; after an accepted greeting every message is a Frame. A reply carries the sequence
+ * number of its request. Words are native, and the byte-order mark proves that both ends agree.
+ */
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace ipc_wire {
+
+constexpr uint32_t kVersion = 1;
+constexpr uint32_t kByteOrderMark = 0x01020304;
+constexpr char kMagic[8] = "FCS-IPC";
+/** Longest payload of a frame, in octets. */
+constexpr uint32_t kMessageRoom = 1024;
+
+/** What a connection is for. */
+enum Purpose : uint32_t {
+  kExchange = 1,     ///< Requests of the agent, each answered by one reply.
+  kNotification = 2, ///< The service sends its notifications here; the client sends nothing.
+  kControl = 3,      ///< Requests of the service's own tools.
+};
+
+struct Greeting {
+  char magic[8];
+  uint32_t byte_order;
+  uint32_t version;
+  uint32_t purpose;
+};
+static_assert(sizeof(Greeting) == 20);
+
+struct GreetingReply {
+  char magic[8];
+  uint32_t byte_order;
+  uint32_t version;
+  uint32_t accepted; ///< 1 accepted, 0 refused.
+  char reason[108];  ///< Why the greeting was refused, NUL-terminated.
+};
+static_assert(sizeof(GreetingReply) == 128);
+
+struct FrameHeader {
+  uint32_t sequence; ///< Chosen by the requester, repeated in the reply; 0 in notifications.
+  uint32_t opcode;
+  uint32_t flag;    ///< Request flag of a request, 0 otherwise.
+  int32_t result;   ///< Result of a reply, 0 otherwise.
+  uint32_t session; ///< Session id of the SNMP request being served.
+  char user[64];    ///< Its user name, NUL-terminated, cut to 63 octets.
+};
+static_assert(offsetof(FrameHeader, user) == 20 && sizeof(FrameHeader) == 84);
+
+/** A whole message: the header, then the octets up to the end of the datagram. */
+struct Frame {
+  FrameHeader header;
+  uint8_t payload[kMessageRoom];
+};
+static_assert(offsetof(Frame, payload) == sizeof(FrameHeader));
+
+/** The greeting of a client that connects for `purpose`. */
+Greeting greeting_for(Purpose purpose);
+
+/**
+ * Why a server must refuse the `length` octets received as a greeting; empty when it is acceptable.
+ * The text names the mismatch (not an FCS client, byte order, version, purpose).
+ */
+std::string greeting_fault(const void *message, size_t length);
+
+/** The server's reply: accepting when `fault` is empty, else refusing with it. */
+GreetingReply reply_to_greeting(std::string_view fault);
+
+/**
+ * Why a client must give up after the `length` octets received as the reply to its greeting; empty
+ * when the server accepted.
+ */
+std::string greeting_reply_fault(const void *message, size_t length);
+
+/**
+ * Connects a new close-on-exec SOCK_SEQPACKET socket to the service at `path`.
+ * \param type_flags SOCK_NONBLOCK or 0.
+ * \return the descriptor, or -1 with errno set (ENAMETOOLONG for a path that no socket can have).
+ */
+int connect_to(const std::string &path, int type_flags);
+
+} // namespace ipc_wire

@@ -1,0 +1,25 @@
+/**
+ * The roles of snmpd.conf: which VSANs a user may read and write. Without any role there is no
+ * restriction; as soon as one line names a role, valid or not, a user without a role sees no VSAN.
+ */
+#pragma once
+
+#include "platform/bitmap.h"
+
+#include <string>
+
+/** Highest VSAN that a role can name. */
+constexpr uint32_t kLastRoleVsan = 4095;
+
+/**
+ * Takes the rest of an `fcsRole NAME READ-LIST WRITE-LIST` line. A list is `all`, `none`, or VSANs
+ * and ranges such as `1-100,2100`. A line with a fault leaves its role without any VSAN.
+ * \return what is wrong with the line; empty when nothing is.
+ */
+std::string roles_define(const char *arguments);
+
+/** Takes the rest of an `fcsRoleUser SECURITY-NAME ROLE` line; the role is defined above it. */
+std::string roles_assign(const char *arguments);
+
+/** Forgets all roles. */
+void roles_reset();

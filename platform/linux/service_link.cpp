@@ -1,0 +1,255 @@
+#include "service_link.h"
+
+#include "settings.h"
+
+#include <cerrno>
+#include <cstring>
+#include <poll.h>
+#include <pwd.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <sys/uio.h>
+#include <unistd.h>
+
+#include <net-snmp/net-snmp-config.h>
+
+#include <net-snmp/net-snmp-includes.h>
+
+#include <net-snmp/library/fd_event_manager.h>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+/** How often a link that is not up is looked after. */
+constexpr auto kRetryInterval = 250ms;
+/** How long a connection may leave its greeting unanswered before another one is tried. */
+constexpr auto kGreetingPatience = 5s;
+/** Messages taken in one turn of the select loop, so that a talkative service starves nobody. */
+constexpr int kMessagesPerTurn = 16;
+
+timeval to_timeval(std::chrono::microseconds duration) {
+  return {static_cast<time_t>(duration.count() / 1'000'000),
+          static_cast<suseconds_t>(duration.count() % 1'000'000)};
+}
+
+} // namespace
+
+void ServiceLink::open() {
+  close();
+  last_fault_.clear();
+  connect();
+}
+
+void ServiceLink::close() {
+  stop_trying();
+  disconnect();
+}
+
+void ServiceLink::await_up(std::chrono::milliseconds timeout) {
+  const auto deadline = Clock::now() + timeout;
+  while (state_ == State::kGreeting) {
+    const auto left =
+        std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
+    pollfd readable{fd_, POLLIN, 0};
+    if (left <= 0ms || poll(&readable, 1, static_cast<int>(left.count())) <= 0) {
+      return;
+    }
+    on_readable(fd_, this);
+  }
+}
+
+void ServiceLink::connect() {
+  keep_trying();
+  fd_ = ipc_wire::connect_to(settings().service_socket, SOCK_NONBLOCK);
+  if (fd_ < 0) {
+    fail("cannot connect: " + std::string(strerror(errno)));
+    return;
+  }
+  if (!peer_is_trusted()) {
+    return;
+  }
+  const ipc_wire::Greeting greeting = ipc_wire::greeting_for(purpose_);
+  if (send(fd_, &greeting, sizeof(greeting), MSG_NOSIGNAL) != sizeof(greeting)) {
+    fail("cannot greet: " + std::string(strerror(errno)));
+    return;
+  }
+  if (register_readfd(fd_, on_readable, this) != FD_REGISTERED_OK) {
+    fail("the agent's select loop takes no further descriptor");
+    return;
+  }
+  greeted_at_ = Clock::now();
+  state_ = State::kGreeting;
+}
+
+bool ServiceLink::peer_is_trusted() {
+  ucred peer{};
+  socklen_t length = sizeof(peer);
+  if (getsockopt(fd_, SOL_SOCKET, SO_PEERCRED, &peer, &length) != 0) {
+    fail("the other end's user is unknown: " + std::string(strerror(errno)));
+    return false;
+  }
+  const std::string &expected = settings().service_user;
+  bool trusted = peer.uid == 0 || peer.uid == geteuid();
+  if (!expected.empty()) {
+    const passwd *user = getpwnam(expected.c_str());
+    trusted = user != nullptr && user->pw_uid == peer.uid;
+  }
+  if (!trusted) {
+    fail("the other end runs as user " + std::to_string(peer.uid) + ", not as " +
+         (expected.empty() ? "root or the agent's user" : expected));
+  }
+  return trusted;
+}
+
+void ServiceLink::on_alarm(unsigned int /*alarm*/, void *link) {
+  auto *self = static_cast<ServiceLink *>(link);
+  if (self->state_ == State::kGreeting && Clock::now() - self->greeted_at_ > kGreetingPatience) {
+    self->fail("no answer to the greeting");
+  }
+  if (self->state_ == State::kDown) {
+    self->connect();
+  }
+}
+
+void ServiceLink::on_readable(int /*fd*/, void *link) {
+  auto *self = static_cast<ServiceLink *>(link);
+  switch (self->state_) {
+  case State::kDown: break;
+  case State::kGreeting: self->read_greeting_reply(); break;
+  case State::kUp: self->read_unasked(); break;
+  }
+}
+
+void ServiceLink::read_greeting_reply() {
+  char message[sizeof(ipc_wire::GreetingReply) + 1];
+  const ssize_t length = recv(fd_, message, sizeof(message), MSG_DONTWAIT);
+  if (length < 0 && (errno == EAGAIN || errno == EINTR)) {
+    return;
+  }
+  if (length <= 0) {
+    fail("the service closed the connection during the handshake");
+    return;
+  }
+  const std::string fault = ipc_wire::greeting_reply_fault(message, static_cast<size_t>(length));
+  if (!fault.empty()) {
+    fail(fault);
+    return;
+  }
+  state_ = State::kUp;
+  last_fault_.clear();
+  stop_trying();
+  snmp_log(LOG_INFO, "fcs: %s: connected to the FCS service at %s\n", label_,
+           settings().service_socket.c_str());
+}
+
+/** What arrives outside of an exchange: the end of the connection, or the service's own messages.
+ */
+void ServiceLink::read_unasked() {
+  for (int i = 0; i < kMessagesPerTurn && state_ == State::kUp; ++i) {
+    ipc_wire::Frame frame{};
+    const ssize_t length = recv(fd_, &frame, sizeof(frame), MSG_DONTWAIT | MSG_TRUNC);
+    if (length < 0 && (errno == EAGAIN || errno == EINTR)) {
+      return;
+    }
+    if (length <= 0) {
+      fail("the service closed the connection");
+    } else if (receiver_ == nullptr || static_cast<size_t>(length) < sizeof(frame.header) ||
+               static_cast<size_t>(length) > sizeof(frame)) {
+      fail("the service sent a message that nobody asked for, of " + std::to_string(length) +
+           " octets");
+    } else {
+      receiver_(frame, static_cast<size_t>(length) - sizeof(frame.header));
+    }
+  }
+}
+
+bool ServiceLink::exchange(ipc_wire::FrameHeader &header, const void *payload, size_t length,
+                           ipc_wire::Frame &reply, size_t &reply_length) {
+  if (state_ != State::kUp) {
+    errno = ENOTCONN;
+    return false;
+  }
+  header.sequence = ++sequence_;
+  iovec parts[] = {{&header, sizeof(header)}, {const_cast<void *>(payload), length}};
+  msghdr message{};
+  message.msg_iov = parts;
+  message.msg_iovlen = 2;
+  const auto deadline = Clock::now() + settings().exchange_timeout;
+  if (sendmsg(fd_, &message, MSG_NOSIGNAL) < 0) {
+    const int error = errno;
+    fail("cannot send a request: " + std::string(strerror(error)));
+    errno = error;
+    return false;
+  }
+  return await_reply(header.sequence, deadline, reply, reply_length);
+}
+
+bool ServiceLink::await_reply(uint32_t sequence, Clock::time_point deadline, ipc_wire::Frame &reply,
+                              size_t &reply_length) {
+  while (true) {
+    const auto left = deadline - Clock::now();
+    const timespec timeout = {
+        static_cast<time_t>(std::chrono::floor<std::chrono::seconds>(left).count()),
+        static_cast<long>((left % 1s).count())};
+    pollfd readable{fd_, POLLIN, 0};
+    const int ready = left <= 0ns ? 0 : ppoll(&readable, 1, &timeout, nullptr);
+    if (ready == 0) {
+      fail("no answer within " + std::to_string(settings().exchange_timeout.count()) + " ms");
+      errno = ETIMEDOUT;
+      return false;
+    }
+    const ssize_t length = ready < 0 ? -1 : recv(fd_, &reply, sizeof(reply), MSG_TRUNC);
+    if (length < 0 && (errno == EINTR || errno == EAGAIN)) {
+      continue;
+    }
+    if (length <= 0) {
+      fail("the service closed the connection");
+      errno = ECONNRESET;
+      return false;
+    }
+    const auto octets = static_cast<size_t>(length);
+    if (octets < sizeof(reply.header) || octets > sizeof(reply)) {
+      fail("the service sent a reply of " + std::to_string(octets) + " octets");
+      errno = EPROTO;
+      return false;
+    }
+    if (reply.header.sequence == sequence) {
+      reply_length = octets - sizeof(reply.header);
+      return true;
+    }
+    // Not the answer to this request: passed over, within the same deadline.
+  }
+}
+
+void ServiceLink::fail(const std::string &why) {
+  disconnect();
+  keep_trying();
+  if (why != last_fault_) {
+    last_fault_ = why;
+    snmp_log(LOG_ERR, "fcs: %s: FCS service at %s: %s\n", label_, settings().service_socket.c_str(),
+             why.c_str());
+  }
+}
+
+void ServiceLink::disconnect() {
+  if (fd_ >= 0) {
+    unregister_readfd(fd_);
+    ::close(fd_);
+    fd_ = -1;
+  }
+  state_ = State::kDown;
+}
+
+void ServiceLink::keep_trying() {
+  if (alarm_ == 0) {
+    alarm_ = snmp_alarm_register_hr(to_timeval(kRetryInterval), SA_REPEAT, on_alarm, this);
+  }
+}
+
+void ServiceLink::stop_trying() {
+  if (alarm_ != 0) {
+    snmp_alarm_unregister(alarm_);
+    alarm_ = 0;
+  }
+}

@@ -1,0 +1,54 @@
+#include "platform/trace.h"
+
+#include "event_history.h"
+#include "settings.h"
+#include "trace_output.h"
+
+#include <cstdarg>
+#include <cstdio>
+#include <stdexcept>
+
+#include <net-snmp/net-snmp-config.h>
+
+#include <net-snmp/net-snmp-includes.h>
+
+const char *const trace_module_name = "fcs_mib";
+
+static EventHistoryWriter history;
+
+void trace_output_open() {
+  history = EventHistoryWriter();
+  if (settings().history_file.empty() || settings().history_level == 0) {
+    return;
+  }
+  try {
+    history = EventHistoryWriter(settings().history_file);
+  } catch (const std::runtime_error &error) {
+    snmp_log(LOG_ERR, "fcs: %s; events are not recorded\n", error.what());
+  }
+}
+
+int trace_hist_filtered(uint32_t /*module*/, uint32_t level) {
+  return level > settings().history_level ? 1 : 0;
+}
+
+void trace_hist_event(uint32_t module, uint32_t length, const void *record) {
+  history.append(module, record, length);
+}
+
+int trace_debug_on(uint32_t /*level*/, int /*unit*/, int /*instance*/, int /*console*/) {
+  return snmp_get_do_debugging() != 0 &&
+                 debug_is_token_registered(trace_module_name) == SNMPERR_SUCCESS
+             ? 1
+             : 0;
+}
+
+void debug_printf(int /*console*/, const char *module, int /*instance*/, const char *format, ...) {
+  char line[1024];
+  va_list arguments;
+  va_start(arguments, format);
+  vsnprintf(line, sizeof(line), format, arguments);
+  va_end(arguments);
+  debugmsgtoken(module, "%s", line);
+  debugmsg(module, "%s", line);
+}
