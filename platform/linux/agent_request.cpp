@@ -1,5 +1,6 @@
 #include "agent_request.h"
 
+#include "integer_words.h"
 #include "platform/agent_host.h"
 
 #include <cstring>
@@ -62,16 +63,6 @@ public:
   CurrentRequest &operator=(const CurrentRequest &) = delete;
 };
 
-bool is_integer(const netsnmp_variable_list &binding) {
-  switch (binding.type) {
-  case ASN_INTEGER:
-  case ASN_COUNTER:
-  case ASN_UNSIGNED:
-  case ASN_TIMETICKS: return true;
-  default: return false;
-  }
-}
-
 int serve(netsnmp_mib_handler *handler, netsnmp_handler_registration *registration,
           netsnmp_agent_request_info *request_info, netsnmp_request_info *requests) {
   const CurrentRequest scope(request_info->asp);
@@ -123,36 +114,6 @@ void agent_request_release() {
       removed = netsnmp_unregister_handler(registration) == MIB_UNREGISTERED_OK;
       return false;
     });
-  }
-}
-
-// On a 32-bit host long is the word already, and nothing is to be done.
-IntegerWords::IntegerWords(netsnmp_request_info *requests) : requests_(requests) {
-  if constexpr (sizeof(long) > sizeof(int32_t)) {
-    for (netsnmp_request_info *request = requests; request != nullptr; request = request->next) {
-      netsnmp_variable_list &binding = *request->requestvb;
-      if (is_integer(binding) && binding.val_len == sizeof(long)) {
-        const auto word = static_cast<int32_t>(*binding.val.integer);
-        memcpy(binding.val.integer, &word, sizeof(word));
-        binding.val_len = sizeof(word);
-      }
-    }
-  }
-}
-
-IntegerWords::~IntegerWords() {
-  if constexpr (sizeof(long) > sizeof(int32_t)) {
-    for (netsnmp_request_info *request = requests_; request != nullptr; request = request->next) {
-      netsnmp_variable_list &binding = *request->requestvb;
-      if (is_integer(binding) && binding.val_len == sizeof(int32_t)) {
-        int32_t word = 0;
-        memcpy(&word, binding.val.integer, sizeof(word));
-        const long value =
-            binding.type == ASN_INTEGER ? word : static_cast<long>(static_cast<uint32_t>(word));
-        *binding.val.integer = value;
-        binding.val_len = sizeof(long);
-      }
-    }
   }
 }
 

@@ -37,7 +37,7 @@ int32_t bitmap_first_bit(const VsanBitmap *bitmap) {
 }
 
 int32_t bitmap_next_bit(const VsanBitmap *bitmap, int32_t position) {
-  const auto start = static_cast<uint32_t>(std::max(position, -1) + 1);
+  const uint32_t start = static_cast<uint32_t>(std::max(position, -1)) + 1;
   uint32_t byte = start / 8;
   if (byte >= bitmap->byte_count) {
     return -1;

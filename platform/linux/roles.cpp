@@ -68,8 +68,10 @@ std::string parse_list(const std::string &list, VsanBitmap &vsans) {
     const auto last =
         dash == std::string::npos ? first : parse_vsan(std::string_view(item).substr(dash + 1));
     if (!first || !last || *first > *last) {
-      return "VSAN list '" + list + "': '" + item +
-             "' is not a VSAN or an ascending range within 1 to " + std::to_string(kLastRoleVsan);
+      std::ostringstream fault;
+      fault << "VSAN list '" << list << "': '" << item
+            << "' is not a VSAN or an ascending range within 1 to " << kLastRoleVsan;
+      return fault.str();
     }
     set_range(*first, *last, vsans);
   }

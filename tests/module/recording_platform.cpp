@@ -1,0 +1,327 @@
+#include "recording_platform.h"
+
+#include "feature/fabric_conf_server/fcs_protocol.h"
+#include "platform/role.h"
+#include "platform/trace.h"
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <stdexcept>
+
+RecordingPlatform platform;
+
+namespace {
+
+[[gnu::format(printf, 1, 2)]] void record(const char *format, ...) {
+  char line[2048];
+  va_list arguments;
+  va_start(arguments, format);
+  vsnprintf(line, sizeof(line), format, arguments);
+  va_end(arguments);
+  platform.lines.emplace_back(line);
+}
+
+std::string text_of(const oid *name, size_t length) {
+  std::string text;
+  for (size_t i = 0; i < length; ++i) {
+    text += "." + std::to_string(name[i]);
+  }
+  return text;
+}
+
+/** Turns a standard stream into lines of the record, as long as it lives. */
+class RecordedStream {
+public:
+  RecordedStream(FILE *&stream, const char *label) : stream_(stream), original_(stream) {
+    fflush(original_);
+    const cookie_io_functions_t functions{nullptr, write, nullptr, nullptr};
+    stream_ = fopencookie(const_cast<char *>(label), "w", functions);
+    setvbuf(stream_, nullptr, _IONBF, 0);
+  }
+  ~RecordedStream() {
+    fclose(stream_);
+    stream_ = original_;
+  }
+  RecordedStream(const RecordedStream &) = delete;
+  RecordedStream &operator=(const RecordedStream &) = delete;
+
+private:
+  static ssize_t write(void *label, const char *text, size_t length) {
+    record("%s %.*s", static_cast<const char *>(label), static_cast<int>(length), text);
+    return static_cast<ssize_t>(length);
+  }
+
+  FILE *&stream_;
+  FILE *original_;
+};
+
+} // namespace
+
+uint32_t Request::word(size_t offset) const {
+  uint32_t word = 0;
+  memcpy(&word, payload.data() + offset, sizeof(word));
+  return word;
+}
+
+const variable &RecordingPlatform::registered_for(FcsObject object) const {
+  for (const variable &entry : registered) {
+    if (entry.magic == object) {
+      return entry;
+    }
+  }
+  throw std::logic_error("no object with magic " + std::to_string(object));
+}
+
+void start_module() {
+  platform = RecordingPlatform();
+  lines_of(init_fcs_mib);
+  platform.lines.clear();
+}
+
+Lines lines_of(const std::function<void()> &action) {
+  platform.lines.clear();
+  const RecordedStream out(stdout, "stdout");
+  const RecordedStream err(stderr, "stderr");
+  action();
+  return platform.lines;
+}
+
+int64_t Answer::word() const {
+  int32_t word = 0;
+  if (!value || value->size() != sizeof(word)) {
+    throw std::logic_error("not a word");
+  }
+  memcpy(&word, value->data(), sizeof(word));
+  return word;
+}
+
+Answer read_object(FcsObject object, const std::vector<oid> &index, bool exact) {
+  variable entry = platform.registered_for(object);
+  oid name[MAX_OID_LEN] = {};
+  std::copy_n(entry.name, entry.namelen, name);
+  std::copy(index.begin(), index.end(), name + entry.namelen);
+  size_t length = entry.namelen + index.size();
+  size_t value_length = 0;
+  WriteMethod *write_method = nullptr;
+  const u_char *value =
+      entry.findVar(&entry, name, &length, exact ? 1 : 0, &value_length, &write_method);
+  Answer answer{{}, {name + entry.namelen, name + length}, write_method};
+  if (value != nullptr) {
+    answer.value = Bytes(value, value + value_length);
+  }
+  return answer;
+}
+
+// ---- Messaging
+
+const uint32_t ipc_response_queue = 77;
+
+int32_t ipc_req_resp(uint32_t opcode, uint32_t flag, const void *request, void **response,
+                     uint32_t *length, const char *user, uint32_t session, uint32_t service,
+                     uint32_t queue, uint32_t reserved) {
+  const auto *octets = static_cast<const uint8_t *>(request);
+  Request asked{flag, 0, Bytes(octets + sizeof(uint32_t), octets + *length)};
+  memcpy(&asked.record_id, octets, sizeof(asked.record_id));
+  record("ipc %u/%u record %u length %u from %s/%u to %u/%u/%u", opcode, flag, asked.record_id,
+         *length, user, session, service, queue, reserved);
+  const Reply reply = platform.service(asked);
+  if (reply.response.empty() || response == nullptr) {
+    return reply.result;
+  }
+  void *copy = malloc(reply.response.size());
+  memcpy(copy, reply.response.data(), reply.response.size());
+  *response = copy;
+  *length = static_cast<uint32_t>(reply.response.size());
+  return reply.result;
+}
+
+// ---- Agent host
+
+const char *agent_session_user(int request) {
+  return request == 0 ? "user" : "wrong request";
+}
+
+uint32_t agent_session_id(int request) {
+  return request == 0 ? 7 : 0;
+}
+
+void agent_notif_register(uint32_t opcode, AgentNotifHandler *handler) {
+  record("notif register %u%s", opcode, handler == nullptr ? " without handler" : "");
+}
+
+void agent_notif_unregister(uint32_t opcode) {
+  record("notif unregister %u", opcode);
+}
+
+int32_t agent_notif_enable_get(uint32_t opcode) {
+  record("notif enable get %u", opcode);
+  return platform.notif_enabled;
+}
+
+// ---- Roles
+
+static void fill(VsanBitmap *bitmap, const std::set<uint32_t> &vsans) {
+  bitmap_clear(bitmap);
+  for (const uint32_t vsan : vsans) {
+    bitmap_set_bit(bitmap, static_cast<int32_t>(vsan));
+  }
+}
+
+int role_allowed_vsans(VsanBitmap *allowed, const oid *name, size_t name_length, int access) {
+  record("role vsans %d %s bytes %u", access, text_of(name, name_length).c_str(),
+         allowed->byte_count);
+  if (platform.restricted) {
+    fill(allowed, platform.readable);
+  }
+  return platform.restricted ? 1 : 0;
+}
+
+int role_allowed_vsans_from_list(const VsanBitmap *list, VsanBitmap *allowed, const oid *name,
+                                 size_t name_length, int access) {
+  std::string vsans;
+  for (int32_t v = bitmap_first_bit(list); v >= 0; v = bitmap_next_bit(list, v)) {
+    vsans += " " + std::to_string(v);
+  }
+  record("role list %d %s bytes %u:%s", access, text_of(name, name_length).c_str(),
+         list->byte_count, vsans.c_str());
+  if (platform.role_fails) {
+    return -1;
+  }
+  VsanBitmap hidden = *list;
+  VsanBitmap readable = *list;
+  fill(&readable, platform.readable);
+  bitmap_subtract(&hidden, &readable);
+  bitmap_copy(allowed, list);
+  if (platform.restricted) {
+    bitmap_subtract(allowed, &hidden);
+  }
+  return 0;
+}
+
+int role_vsan_allowed(uint32_t vsan, VsanBitmap allowed) {
+  record("role allowed %u", vsan);
+  const auto bit = static_cast<int32_t>(vsan);
+  return vsan < 4096 && bitmap_next_bit(&allowed, bit - 1) == bit ? 1 : 0;
+}
+
+int role_next_allowed_vsan(uint32_t *vsan, VsanBitmap allowed) {
+  record("role next %u", *vsan);
+  const int32_t next = *vsan < 4096 ? bitmap_next_bit(&allowed, static_cast<int32_t>(*vsan)) : -1;
+  *vsan = next < 0 ? *vsan : static_cast<uint32_t>(next);
+  return next < 0 ? 0 : 1;
+}
+
+// ---- Trace
+
+const char *const trace_module_name = "recorded";
+
+int trace_hist_filtered(uint32_t module, uint32_t /*level*/) {
+  return platform.history_filtered || module != 0x730000 ? 1 : 0;
+}
+
+void trace_hist_event(uint32_t module, uint32_t length, const void *event) {
+  uint32_t level = 0;
+  memcpy(&level, event, sizeof(level));
+  const char *text = static_cast<const char *>(event) + sizeof(level);
+  // The common lines stand as "level text"; only a record whose length is not its text's is spelt
+  // out.
+  if (module == 0x730000 && length == strlen(text) + 5) {
+    record("%u %s", level, text);
+  } else {
+    record("module %x length %u: %u %s", module, length, level, text);
+  }
+}
+
+int trace_debug_on(uint32_t /*level*/, int unit, int instance, int console) {
+  return platform.console && unit == 0 && instance == 0 && console == 1 ? 1 : 0;
+}
+
+void debug_printf(int console, const char *module, int instance, const char *format, ...) {
+  char text[2048];
+  va_list arguments;
+  va_start(arguments, format);
+  vsnprintf(text, sizeof(text), format, arguments);
+  va_end(arguments);
+  record("console %d/%s/%d %s", console, module, instance, text);
+}
+
+// ---- Pending-row stores: only their making and unmaking is of interest here.
+
+struct RowIndex {
+  int number;
+};
+
+int row_index_create(RowIndex **store, int options, int unique, RowIndexCompare *compare,
+                     int sorted) {
+  const int number = ++platform.stores_created;
+  record("store %d create %d %d %s %d", number, options, unique,
+         compare == mgmt_addr_cmp  ? "mgmt_addr_cmp"
+         : compare == platform_cmp ? "platform_cmp"
+                                   : "?",
+         sorted);
+  *store = nullptr;
+  if (platform.failing_stores.count(number) != 0) {
+    return 0;
+  }
+  static RowIndex stores[3];
+  stores[number].number = number;
+  *store = &stores[number];
+  return ROW_INDEX_CREATED;
+}
+
+void row_index_destroy(RowIndex *store) {
+  record("store %d destroy", store == nullptr ? 0 : store->number);
+}
+
+// ---- Net-SNMP's registration and debug output, in front of the library's own
+
+extern "C" {
+
+int register_mib(const char *module, const variable *variables, size_t size, size_t count,
+                 const oid *root, size_t root_length) {
+  record("register %s %zu x %zu at length %zu", module, count, size, root_length);
+  platform.registered.clear();
+  for (size_t i = 0; i < count; ++i) {
+    const auto *entry = reinterpret_cast<const variable7 *>(
+        reinterpret_cast<const uint8_t *>(variables) + i * size);
+    variable whole{};
+    whole.magic = entry->magic;
+    whole.type = static_cast<char>(entry->type);
+    whole.acl = entry->acl;
+    whole.findVar = entry->findVar;
+    whole.namelen = static_cast<u_char>(root_length + entry->namelen);
+    std::copy_n(root, root_length, whole.name);
+    std::copy_n(entry->name, entry->namelen, whole.name + root_length);
+    platform.registered.push_back(whole);
+  }
+  return platform.register_result;
+}
+
+int unregister_mib(oid * /*root*/, size_t root_length) {
+  record("unregister at length %zu", root_length);
+  return 0;
+}
+
+void snmp_set_detail(const char *detail) {
+  record("detail '%s'", detail);
+}
+
+int snmp_get_do_debugging() {
+  return platform.agent_debugging ? 1 : 0;
+}
+
+void debugmsgtoken(const char *token, const char * /*format*/, ...) {
+  record("token %s", token);
+}
+
+void debugmsg(const char *token, const char *format, ...) {
+  char text[512];
+  va_list arguments;
+  va_start(arguments, format);
+  vsnprintf(text, sizeof(text), format, arguments);
+  va_end(arguments);
+  record("debug %s: %s", token, text);
+}
+}

@@ -1,0 +1,201 @@
+/** The scalar objects, read side. */
+#include "recording_platform.h"
+
+#include "feature/fabric_conf_server/snmp/fcs_values.h"
+
+#include <gmock/gmock.h>
+
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::HasSubstr;
+
+namespace {
+
+class Scalars : public testing::Test {
+protected:
+  void SetUp() override { start_module(); }
+
+  /** Reads instance 0 and checks the module's trace lines. */
+  static Answer read(FcsObject object, const Lines &traces) {
+    Answer answer;
+    const Lines lines = lines_of([&] { answer = read_object(object, {0}, true); });
+    Lines seen;
+    for (const std::string &line : lines) {
+      if (line.rfind("10", 0) == 0 && line.find("fcs_get_data") == std::string::npos) {
+        seen.push_back(line);
+      }
+    }
+    Lines expected = {"101 var_zephrinFcsMIB:entering\n"};
+    expected.insert(expected.end(), traces.begin(), traces.end());
+    EXPECT_THAT(seen, ElementsAreArray(expected));
+    EXPECT_EQ(answer.write_method, nullptr);
+    return answer;
+  }
+
+  static std::string detail(const std::string &text) {
+    return "101 var_zephrinFcsMIB:" + text + "\n";
+  }
+};
+
+TEST_F(Scalars, InitialValues) {
+  EXPECT_EQ(read(fcsVsanDiscoverySpinLock, {detail("return DiscSpinLock")}).word(), 0);
+  EXPECT_EQ(read(fcsVsanDiscoveryName, {detail("return DiscName")}).value, Bytes{});
+  EXPECT_EQ(read(fcsVsanDiscoveryList2k, {"100 get_allowed_vsans ... ret success\n"}).value,
+            Bytes{});
+  EXPECT_EQ(read(fcsVsanDiscoveryList4k, {detail("return DiscList4k Success")}).value, Bytes{});
+  EXPECT_EQ(read(fcsStartDiscovery, {detail("return Disc")}).word(), 2);
+  EXPECT_EQ(read(fcsVsanDiscoveryTimeOut, {detail("return DiscTimeout")}).word(), 900);
+  EXPECT_EQ(read(fcsDiscoveryInvalidateCache2k, {detail("return DiscInvalDate2k succ")}).value,
+            Bytes{});
+  EXPECT_EQ(read(fcsDiscoveryInvalidateCache4k, {detail("return DiscInvalDate4k succ")}).value,
+            Bytes{});
+  EXPECT_EQ(read(fcsRejReasonCode, {detail("return reasoncode")}).word(), 1);
+  EXPECT_EQ(read(fcsRejReasonCodeExpl, {detail("return reasoncode exp")}).word(), 1);
+}
+
+TEST_F(Scalars, StateIsReadBack) {
+  fcs_spin_lock = INT32_MAX;
+  fcs_start_discovery = 1;
+  strcpy(fcs_discovery_name, "nightly");
+  EXPECT_EQ(read_object(fcsVsanDiscoverySpinLock, {0}, true).word(), INT32_MAX);
+  EXPECT_EQ(read_object(fcsStartDiscovery, {0}, true).word(), 2);
+  EXPECT_EQ(read_object(fcsVsanDiscoveryName, {0}, true).value,
+            (Bytes{'n', 'i', 'g', 'h', 't', 'l', 'y'}));
+  fcs_spin_lock = 0;
+  fcs_start_discovery = 2;
+  fcs_discovery_name[0] = '\0';
+}
+
+TEST_F(Scalars, CountsComeFromTheService) {
+  const struct {
+    FcsObject object;
+    uint32_t record_id;
+    const char *label;
+  } counts[] = {{fcsIeNumber, 110, "ie number"},
+                {fcsPortNumber, 120, "port number"},
+                {fcsPlatformNumber, 130, "platform number"}};
+  for (const auto &c : counts) {
+    platform.service = [&](const Request &request) {
+      EXPECT_EQ(request.record_id, c.record_id);
+      EXPECT_EQ(request.operation, 1U);
+      EXPECT_TRUE(request.payload.empty());
+      return Reply{0, bytes_of(uint32_t{c.record_id * 1000})};
+    };
+    EXPECT_EQ(read(c.object, {detail(std::string("return ") + c.label)}).word(),
+              c.record_id * 1000);
+    platform.service = [](const Request &) { return Reply{5, {}}; };
+    EXPECT_FALSE(read(c.object, {detail(std::string("return NULL ") + c.label)}).value);
+  }
+}
+
+TEST_F(Scalars, TotalRejectsRepeatsTheLastIntegerAfterAFailure) {
+  platform.service = [](const Request &) { return Reply{0, bytes_of(uint32_t{0xFFFFFFF0})}; };
+  EXPECT_EQ(read(fcsTotalRejects, {detail("return Total rejects")}).word(), -16);
+  platform.service = [](const Request &) { return Reply{-1, {}}; };
+  EXPECT_EQ(read_object(fcsTotalRejects, {0}, true).word(), -16);
+  read_object(fcsVsanDiscoveryTimeOut, {0}, true);
+  EXPECT_EQ(read(fcsTotalRejects, {detail("return Total rejects")}).word(), 900);
+}
+
+TEST_F(Scalars, OnlyAnEnableStateOfOneIsTrue) {
+  for (const auto &[state, hex, truth] :
+       {std::tuple(0, "0x0", 2), {1, "0x1", 1}, {3, "0x3", 2}, {-1, "0xffffffff", 2}}) {
+    platform.notif_enabled = state;
+    EXPECT_EQ(read(fcsReqRejNotifyEnable, {detail(std::string("ret_code Rejnotif enable: ") + hex),
+                                           detail("return Rejnotif number")})
+                  .word(),
+              truth);
+    EXPECT_EQ(read(fcsDiscoveryCompleteNotifyEnable,
+                   {detail(std::string("ret_code ComplteNotify enable: ") + hex),
+                    detail("return Comnoti number")})
+                  .word(),
+              truth);
+  }
+  EXPECT_THAT(lines_of([] { read_object(fcsReqRejNotifyEnable, {0}, true); }),
+              testing::Contains("notif enable get 1407"));
+  EXPECT_THAT(lines_of([] { read_object(fcsDiscoveryCompleteNotifyEnable, {0}, true); }),
+              testing::Contains("notif enable get 1408"));
+}
+
+TEST_F(Scalars, DiscoveryListsUniteAndFilter) {
+  bitmap_set_bit(&fcs_vsan_2k, 0);          // VSAN 1
+  bitmap_set_bit(&fcs_vsan_total_2k, 15);   // VSAN 16
+  bitmap_set_bit(&fcs_vsan_4k, 0);          // VSAN 2049
+  bitmap_set_bit(&fcs_vsan_total_4k, 2046); // VSAN 4095
+  bitmap_set_bit(&fcs_vsan_4k, 2047);       // VSAN 4096, which no role set can hold
+  EXPECT_THAT(lines_of([] { read_object(fcsVsanDiscoveryList2k, {0}, true); }),
+              ElementsAre(HasSubstr("entering"),
+                          "role list 160 .1.3.6.1.4.1.32473.1.1.1.1.3.0 bytes 512: 1 16",
+                          HasSubstr("ret success")));
+  EXPECT_THAT(lines_of([] { read_object(fcsVsanDiscoveryList4k, {0}, true); }),
+              ElementsAre(HasSubstr("entering"),
+                          "role list 160 .1.3.6.1.4.1.32473.1.1.1.1.4.0 bytes 512: 2049 4095",
+                          HasSubstr("Success")));
+  EXPECT_EQ(read_object(fcsVsanDiscoveryList2k, {0}, true).value, (Bytes{0x80, 0x01}));
+  const Answer list4k = read_object(fcsVsanDiscoveryList4k, {0}, true);
+  Bytes expected(257, 0); // One octet more than the half holds.
+  expected[0] = 0x80;
+  expected[255] = 0x02;
+  EXPECT_EQ(list4k.value, expected);
+
+  platform.restricted = true;
+  platform.readable = {1, 4095};
+  EXPECT_EQ(read_object(fcsVsanDiscoveryList2k, {0}, true).value, (Bytes{0x80, 0}));
+  expected[0] = 0;
+  EXPECT_EQ(read_object(fcsVsanDiscoveryList4k, {0}, true).value, expected);
+  platform.readable = {};
+  EXPECT_EQ(read_object(fcsVsanDiscoveryList2k, {0}, true).value, Bytes{});
+  platform.restricted = false; // The lists themselves are what they were.
+  EXPECT_EQ(read_object(fcsVsanDiscoveryList2k, {0}, true).value, (Bytes{0x80, 0x01}));
+}
+
+TEST_F(Scalars, ReadsNarrowTheInvalidationLists) {
+  for (const auto &[object, bitmap, first] :
+       {std::tuple(fcsDiscoveryInvalidateCache2k, &fcs_invalidate_cache_2k, 1U),
+        {fcsDiscoveryInvalidateCache4k, &fcs_invalidate_cache_4k, 2049U}}) {
+    bitmap_set_bit(bitmap, 0);
+    bitmap_set_bit(bitmap, 7);
+    bitmap_set_bit(bitmap, 15);
+    EXPECT_EQ(read_object(object, {0}, true).value, (Bytes{0x81, 0x01}));
+    platform.restricted = true;
+    platform.readable = {first + 7};
+    EXPECT_EQ(read_object(object, {0}, true).value, Bytes{0x01});
+    platform.restricted = false;
+    EXPECT_EQ(read_object(object, {0}, true).value, Bytes{0x01}) << "the other VSANs are gone";
+  }
+}
+
+TEST_F(Scalars, FailedRoleFilterReadsAsFourZeroOctets) {
+  platform.role_fails = true;
+  bitmap_set_bit(&fcs_vsan_2k, 3);
+  bitmap_set_bit(&fcs_invalidate_cache_2k, 3);
+  const struct {
+    FcsObject object;
+    std::string trace;
+  } cases[] = {
+      {fcsVsanDiscoveryList2k, "100 get_allowed_vsans.. ret error\n"},
+      {fcsVsanDiscoveryList4k, detail("return DiscList4k error")},
+      {fcsDiscoveryInvalidateCache2k, detail("return DiscInvalDate2k error")},
+      {fcsDiscoveryInvalidateCache4k, detail("return DiscInvalDate4k error")},
+  };
+  for (const auto &c : cases) {
+    EXPECT_EQ(read(c.object, {c.trace}).value, Bytes(4, 0));
+  }
+  EXPECT_EQ(bitmap_first_bit(&fcs_invalidate_cache_2k), 3) << "a failed read narrows nothing";
+}
+
+TEST_F(Scalars, OtherInstancesAndMagics) {
+  for (const std::vector<oid> &index : {std::vector<oid>{}, {1}, {0, 0}}) {
+    EXPECT_THAT(lines_of([&] { EXPECT_FALSE(read_object(fcsStartDiscovery, index, true).value); }),
+                ElementsAre(detail("entering"), detail("return NULL")));
+  }
+  EXPECT_EQ(read_object(fcsStartDiscovery, {}, false).index, (std::vector<oid>{0}));
+  EXPECT_FALSE(read_object(fcsStartDiscovery, {0}, false).value);
+
+  platform.registered[0].magic = 6;
+  EXPECT_THAT(
+      lines_of([] { EXPECT_FALSE(read_object(static_cast<FcsObject>(6), {0}, true).value); }),
+      ElementsAre(detail("entering"), "detail ''"));
+}
+
+} // namespace

@@ -1,0 +1,101 @@
+/** The event history: order, wrap-around, survival, and files that are none. */
+#include "platform/linux/event_history.h"
+
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+namespace {
+
+class EventHistory : public testing::Test {
+protected:
+  void SetUp() override { std::filesystem::create_directory(directory_); }
+  void TearDown() override { std::filesystem::remove_all(directory_); }
+
+  static void write(EventHistoryWriter &writer, uint32_t level, const std::string &text) {
+    std::string record(sizeof(level), '\0');
+    memcpy(record.data(), &level, sizeof(level));
+    record += text;
+    writer.append(7, record.c_str(), record.size() + 1);
+  }
+
+  std::filesystem::path directory_ =
+      std::filesystem::temp_directory_path() / ("history." + std::to_string(getpid()));
+  std::string path_ = directory_ / "ring";
+};
+
+TEST_F(EventHistory, IsReadAlongAndAfterTheWriterHasGone) {
+  EventRecord record;
+  {
+    EventHistoryWriter writer(path_);
+    EventHistoryReader reader(path_);
+    EXPECT_FALSE(reader.next(record));
+    write(writer, 100, "one\n");
+    write(writer, 101, std::string(511, 'x'));
+    ASSERT_TRUE(reader.next(record));
+    EXPECT_EQ(record.text, "one\n");
+    EXPECT_EQ(record.level, 100U);
+    EXPECT_EQ(record.module, 7U);
+    ASSERT_TRUE(reader.next(record));
+    EXPECT_EQ(record.text, std::string(511, 'x'));
+    EXPECT_FALSE(reader.next(record));
+  }
+  EventHistoryWriter again(path_); // A restarted agent carries on.
+  write(again, 101, "three\n");
+  EventHistoryReader reader(path_);
+  for (const char *start : {"one", "xxx", "three"}) {
+    ASSERT_TRUE(reader.next(record));
+    EXPECT_EQ(record.text.rfind(start, 0), 0U);
+    EXPECT_EQ(record.lost, 0U);
+  }
+}
+
+TEST_F(EventHistory, OverwrittenRecordsAreCountedAsLost) {
+  EventHistoryWriter writer(path_);
+  EventHistoryReader slow(path_);
+  constexpr int kWritten = 20000;
+  for (int i = 0; i < kWritten; ++i) {
+    write(writer, 101, std::to_string(i));
+  }
+  EventRecord record;
+  ASSERT_TRUE(slow.next(record));
+  const uint64_t lost = record.lost;
+  EXPECT_GT(lost, 0U);
+  EXPECT_EQ(record.text, std::to_string(lost));
+  int last = static_cast<int>(lost);
+  while (slow.next(record)) {
+    EXPECT_EQ(record.text, std::to_string(++last));
+    EXPECT_EQ(record.lost, 0U);
+  }
+  EXPECT_EQ(last, kWritten - 1);
+  EventHistoryReader fresh(path_); // Begins at the oldest record, without a loss of its own.
+  ASSERT_TRUE(fresh.next(record));
+  EXPECT_EQ(record.lost, 0U);
+  EXPECT_EQ(record.text, std::to_string(lost));
+}
+
+TEST_F(EventHistory, OtherFilesAreRefusedAndLeftAlone) {
+  const auto fault_of = [](auto open) -> std::string {
+    try {
+      open();
+    } catch (const std::runtime_error &error) {
+      return error.what();
+    }
+    return "";
+  };
+  std::ofstream(path_) << "root:x:0:0\n";
+  EXPECT_EQ(fault_of([&] { EventHistoryWriter writer(path_); }),
+            "event history " + path_ + ": exists and is not an event history");
+  EXPECT_EQ(fault_of([&] { EventHistoryReader reader(path_); }),
+            "event history " + path_ + ": is not an event history");
+  EXPECT_EQ(std::filesystem::file_size(path_), 11U);
+  const std::string nowhere = directory_ / "none" / "ring";
+  EXPECT_EQ(fault_of([&] { EventHistoryWriter writer(nowhere); }),
+            "event history " + nowhere + ": No such file or directory");
+  EventHistoryWriter none;
+  write(none, 101, "goes nowhere");
+}
+
+} // namespace
