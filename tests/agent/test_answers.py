@@ -1,0 +1,152 @@
+"""What managers of every kind are told, against the fabric description."""
+
+import json
+import subprocess
+
+import pytest
+from fabric_view import expected_varbinds
+from lab import READER, READER_V1, REPOSITORY, ROOT, WRITER, eventually, parse_walk, v3
+
+OPERATOR_VSANS = range(1, 101)
+
+
+@pytest.fixture(scope="module")
+def fabric(lab):
+    return json.loads(lab.fabric.read_text())
+
+
+def numeric(oid):
+    return [int(sub_identifier) for sub_identifier in oid.split(".")]
+
+
+@pytest.mark.parametrize("options, bulk, readable", [
+    (READER_V1, False, range(1, 4097)),
+    (READER, False, range(1, 4097)),
+    (READER, True, range(1, 4097)),
+    (v3("admin"), False, range(1, 4097)),
+    (v3("admin"), True, range(1, 4097)),
+    (v3("operator"), False, OPERATOR_VSANS),
+    (v3("operator"), True, OPERATOR_VSANS),
+], ids=["v1", "v2c", "v2c-bulk", "v3", "v3-bulk", "restricted", "restricted-bulk"])
+def test_walk_is_the_fabric(lab, fabric, options, bulk, readable):
+    walked = lab.walk(options, bulk=bulk)
+    oids = [numeric(oid) for oid, _, _ in walked]
+    assert oids == sorted(oids), "out of order"
+    assert len(oids) == len({tuple(oid) for oid in oids}), "an instance came twice"
+    assert {oid: (kind, value) for oid, kind, value in walked} == expected_varbinds(fabric, ROOT, readable)
+
+
+def test_get_is_the_walk(lab, fabric):
+    expected = expected_varbinds(fabric, ROOT)
+    for oid, kind, value in parse_walk(lab.run("snmpget", READER, *expected)):
+        assert (kind, value) == expected[oid]
+    hidden = [oid for oid in expected if oid not in expected_varbinds(fabric, ROOT, OPERATOR_VSANS)]
+    assert hidden
+    answer = lab.run("snmpget", v3("operator"), *hidden)
+    assert answer.count("No Such Instance") == len(hidden)
+
+
+@pytest.mark.parametrize("instance", [
+    "1.1.11.1.2", "1.1.11.1.2.1", "1.1.11.1.2.1.32.1.0.0.94.0.83.1.0", "1.1.11.1.2.2.32.1.0.0.94.0.83.1",
+    "1.1.11.1.2.4294967295.255.255.255.255.255.255.255.255", "1.1.11.1.1.1.32.1.0.0.94.0.83.1", "1.1.11.1.9.1.2.3",
+    "1.2.2.1.2", "1.2.2.1.1.2", "1.2.2.1.1.1.1", "1.2.2.1.1.4294967295", "1.1.10", "1.1.10.1", "1.3.3.0",
+])
+def test_absent_instances(lab, instance):
+    assert "No Such" in lab.run("snmpget", READER, f"{ROOT}.{instance}")
+    assert "noSuchName" in lab.run("snmpget", READER_V1, f"{ROOT}.{instance}")
+
+
+def test_bare_counter_column_names_a_vsan(lab):
+    """The column's own last sub-identifier is taken for the VSAN, deliberately."""
+    assert lab.get(f"{ROOT}.1.2.2.1.1")[::2] == (f"{ROOT}.1.2.2.1.1.1", "3000000001")
+
+
+@pytest.mark.parametrize("start, following", [
+    ("1.1.11.1.2", "1.1.11.1.2.1.32.1.0.0.94.0.83.1"),
+    ("1.1.11.1.2.1.32.1.0.0.94.0.83.48", "1.1.11.1.2.100."),
+    ("1.1.11.1.2.99", "1.1.11.1.2.100."),
+    ("1.1.11.1.2.100.32", "1.1.11.1.2.100."),
+    ("1.1.11.1.2.1.32.1.0.0.94.0.83.1.7.7.7", "1.1.11.1.2.1.32.1.0.0.94.0.83.2"),
+    ("1.1.11.1.2.2101", "1.1.11.1.3.1."),
+    ("1.1.11.1.2.4294967295", "1.1.11.1.3.1."),
+    ("1.1.11.1.9.4294967295", "1.1.14.0"),
+    ("1.2.2.1.1.1", "1.2.2.1.1.100"),
+    ("1.2.2.1.1.2100", "1.2.2.1.2.1"),
+    ("1.2.2.1.1.4097", "1.2.2.1.2.1"),
+    ("1.2.2.1.9.5000", "1.3.1.0"),
+])
+def test_getnext_goes_on(lab, start, following):
+    (oid, _, _), = parse_walk(lab.run("snmpgetnext", READER, f"{ROOT}.{start}"))
+    assert oid.startswith(f"{ROOT}.{following}")
+
+
+def test_getbulk_crosses_tables(lab, fabric):
+    expected = list(expected_varbinds(fabric, ROOT).items())
+    text = lab.run("snmpbulkget", [*READER, "-Cr200"], f"{ROOT}.1.1.11.1.8.2100")
+    answers = parse_walk(text)
+    ordered = sorted(expected, key=lambda item: numeric(item[0]))
+    start = next(i for i, (oid, _) in enumerate(ordered) if oid.startswith(f"{ROOT}.1.1.11.1.8.2100."))
+    for (oid, kind, value), (expected_oid, expected_value) in zip(answers, ordered[start:]):
+        assert (oid, (kind, value)) == (expected_oid, expected_value)
+
+
+def test_nothing_is_writable_yet(lab, fabric):
+    before = lab.walk()
+    for suffix, kind, value in [("1.1.1.0", "i", "0"), ("1.1.2.0", "s", "x"), ("1.1.3.0", "x", "80"),
+                                ("1.1.5.0", "i", "1"), ("1.1.7.0", "u", "600"), ("1.1.20.0", "i", "1"),
+                                ("1.1.10.0", "i", "1"), ("1.1.12.1.5.1.1", "i", "4")]:
+        assert "notWritable" in lab.run("snmpset", WRITER, f"{ROOT}.{suffix}", kind, value)
+    assert lab.walk() == before
+
+
+def test_names_and_tables_for_people(lab):
+    environment = {**lab.environment, "MIBS": "ZEPHRIN-FCS-MIB", "MIBDIRS": str(REPOSITORY / "mibs")}
+    agent = f"127.0.0.1:{lab.port}"
+    table = subprocess.run(["snmptable", *READER, "-Cib", "-CB", agent, "ZEPHRIN-FCS-MIB::fcsStatsTable"],
+                           capture_output=True, text=True, timeout=20, env=environment).stdout
+    rows = [line.split() for line in table.splitlines()]
+    assert ["1", "3000000001", "12", "418", "4294967295", "17", "3", "96", "2147483648", "5"] in rows
+    named = subprocess.run(["snmpwalk", *READER, "-Os", agent, "ZEPHRIN-FCS-MIB::fcsIeType"],
+                           capture_output=True, text=True, timeout=20, env=environment).stdout
+    assert "INTEGER: switch(3)" in named and "INTEGER: bridge(5)" in named
+
+
+def test_a_new_fabric_shows_at_once(lab, fabric, tmp_path):
+    smaller = {"vsans": [{"id": 4094, "elements": [{"name": "10:00:00:00:5e:00:53:ff", "type": "hub"}],
+                          "discovery": {"status": "completed"}},
+                         {"id": 7, "discovery": {"status": "localOnly"}, "elements": [
+                             {"name": "ff:00:00:00:5e:00:53:00", "type": "switch", "local": True, "domainId": 239},
+                             {"name": "10:00:00:00:5e:00:53:00", "type": "switch", "domainId": 2}]}]}
+    path = tmp_path / "smaller.json"
+    path.write_text(json.dumps(smaller))
+    try:
+        done = lab.control("import", str(path))
+        assert done.returncode == 0, done.stderr
+        walked = {oid: (kind, value) for oid, kind, value in lab.walk()}
+        assert walked == expected_varbinds(smaller, ROOT)
+
+        path.write_text(json.dumps({"vsans": [{"id": 5000}]}))
+        done = lab.control("import", str(path))
+        assert done.returncode == 1 and f"{path}: vsans[0].id: 5000" in done.stderr
+        assert len(done.stderr.splitlines()) == 1
+        assert {oid: (kind, value) for oid, kind, value in lab.walk()} == walked
+    finally:
+        assert lab.control("import", str(lab.fabric)).returncode == 0
+    assert len(lab.walk()) == len(expected_varbinds(fabric, ROOT))
+
+
+def test_event_history_is_read_along(lab):
+    follower = subprocess.Popen([lab.env()["FCS_CTL"], "history", "--follow", "--lines", "0"], text=True,
+                                stdout=subprocess.PIPE)
+    try:
+        def new_line():
+            lab.get(f"{ROOT}.1.1.7.0")
+            recent = lab.control("history", "--lines", "3").stdout
+            return "detail var_zephrinFcsMIB:return DiscTimeout" in recent
+        eventually(new_line)
+        lab.get(f"{ROOT}.1.1.5.0")
+        lines = (follower.stdout.readline() for _ in range(100))
+        assert any("var_zephrinFcsMIB:return Disc\n" in line for line in lines)
+    finally:
+        follower.kill()
+        follower.wait()

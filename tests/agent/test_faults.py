@@ -1,0 +1,302 @@
+"""The service gone, hung or lying, faulty configuration, loading and unloading: the agent stays itself."""
+
+import os
+import re
+import signal
+import socket
+import struct
+import threading
+import time
+from contextlib import contextmanager
+
+import pytest
+from lab import BUILD, READER, ROOT, WRITER, eventually, v3
+
+DEADLINE = 0.2  # The exchange deadline, in seconds.
+DLMOD_STATUS = "1.3.6.1.4.1.2021.13.14.2.1.5"
+MAGIC = b"FCS-IPC\0"
+
+
+def table_rows(lab):
+    return [v for v in lab.walk() if f"{ROOT}.1.1.11." in v[0] or f"{ROOT}.1.2.2." in v[0]]
+
+
+def timed(action):
+    start = time.monotonic()
+    result = action()
+    return time.monotonic() - start, result
+
+
+def test_service_gone_and_back(lab):
+    rows = table_rows(lab)
+    agent = lab.agent
+    os.kill(lab.service, signal.SIGKILL)
+    assert eventually(lambda: table_rows(lab) == [])
+    seconds, walked = timed(lab.walk)
+    assert seconds < 2 and [oid for oid, _, _ in walked][0] == f"{ROOT}.1.1.1.0"
+    assert "Timeticks" in lab.uptime()
+    lab.up()
+    assert eventually(lambda: table_rows(lab) == rows)
+    assert lab.agent == agent
+
+
+def test_service_hung(lab):
+    rows = table_rows(lab)
+    service = lab.service
+    os.kill(service, signal.SIGSTOP)
+    try:
+        waits = []
+        stop = threading.Event()
+
+        def ask_another_mib():
+            while not stop.is_set():
+                seconds, answer = timed(lab.uptime)
+                waits.append(seconds)
+                assert "Timeticks" in answer
+
+        asking = threading.Thread(target=ask_another_mib)
+        asking.start()
+        seconds, walked = timed(lab.walk)
+        assert seconds < 5 * DEADLINE, "more than about one deadline for the whole subtree"
+        assert f"{ROOT}.1.1.7.0" in [oid for oid, _, _ in walked]
+        time.sleep(0.5)
+        stop.set()
+        asking.join()
+        assert max(waits) < DEADLINE + 0.5, "another MIB waited for the service"
+        assert len(waits) > 10
+    finally:
+        os.kill(service, signal.SIGCONT)
+    assert eventually(lambda: table_rows(lab) == rows, seconds=2)
+    assert f"no answer within {int(DEADLINE * 1000)} ms" in lab.log()
+
+
+@contextmanager
+def false_service(lab, serve):
+    """An agent that is pointed at a service of the test's own making: serve(connection) for each connection."""
+    path = str(lab.directory / "false.sock")
+    listener = socket.socket(socket.AF_UNIX, socket.SOCK_SEQPACKET)
+    listener.bind(path)
+    listener.listen(16)
+    connections = []
+
+    def accept():
+        while True:
+            try:
+                connection, _ = listener.accept()
+            except OSError:
+                return
+            connections.append(connection)
+            threading.Thread(target=run, args=(connection,), daemon=True).start()
+
+    def run(connection):
+        try:
+            serve(connection)
+        except OSError:
+            pass
+
+    threading.Thread(target=accept, daemon=True).start()
+    real = f"fcsServiceSocket {lab.directory}/fcsd.sock"
+    lab.reconfigure(lambda text: text.replace(real, f"fcsServiceSocket {path}"))
+    try:
+        yield
+    finally:
+        listener.shutdown(socket.SHUT_RDWR)
+        listener.close()
+        for connection in connections:
+            connection.close()
+        os.unlink(path)
+        lab.reconfigure(lambda text: text.replace(f"fcsServiceSocket {path}", real))
+        eventually(lambda: table_rows(lab))
+
+
+def greet(connection, magic=MAGIC, order=0x01020304, version=1, accepted=1, reason=b""):
+    connection.recv(64)
+    connection.send(struct.pack("=8sIII108s", magic, order, version, accepted, reason))
+
+
+@pytest.mark.parametrize("greeting, said", [
+    (dict(version=9), "protocol version mismatch: this end speaks 1, the other end 9"),
+    (dict(order=0x04030201), "the other end runs with another byte order"),
+    (dict(magic=b"HTTP/1.1"), "the other end does not speak the FCS messaging protocol"),
+    (dict(accepted=0, reason=b"user 1000 may not connect"), "refused: user 1000 may not connect"),
+])
+def test_wrong_peers(lab, greeting, said):
+    def serve(connection):
+        greet(connection, **greeting)
+        connection.recv(2000)
+
+    with false_service(lab, serve):
+        eventually(lambda: said in lab.log())
+        time.sleep(0.6)  # Some further attempts: the fault is reported once for each connection.
+        reported = lab.log().rsplit("restarted", 1)[1].count(said)
+        assert reported == 2, "exchanges and notifications"
+        assert table_rows(lab) == [] and "Timeticks" in lab.uptime()
+
+
+def frame(request, payload, sequence=0, result=0):
+    """The reply to a request, with what a lying service would change."""
+    asked, opcode = struct.unpack_from("=II", request)
+    return struct.pack("=IIIiI64s", asked + sequence, opcode, 0, result, 0, b"") + payload
+
+
+@pytest.mark.parametrize("replies", [
+    lambda request: [frame(request, b"\0" * 1024, sequence=1)] * 50,
+    lambda request: [frame(request, b"\0" * 1025)],
+    lambda request: [b"short"],
+    lambda request: [frame(request, b"\0" * 4, result=0x7F00)],
+    lambda request: [frame(request, b"")],
+    lambda request: [frame(request, b"\xff")],
+    lambda request: [frame(request, b"\xff" * 1024)],
+    lambda request: [],
+], ids=["other sequence", "too long", "too short", "code x 256", "empty", "one octet", "all ones", "silence"])
+def test_lying_service(lab, replies):
+    def serve(connection):
+        greet(connection)
+        while request := connection.recv(2000):
+            for reply in replies(request):
+                connection.send(reply)
+
+    with false_service(lab, serve):
+        eventually(lambda: "exchanges: connected" in lab.log().rsplit("restarted", 1)[1])
+        # The manager's own tool ends a walk in which the service goes round in circles.
+        seconds, walked = timed(lambda: lab.run("snmpwalk", READER, ROOT))
+        assert seconds < 3
+        assert f"{ROOT}.1.1.7.0 = Gauge32: 900" in walked and "Timeout" not in walked
+        assert "Timeticks" in lab.uptime()
+
+
+def test_notifications_are_received(lab):
+    """Nothing is sent yet, but every message is taken, whatever it looks like."""
+    taken = threading.Event()
+
+    def serve(connection):
+        purpose = struct.unpack_from("=I", connection.recv(64, socket.MSG_PEEK), 16)[0]
+        greet(connection)
+        if purpose == 2:
+            for opcode in [1407, 1408, 1409, 1411, 1415, 4711]:
+                for payload in [b"", b"\x01", b"A" * 1024]:
+                    connection.send(struct.pack("=IIIiI64s", 0, opcode, 0, 0, 0, b"") + payload)
+            taken.set()
+        connection.recv(2000)
+
+    with false_service(lab, serve):
+        assert taken.wait(5)
+        eventually(lambda: "notification with unknown opcode 4711" in lab.log())
+        assert "Timeticks" in lab.uptime()
+        assert "opcode 1408" not in lab.log()
+
+
+def test_restricted_user_without_rows(lab):
+    def empty_vsans_only(text):
+        return text.replace("fcsRole operations 1-100 1-50", "fcsRole operations 2-99,101-2099,2101-4095 none")
+
+    lab.reconfigure(empty_vsans_only)
+    try:
+        walked = lab.walk(v3("operator"))
+        assert walked and not [v for v in walked if ".1.1.11." in v[0] or ".1.2.2." in v[0]]
+    finally:
+        lab.reconfigure(lambda text: re.sub("fcsRole operations .*", "fcsRole operations 1-100 1-50", text))
+
+
+@pytest.mark.parametrize("line, fault", [
+    ("fcsRole operations 1-100x 1-50", "fcsRole: VSAN list '1-100x': '1-100x' is not a VSAN or an ascending range"),
+    ("fcsRoleUser somebody nonesuch", "fcsRoleUser: role 'nonesuch' is not defined above this line"),
+    ("fcsExchangeTimeout soon", "fcsExchangeTimeout: 'soon' is not a number of milliseconds within 10 to 10000"),
+    ("fcsServiceSocket relative", "fcsServiceSocket: 'relative' is not an absolute path"),
+    ("fcsServiceUser no-such-user", "fcsServiceUser: there is no user 'no-such-user'"),
+    ("fcsHistoryLevel loud", "fcsHistoryLevel: 'loud' is none of none, event, detail"),
+])
+def test_bad_configuration_lines(lab, line, fault):
+    good = (lab.directory / "snmpd.conf").read_text()
+    key = " ".join(line.split()[:2 if line.startswith("fcsRole ") else 1])
+    kept = [text for text in good.splitlines() if not text.startswith(key) or line.startswith("fcsRoleUser")]
+    number = next(i for i, text in enumerate(kept) if text.startswith("dlmod")) + 2
+    kept.insert(number - 1, line)
+    lab.reconfigure(lambda _: "\n".join(kept) + "\n")
+    try:
+        report = lab.log().rsplit("restarted", 1)[1]
+        assert f"snmpd.conf: line {number}: Error: {fault}" in report
+        if line.startswith("fcsRole "):
+            assert [v for v in lab.walk(v3("operator")) if ".1.2.2." in v[0]] == []
+    finally:
+        lab.reconfigure(lambda _: good)
+        eventually(lambda: table_rows(lab))
+
+
+def test_unusable_event_history(lab):
+    history = lab.directory / "history"
+    keep = history.read_bytes()
+    history.unlink()
+    history.write_text("not a history\n")
+    lab.reconfigure()
+    assert f"fcs: event history {history}: exists and is not an event history" in lab.log()
+    assert table_rows(lab) and history.read_text() == "not a history\n"
+    history.write_bytes(keep)
+    lab.reconfigure()
+
+
+def footprint(pid):
+    """Descriptors that are no network sockets, mappings of the module and its history, resident kilobytes.
+
+    A network socket is left out: the agent itself loses one with every SIGHUP, with or without the module.
+    """
+    maps = open(f"/proc/{pid}/maps").read()
+    status = open(f"/proc/{pid}/status").read()
+    local_sockets = {f"socket:[{line.split()[6]}]" for line in open("/proc/net/unix")}
+    descriptors = [os.readlink(f"/proc/{pid}/fd/{fd}") for fd in os.listdir(f"/proc/{pid}/fd")]
+    ours = [name for name in descriptors if not name.startswith("socket:") or name in local_sockets]
+    return len(ours), maps.count("fcs_mib.so"), maps.count("/history"), int(re.search(r"VmRSS:\s+(\d+)", status)[1])
+
+
+def test_reloading_leaves_nothing_behind(lab):
+    rows = table_rows(lab)
+    agent = lab.agent
+
+    def reload_by_manager():
+        row = re.search(rf"{re.escape(DLMOD_STATUS)}\.(\d+) = INTEGER: 1", lab.run("snmpwalk", WRITER, DLMOD_STATUS))[1]
+        lab.run("snmpset", WRITER, f"{DLMOD_STATUS}.{row}", "i", "5")
+        descriptors, library, history, _ = footprint(agent)
+        assert (library, history) == (0, 0), "still mapped"
+        assert lab.walk() == []
+        lab.run("snmpset", WRITER, f"{DLMOD_STATUS}.{row}", "i", "4")
+        assert eventually(lambda: table_rows(lab) == rows)
+        return descriptors
+
+    bare = reload_by_manager()
+    for _ in range(3):
+        lab.reconfigure()
+    before = footprint(agent)
+    for _ in range(20):
+        lab.reconfigure()
+    assert reload_by_manager() == bare
+    after = footprint(agent)
+    assert eventually(lambda: table_rows(lab) == rows)
+    assert after[:3] == before[:3] and lab.agent == agent
+    assert after[3] < before[3] + 4096, "resident kilobytes"
+    # A module that a manager loads reads its own lines of the configuration: the roles still hold.
+    assert {v[0].split(".")[-1] for v in lab.walk(v3("operator"), ".1.2.2")} == {"1", "100"}
+
+
+def test_labs_side_by_side_and_up_again(lab, tmp_path):
+    from lab import Lab
+    other = Lab(tmp_path / "other")
+    try:
+        assert "core-a.example.net" in other.up()
+        pids = other.agent, other.service
+        other.up()
+        assert (other.agent, other.service) == pids
+        os.kill(pids[1], signal.SIGTERM)
+        eventually(lambda: other.env()["FCS_SERVICE_PID"] == "")
+        other.up()
+        assert other.agent == pids[0]
+        taken = Lab(tmp_path / "third")
+        taken.port = other.port
+        done = taken.script("up", "--build", BUILD, "--snmp-port", str(other.port), "--trap-port",
+                            str(taken.trap_port))
+        taken.down()
+        assert done.returncode == 1 and f"--snmp-port {other.port}: something uses this UDP port already" in done.stderr
+    finally:
+        other.down()
+    assert "Timeticks" in lab.uptime()
+    assert not any(os.path.exists(f"/proc/{pid}") and "Z" not in open(f"/proc/{pid}/stat").read().split()[2]
+                   for pid in pids)
