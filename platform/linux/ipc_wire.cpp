@@ -1,6 +1,5 @@
 #include "ipc_wire.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <sys/socket.h>
@@ -57,7 +56,7 @@ GreetingReply reply_to_greeting(std::string_view fault) {
   reply.byte_order = kByteOrderMark;
   reply.version = kVersion;
   reply.accepted = fault.empty() ? 1 : 0;
-  std::memcpy(reply.reason, fault.data(), std::min(fault.size(), sizeof(reply.reason) - 1));
+  fault.copy(reply.reason, sizeof(reply.reason) - 1);
   return reply;
 }
 

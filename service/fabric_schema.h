@@ -1,0 +1,120 @@
+/**
+ * The store's tables. Words are stored as the unsigned numbers they are; names are blobs, which
+ * SQLite compares octet by octet.
+ */
+#pragma once
+
+namespace fcs {
+
+/** Tells a store of this service from other databases: "FCSf". */
+constexpr int kApplicationId = 0x46435366;
+/** Changes with every change of the tables. */
+constexpr int kSchemaVersion = 1;
+
+/**
+ * The counts in `vsan` are kept by whoever adds or removes rows, because counting a large fabric
+ * anew for every request would take longer than the agent waits.
+ *
+ * A port belongs to the element that has its port list. Its `local` repeats its element's.
+ */
+constexpr char kSchema[] = R"(
+CREATE TABLE fabric (
+  id INTEGER PRIMARY KEY CHECK (id = 1),
+  comment BLOB NOT NULL
+) STRICT;
+
+CREATE TABLE vsan (
+  id INTEGER PRIMARY KEY,
+  status INTEGER NOT NULL,
+  completed_seconds INTEGER NOT NULL,
+  completed_microseconds INTEGER NOT NULL,
+  takes_seconds REAL NOT NULL,
+  rx_get_reqs INTEGER NOT NULL,
+  tx_get_reqs INTEGER NOT NULL,
+  rx_reg_reqs INTEGER NOT NULL,
+  rx_dereg_reqs INTEGER NOT NULL,
+  tx_reg_reqs INTEGER NOT NULL,
+  tx_dereg_reqs INTEGER NOT NULL,
+  rx_rscns INTEGER NOT NULL,
+  tx_rscns INTEGER NOT NULL,
+  rejects INTEGER NOT NULL,
+  elements INTEGER NOT NULL DEFAULT 0,
+  local_elements INTEGER NOT NULL DEFAULT 0,
+  ports INTEGER NOT NULL DEFAULT 0,
+  local_ports INTEGER NOT NULL DEFAULT 0,
+  platforms INTEGER NOT NULL DEFAULT 0
+) STRICT;
+
+CREATE TABLE element (
+  vsan INTEGER NOT NULL,
+  name BLOB NOT NULL,
+  type INTEGER NOT NULL,
+  domain_id INTEGER NOT NULL,
+  mgmt_id BLOB NOT NULL,
+  fabric_name BLOB NOT NULL,
+  logical_name BLOB NOT NULL,
+  mgmt_addr_list INTEGER NOT NULL,
+  info_list BLOB NOT NULL,
+  port_list INTEGER NOT NULL,
+  local INTEGER NOT NULL,
+  PRIMARY KEY (vsan, name)
+) STRICT, WITHOUT ROWID;
+CREATE UNIQUE INDEX element_local ON element (vsan) WHERE local = 1;
+CREATE UNIQUE INDEX element_port_list ON element (port_list) WHERE port_list <> 0;
+
+CREATE TABLE port (
+  vsan INTEGER NOT NULL,
+  name BLOB NOT NULL,
+  port_list INTEGER NOT NULL,
+  local INTEGER NOT NULL,
+  type INTEGER NOT NULL,
+  tx_type INTEGER NOT NULL,
+  module_type INTEGER NOT NULL,
+  physical_port INTEGER NOT NULL,
+  attached_list INTEGER NOT NULL,
+  state INTEGER NOT NULL,
+  PRIMARY KEY (vsan, name)
+) STRICT, WITHOUT ROWID;
+CREATE INDEX port_local ON port (vsan, name) WHERE local = 1;
+CREATE INDEX port_port_list ON port (port_list, name);
+CREATE UNIQUE INDEX port_attached_list ON port (attached_list) WHERE attached_list <> 0;
+
+CREATE TABLE attached_name (
+  list INTEGER NOT NULL,
+  name BLOB NOT NULL,
+  PRIMARY KEY (list, name)
+) STRICT, WITHOUT ROWID;
+
+CREATE TABLE platform (
+  vsan INTEGER NOT NULL,
+  platform_index INTEGER NOT NULL,
+  name BLOB NOT NULL,
+  type INTEGER NOT NULL,
+  node_name_list INTEGER NOT NULL,
+  mgmt_addr_list INTEGER NOT NULL,
+  configured INTEGER NOT NULL,
+  validation_result INTEGER NOT NULL,
+  PRIMARY KEY (vsan, platform_index)
+) STRICT, WITHOUT ROWID;
+CREATE UNIQUE INDEX platform_name ON platform (vsan, name) WHERE length(name) > 0;
+
+CREATE TABLE node_name_list (list INTEGER PRIMARY KEY) STRICT;
+CREATE TABLE node_name (
+  list INTEGER NOT NULL,
+  name BLOB NOT NULL,
+  configured INTEGER NOT NULL,
+  PRIMARY KEY (list, name)
+) STRICT, WITHOUT ROWID;
+CREATE UNIQUE INDEX node_name_name ON node_name (name);
+
+CREATE TABLE mgmt_addr_list (list INTEGER PRIMARY KEY) STRICT;
+CREATE TABLE mgmt_addr (
+  list INTEGER NOT NULL,
+  address_index INTEGER NOT NULL,
+  address BLOB NOT NULL,
+  configured INTEGER NOT NULL,
+  PRIMARY KEY (list, address_index)
+) STRICT, WITHOUT ROWID;
+)";
+
+} // namespace fcs

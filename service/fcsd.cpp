@@ -1,0 +1,132 @@
+/**
+ * fcsd: the FCS service. Owns the fabric and answers the SNMP module's requests.
+ */
+#include "service/defaults.h"
+#include "service/fabric_json.h"
+#include "service/fabric_store.h"
+#include "service/listener.h"
+#include "service/log.h"
+#include "service/server.h"
+
+#include <CLI/CLI.hpp>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <grp.h>
+#include <optional>
+#include <poll.h>
+#include <stdexcept>
+#include <string>
+#include <sys/signalfd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+/** How long an answer may wait for another program's write to the store. */
+constexpr std::chrono::milliseconds kBusyWait{100};
+
+struct Options {
+  std::string socket = fcs::kDefaultSocket;
+  std::string store = fcs::kDefaultStore;
+  std::string group;
+  std::string fabric;
+};
+
+/** The service was told to stop before it was ready. */
+class Stopped : public std::exception {};
+
+std::optional<gid_t> group_id(const std::string &name) {
+  if (name.empty()) {
+    return std::nullopt;
+  }
+  errno = 0;
+  const group *found = getgrnam(name.c_str());
+  if (found == nullptr) {
+    throw std::runtime_error("unknown group " + name +
+                             (errno == 0 ? "" : std::string(": ") + std::strerror(errno)));
+  }
+  return found->gr_gid;
+}
+
+/** A descriptor that is readable once the process has been told to stop. */
+fcs::Fd catch_stop_signals() {
+  sigset_t signals;
+  sigemptyset(&signals);
+  for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
+    sigaddset(&signals, signal);
+  }
+  sigprocmask(SIG_BLOCK, &signals, nullptr);
+  fcs::Fd fd(signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
+  if (!fd) {
+    throw std::runtime_error(std::string("cannot catch signals: ") + std::strerror(errno));
+  }
+  return fd;
+}
+
+void import_initial_fabric(fcs::FabricStore &store, const std::string &path, int stop_fd) {
+  if (path.empty()) {
+    return;
+  }
+  if (store.holds_fabric()) {
+    fcs::log_line("the store holds a fabric already, %s is not read", path.c_str());
+    return;
+  }
+  fcs::import_fabric_file(store, path, [stop_fd](uint32_t /*vsans*/) {
+    pollfd polled{stop_fd, POLLIN, 0};
+    if (poll(&polled, 1, 0) > 0) {
+      throw Stopped();
+    }
+  });
+  fcs::log_line("imported %s", path.c_str());
+}
+
+void serve(const Options &options) {
+  umask(S_IRWXG | S_IRWXO);
+  const std::optional<gid_t> group = group_id(options.group);
+  const fcs::Fd stop = catch_stop_signals();
+  fcs::Listener listener(options.socket, group);
+  fcs::FabricStore store(options.store, kBusyWait);
+  import_initial_fabric(store, options.fabric, stop.get());
+  const fcs::FabricTotals totals = store.totals();
+  fcs::Server server(listener, store, {geteuid(), group});
+  fcs::log_line("ready: socket %s, store %s with %u VSANs, %u elements, %u ports, %u platforms",
+                listener.path().c_str(), store.path().c_str(), totals.vsans, totals.elements,
+                totals.ports, totals.platforms);
+  server.run(stop.get());
+  fcs::log_line("stopped");
+}
+
+int run(int argc, char **argv) {
+  Options options;
+  CLI::App app("The FCS service: keeps the fabric and answers the SNMP module's requests.", "fcsd");
+  app.option_defaults()->always_capture_default();
+  app.add_option("--socket", options.socket, "Socket to listen on");
+  app.add_option("--store", options.store, "Database that holds the fabric");
+  app.add_option("--group", options.group, "Group whose members may connect, besides root");
+  app.add_option("--fabric", options.fabric,
+                 "Fabric description (JSON) to import if the store holds no fabric yet");
+  app.set_version_flag("--version", "fcsd " FCS_VERSION);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError &error) {
+    return app.exit(error) == 0 ? 0 : 2;
+  }
+  try {
+    serve(options);
+  } catch (const Stopped &) {
+    fcs::log_line("stopped before it was ready");
+  }
+  return 0;
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+  try {
+    return run(argc, argv);
+  } catch (const std::exception &error) {
+    fcs::log_line("%s", error.what());
+    return 1;
+  }
+}

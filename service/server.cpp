@@ -1,0 +1,266 @@
+#include "service/server.h"
+
+#include "service/fcs_control.h"
+#include "service/log.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <nlohmann/json.hpp>
+#include <stdexcept>
+#include <sys/socket.h>
+#include <system_error>
+
+namespace fcs {
+
+namespace {
+
+/** Clients beyond the limit that are kept only until they can be told so. */
+constexpr size_t kRefusedClients = 16;
+/** Messages of one client in one round, so that a busy one does not starve the others. */
+constexpr int kMessagesPerRound = 16;
+
+const char *purpose_name(uint32_t purpose) {
+  switch (purpose) {
+  case ipc_wire::kExchange: return "exchange";
+  case ipc_wire::kNotification: return "notification";
+  case ipc_wire::kControl: return "control";
+  default: return "new";
+  }
+}
+
+} // namespace
+
+Server::Server(Listener &listener, FabricStore &store, PeerPolicy policy)
+    : listener_(listener), store_(store), policy_(policy), started_(Clock::now()),
+      accept_again_(started_) {}
+
+void Server::run(int stop_fd) {
+  for (;;) {
+    polled_.clear();
+    polled_.push_back({stop_fd, POLLIN, 0});
+    const bool accepting = Clock::now() >= accept_again_;
+    polled_.push_back({accepting ? listener_.fd() : -1, POLLIN, 0});
+    for (const Client &client : clients_) {
+      polled_.push_back({client.fd.get(), POLLIN, 0});
+    }
+    if (poll(polled_.data(), polled_.size(), poll_timeout()) < 0) {
+      if (errno == EINTR) {
+        continue;
+      }
+      throw std::system_error(errno, std::generic_category(), "cannot wait for messages");
+    }
+    if (polled_[0].revents != 0) {
+      return;
+    }
+    for (size_t i = 0; i < clients_.size(); ++i) {
+      if (polled_[i + 2].revents != 0) {
+        serve(clients_[i]);
+      }
+    }
+    drop_silent_clients();
+    std::erase_if(clients_, [](const Client &client) { return client.gone; });
+    if (polled_[1].revents != 0) {
+      accept_clients();
+    }
+  }
+}
+
+/** Until the first client's time to greet is over; milliseconds, -1 for ever. */
+int Server::poll_timeout() const {
+  const Clock::time_point now = Clock::now();
+  Clock::time_point wake = now < accept_again_ ? accept_again_ : Clock::time_point::max();
+  for (const Client &client : clients_) {
+    if (client.purpose == 0) {
+      wake = std::min(wake, client.greet_by);
+    }
+  }
+  if (wake == Clock::time_point::max()) {
+    return -1;
+  }
+  const auto wait = std::chrono::ceil<std::chrono::milliseconds>(wake - now);
+  return static_cast<int>(std::max(wait.count(), std::chrono::milliseconds::rep{0}));
+}
+
+void Server::drop_silent_clients() {
+  const Clock::time_point now = Clock::now();
+  for (Client &client : clients_) {
+    if (!client.gone && client.purpose == 0 && client.greet_by <= now) {
+      refuse(client, "no greeting within " + std::to_string(kGreetingTime.count()) + " ms");
+    }
+  }
+}
+
+void Server::accept_clients() {
+  for (;;) {
+    Fd fd(accept4(listener_.fd(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+    if (fd) {
+      add_client(std::move(fd));
+    } else if (errno == EAGAIN) {
+      return;
+    } else if (errno != EINTR && errno != ECONNABORTED) {
+      // Out of descriptors or memory: the waiting client would wake the loop again and again.
+      log_line("cannot accept a connection: %s", std::strerror(errno));
+      accept_again_ = Clock::now() + std::chrono::milliseconds(200);
+      return;
+    }
+  }
+}
+
+void Server::add_client(Fd fd) {
+  if (clients_.size() >= kMaxClients + kRefusedClients) {
+    log_line("connection dropped: far too many clients");
+    return;
+  }
+  try {
+    Peer peer = peer_of(fd.get());
+    std::string refusal = peer_fault(peer, policy_);
+    if (refusal.empty() && clients_.size() >= kMaxClients) {
+      refusal = "the service has " + std::to_string(kMaxClients) + " clients already";
+    }
+    clients_.push_back({std::move(fd), std::move(peer), 0, Clock::now() + kGreetingTime,
+                        std::move(refusal), false});
+  } catch (const std::system_error &error) {
+    log_line("connection dropped: %s", error.what());
+  }
+}
+
+void Server::serve(Client &client) {
+  for (int i = 0; i < kMessagesPerRound && !client.gone; ++i) {
+    if (!serve_message(client)) {
+      return;
+    }
+  }
+}
+
+/** False when the client has sent nothing more. */
+bool Server::serve_message(Client &client) {
+  const ssize_t got = recv(client.fd.get(), &request_, sizeof(request_), MSG_DONTWAIT | MSG_TRUNC);
+  if (got < 0 && (errno == EAGAIN || errno == EINTR)) {
+    return errno == EINTR;
+  }
+  if (got <= 0) {
+    drop(client, got == 0 ? "closed by the client" : std::strerror(errno));
+    return false;
+  }
+  const auto length = static_cast<size_t>(got);
+  if (client.purpose == 0) {
+    greet(client, length);
+  } else {
+    answer_frame(client, length);
+  }
+  return true;
+}
+
+void Server::greet(Client &client, size_t length) {
+  // The client's own right to be here is judged first: its greeting is of no interest without it.
+  const std::string fault =
+      client.refusal.empty() ? ipc_wire::greeting_fault(&request_, length) : client.refusal;
+  if (!fault.empty()) {
+    refuse(client, fault);
+    return;
+  }
+  ipc_wire::Greeting greeting{};
+  std::memcpy(&greeting, &request_, sizeof(greeting));
+  const ipc_wire::GreetingReply reply = ipc_wire::reply_to_greeting(fault);
+  if (!send_message(client, &reply, sizeof(reply))) {
+    drop(client, "cannot be answered");
+    return;
+  }
+  client.purpose = greeting.purpose;
+  log_line("%s connection from pid %d, uid %u", purpose_name(client.purpose), client.peer.pid,
+           client.peer.uid);
+}
+
+void Server::refuse(Client &client, const std::string &fault) {
+  log_line("connection from pid %d, uid %u refused: %s", client.peer.pid, client.peer.uid,
+           fault.c_str());
+  const ipc_wire::GreetingReply reply = ipc_wire::reply_to_greeting(fault);
+  send_message(client, &reply, sizeof(reply));
+  client.gone = true;
+}
+
+void Server::answer_frame(Client &client, size_t length) {
+  if (length < sizeof(request_.header) || length > sizeof(request_)) {
+    drop(client, "sent what is no message");
+    return;
+  }
+  if (client.purpose == ipc_wire::kNotification) {
+    drop(client, "sent a message on a connection for notifications");
+    return;
+  }
+  const Answer made = answer(client, {request_.payload, length - sizeof(request_.header)});
+  reply_.header = {};
+  reply_.header.sequence = request_.header.sequence;
+  reply_.header.opcode = request_.header.opcode;
+  reply_.header.result = made.result;
+  if (!send_message(client, &reply_, sizeof(reply_.header) + made.length)) {
+    drop(client, "does not read its answers");
+  }
+}
+
+Answer Server::answer(const Client &client, Octets payload) {
+  if (client.purpose == ipc_wire::kControl) {
+    return answer_control(payload);
+  }
+  if (request_.header.opcode != FCS_MSG_REQUEST) {
+    return {FCS_ERR_NO_SUCH_RECORD, 0};
+  }
+  return answer_request(store_, request_.header.flag, payload, reply_.payload);
+}
+
+Answer Server::answer_control(Octets payload) {
+  if (request_.header.opcode != FCS_CTL_STATUS) {
+    return {FCS_ERR_NO_SUCH_RECORD, 0};
+  }
+  if (!payload.empty()) {
+    return {FCS_ERR_BAD_LENGTH, 0};
+  }
+  try {
+    const std::string text = status_text();
+    std::memcpy(reply_.payload, text.data(), text.size());
+    return {FCS_OK, static_cast<uint32_t>(text.size())};
+  } catch (const SqliteError &error) {
+    log_line("cannot read the store %s for the status: %s", store_.path().c_str(), error.what());
+    return {FCS_ERR_STORE, 0};
+  }
+}
+
+std::string Server::status_text() {
+  const FabricTotals totals = store_.totals();
+  const auto uptime = std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - started_);
+  nlohmann::ordered_json status{{"pid", getpid()},
+                                {"uptimeSeconds", uptime.count()},
+                                {"store", store_.path()},
+                                {"vsans", totals.vsans},
+                                {"elements", totals.elements},
+                                {"ports", totals.ports},
+                                {"platforms", totals.platforms},
+                                {"connections", nlohmann::ordered_json::object()}};
+  for (const uint32_t purpose :
+       {ipc_wire::kExchange, ipc_wire::kNotification, ipc_wire::kControl}) {
+    status["connections"][purpose_name(purpose)] =
+        std::ranges::count(clients_, purpose, &Client::purpose);
+  }
+  constexpr auto kReplace = nlohmann::ordered_json::error_handler_t::replace;
+  std::string text = status.dump(-1, ' ', false, kReplace);
+  if (text.size() > sizeof(reply_.payload)) {
+    status.erase("store");
+    text = status.dump();
+  }
+  return text;
+}
+
+void Server::drop(Client &client, const char *reason) {
+  log_line("%s connection of pid %d, uid %u ends: %s", purpose_name(client.purpose),
+           client.peer.pid, client.peer.uid, reason);
+  client.gone = true;
+}
+
+/** False when the client's socket is full or broken. */
+bool Server::send_message(const Client &client, const void *message, size_t length) {
+  const ssize_t sent = send(client.fd.get(), message, length, MSG_DONTWAIT | MSG_NOSIGNAL);
+  return sent == static_cast<ssize_t>(length);
+}
+
+} // namespace fcs

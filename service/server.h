@@ -1,0 +1,72 @@
+/**
+ * The service's connections: one thread, one poll loop, and no client that can hold it up.
+ */
+#pragma once
+
+#include "platform/linux/ipc_wire.h"
+#include "service/fabric_store.h"
+#include "service/listener.h"
+#include "service/peer_policy.h"
+#include "service/record_dispatch.h"
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <poll.h>
+#include <string>
+#include <vector>
+
+namespace fcs {
+
+class Server {
+public:
+  /** How many clients are served at the same time. */
+  static constexpr size_t kMaxClients = 64;
+  /** How long a client may take to greet. */
+  static constexpr std::chrono::milliseconds kGreetingTime{2000};
+
+  /** \param listener, store: have to outlive the server. */
+  Server(Listener &listener, FabricStore &store, PeerPolicy policy);
+
+  /** Serves until `stop_fd` becomes readable. */
+  void run(int stop_fd);
+
+private:
+  using Clock = std::chrono::steady_clock;
+
+  struct Client {
+    Fd fd;
+    Peer peer;
+    uint32_t purpose; ///< ipc_wire::Purpose; 0 until the client has greeted.
+    Clock::time_point greet_by;
+    std::string refusal; ///< Why its greeting will be refused, if it will.
+    bool gone;           ///< To be forgotten after this round.
+  };
+
+  int poll_timeout() const;
+  void drop_silent_clients();
+  void accept_clients();
+  void add_client(Fd fd);
+  void serve(Client &client);
+  bool serve_message(Client &client);
+  void greet(Client &client, size_t length);
+  void refuse(Client &client, const std::string &fault);
+  void answer_frame(Client &client, size_t length);
+  Answer answer(const Client &client, Octets payload);
+  Answer answer_control(Octets payload);
+  std::string status_text();
+  void drop(Client &client, const char *reason);
+  static bool send_message(const Client &client, const void *message, size_t length);
+
+  Listener &listener_;
+  FabricStore &store_;
+  PeerPolicy policy_;
+  Clock::time_point started_;
+  Clock::time_point accept_again_;
+  std::vector<Client> clients_;
+  std::vector<pollfd> polled_;
+  ipc_wire::Frame request_{};
+  ipc_wire::Frame reply_{};
+};
+
+} // namespace fcs

@@ -1,0 +1,88 @@
+#include "service/sqlite.h"
+
+#include <cstring>
+
+namespace fcs {
+
+namespace {
+
+[[noreturn]] void fail(sqlite3 *handle, int code) {
+  std::string text = handle == nullptr ? sqlite3_errstr(code) : sqlite3_errmsg(handle);
+  const int system_error = handle == nullptr ? 0 : sqlite3_system_errno(handle);
+  const int primary = code & 0xFF;
+  if (system_error != 0 && (primary == SQLITE_CANTOPEN || primary == SQLITE_IOERR)) {
+    text += std::string(": ") + std::strerror(system_error);
+  }
+  throw SqliteError(code, text);
+}
+
+} // namespace
+
+Database::Database(const std::string &path) {
+  sqlite3 *handle = nullptr;
+  const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE;
+  const int code = sqlite3_open_v2(path.c_str(), &handle, flags, nullptr);
+  handle_.reset(handle);
+  if (code != SQLITE_OK) {
+    fcs::fail(handle, code);
+  }
+  if (sqlite3_db_readonly(handle, "main") == 1) {
+    throw SqliteError(SQLITE_READONLY, "it may only be read");
+  }
+}
+
+void Database::fail() const {
+  fcs::fail(handle(), sqlite3_extended_errcode(handle()));
+}
+
+void Database::execute(const char *sql) {
+  if (sqlite3_exec(handle(), sql, nullptr, nullptr, nullptr) != SQLITE_OK) {
+    fail();
+  }
+}
+
+bool Rows::next() {
+  const int code = sqlite3_step(statement_);
+  if (code != SQLITE_ROW && code != SQLITE_DONE) {
+    fcs::fail(sqlite3_db_handle(statement_), code);
+  }
+  return code == SQLITE_ROW;
+}
+
+Octets Rows::octets(int column) const {
+  const void *data = sqlite3_column_blob(statement_, column);
+  const int length = sqlite3_column_bytes(statement_, column);
+  return {static_cast<const uint8_t *>(data), static_cast<size_t>(length)};
+}
+
+Statement::Statement(Database &database, const char *sql) {
+  sqlite3_stmt *statement = nullptr;
+  const int code = sqlite3_prepare_v3(database.handle(), sql, -1, SQLITE_PREPARE_PERSISTENT,
+                                      &statement, nullptr);
+  statement_.reset(statement);
+  if (code != SQLITE_OK) {
+    database.fail();
+  }
+}
+
+void Statement::check(int code) const {
+  if (code != SQLITE_OK) {
+    fcs::fail(sqlite3_db_handle(statement_.get()), code);
+  }
+}
+
+void Statement::bind(int position, int64_t value) {
+  check(sqlite3_bind_int64(statement_.get(), position, value));
+}
+
+void Statement::bind(int position, double value) {
+  check(sqlite3_bind_double(statement_.get(), position, value));
+}
+
+void Statement::bind(int position, Octets value) {
+  // A null pointer would bind NULL, which is not a string of no octets.
+  const void *data = value.empty() ? "" : static_cast<const void *>(value.data());
+  check(sqlite3_bind_blob64(statement_.get(), position, data, value.size(), SQLITE_STATIC));
+}
+
+} // namespace fcs

@@ -1,0 +1,95 @@
+/**
+ * The little of SQLite that the store needs, with owners and exceptions.
+ */
+#pragma once
+
+#include "service/octets.h"
+
+#include <memory>
+#include <sqlite3.h>
+#include <stdexcept>
+#include <string>
+
+namespace fcs {
+
+/** A failed call of SQLite. */
+class SqliteError : public std::runtime_error {
+public:
+  SqliteError(int code, const std::string &text) : std::runtime_error(text), code_(code) {}
+  /** SQLite's extended result code. */
+  int code() const { return code_; }
+
+private:
+  int code_;
+};
+
+/** A connection to a database file that exists. */
+class Database {
+public:
+  /** Throws SqliteError, also for a file that can only be read. */
+  explicit Database(const std::string &path);
+
+  /** Runs statements that return no rows. */
+  void execute(const char *sql);
+  sqlite3 *handle() const { return handle_.get(); }
+  [[noreturn]] void fail() const;
+
+private:
+  struct Close {
+    void operator()(sqlite3 *handle) const { sqlite3_close_v2(handle); }
+  };
+  std::unique_ptr<sqlite3, Close> handle_;
+};
+
+/** The rows of a running statement; the statement is free for its next run when this goes. */
+class Rows {
+public:
+  explicit Rows(sqlite3_stmt *statement) : statement_(statement) {}
+  Rows(const Rows &) = delete;
+  Rows &operator=(const Rows &) = delete;
+  ~Rows() { sqlite3_reset(statement_); }
+
+  /** Goes on to the next row; false when there is none. Throws SqliteError. */
+  bool next();
+
+  int64_t integer(int column) const { return sqlite3_column_int64(statement_, column); }
+  uint32_t word(int column) const { return static_cast<uint32_t>(integer(column)); }
+  double real(int column) const { return sqlite3_column_double(statement_, column); }
+  /** Valid until the next row. */
+  Octets octets(int column) const;
+
+private:
+  sqlite3_stmt *statement_;
+};
+
+/** A prepared statement. */
+class Statement {
+public:
+  Statement(Database &database, const char *sql);
+
+  /** Runs the statement with these values; octets have to outlive the rows. */
+  template <typename... Values> Rows run(const Values &...values) {
+    int position = 0;
+    (bind(++position, values), ...);
+    return Rows(statement_.get());
+  }
+
+  /** Runs a statement that returns no rows. */
+  template <typename... Values> void execute(const Values &...values) { run(values...).next(); }
+
+private:
+  void bind(int position, int64_t value);
+  void bind(int position, uint32_t value) { bind(position, int64_t{value}); }
+  void bind(int position, int32_t value) { bind(position, int64_t{value}); }
+  void bind(int position, bool value) { bind(position, int64_t{value ? 1 : 0}); }
+  void bind(int position, double value);
+  void bind(int position, Octets value);
+  void check(int code) const;
+
+  struct Finalize {
+    void operator()(sqlite3_stmt *statement) const { sqlite3_finalize(statement); }
+  };
+  std::unique_ptr<sqlite3_stmt, Finalize> statement_;
+};
+
+} // namespace fcs

@@ -1,0 +1,168 @@
+#include "fixtures.h"
+
+#include "service/record_dispatch.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <map>
+#include <set>
+#include <sstream>
+
+namespace {
+
+using Bytes = std::vector<uint8_t>;
+
+/** The native words as they lie in memory. */
+Bytes words(std::initializer_list<uint32_t> values) {
+  Bytes bytes(values.size() * sizeof(uint32_t));
+  std::memcpy(bytes.data(), values.begin(), bytes.size());
+  return bytes;
+}
+
+class Dispatch : public testing::Test {
+protected:
+  Dispatch() {
+    std::ostringstream sample;
+    sample << std::ifstream(SAMPLE_FABRIC).rdbuf();
+    EXPECT_EQ(import_text(store_, sample.str()), "");
+  }
+
+  fcs::Answer ask(uint32_t operation, const Bytes &request) {
+    room_.fill(0xAA);
+    return fcs::answer_request(store_, operation, request, room_);
+  }
+
+  /** The answer's record, if it has its length. */
+  template <typename Record> Record record(const fcs::Answer &answer) {
+    Record copy{};
+    EXPECT_EQ(answer.result, FCS_OK);
+    EXPECT_EQ(answer.length, sizeof(copy));
+    std::memcpy(&copy, room_.data(), sizeof(copy));
+    return copy;
+  }
+
+  TempDir dir_;
+  fcs::FabricStore store_{dir_.path("fabric.db"), std::chrono::milliseconds(100)};
+  std::array<uint8_t, FCS_MESSAGE_ROOM> room_{};
+};
+
+TEST_F(Dispatch, RefusesUnknownRecordsWrongOperationsAndWrongLengths) {
+  struct Served {
+    bool next;
+    size_t length;
+  };
+  const std::map<uint32_t, Served> served = {
+      {10, {true, 4}},   {20, {true, 12}},  {90, {true, 4}},  {100, {false, 0}},
+      {110, {false, 0}}, {120, {false, 0}}, {130, {false, 0}}};
+  for (uint32_t id = 0; id <= 160; ++id) {
+    const auto found = served.find(id);
+    for (const uint32_t operation : {0U, 1U, 2U, 3U, 4U, 5U, 31U, 32U, 33U, 0xFFFFFFFFU}) {
+      for (size_t length = 0; length <= 13; ++length) {
+        Bytes request = words({id});
+        request.resize(request.size() + length, 0);
+        const int32_t result = ask(operation, request).result;
+        if (found == served.end()) {
+          EXPECT_EQ(result, FCS_ERR_NO_SUCH_RECORD) << id;
+        } else if (operation != FCS_OP_GET &&
+                   !(operation == FCS_OP_GETNEXT && found->second.next)) {
+          EXPECT_EQ(result, FCS_ERR_BAD_OPERATION) << id << " " << operation;
+        } else if (length != found->second.length) {
+          EXPECT_EQ(result, FCS_ERR_BAD_LENGTH) << id << " " << length;
+        } else {
+          EXPECT_TRUE(result == FCS_OK || result == FCS_ERR_NO_SUCH_ROW) << id << " " << result;
+        }
+      }
+    }
+  }
+  for (size_t length = 0; length < 4; ++length) {
+    EXPECT_EQ(ask(FCS_OP_GET, Bytes(length, 0)).result, FCS_ERR_BAD_LENGTH);
+  }
+}
+
+TEST_F(Dispatch, AnswersDiscoveryStatus) {
+  const auto row = record<fcs_disc_status_record>(ask(FCS_OP_GET, words({10, 2100})));
+  EXPECT_EQ(row.vsan, 2100U);
+  EXPECT_EQ(row.status, FCS_DISCOVERY_COMPLETED);
+  EXPECT_EQ(row.completed_seconds, 1714557605);
+  EXPECT_EQ(row.completed_microseconds, 999999);
+  EXPECT_EQ(ask(FCS_OP_GET, words({10, 2})).result, FCS_ERR_NO_SUCH_ROW);
+
+  std::vector<uint32_t> walked;
+  for (uint32_t vsan = 0; vsan != FCS_END_OF_TABLE && walked.size() < 9;) {
+    vsan = record<fcs_disc_status_record>(ask(FCS_OP_GETNEXT, words({10, vsan}))).vsan;
+    walked.push_back(vsan);
+  }
+  EXPECT_EQ(walked, (std::vector<uint32_t>{1, 100, 2100, FCS_END_OF_TABLE}));
+  const auto end = record<fcs_disc_status_record>(ask(FCS_OP_GETNEXT, words({10, 0x80000000})));
+  EXPECT_EQ(end.vsan, FCS_END_OF_TABLE);
+  EXPECT_EQ(end.status, 0);
+  EXPECT_EQ(end.completed_seconds, 0);
+}
+
+TEST_F(Dispatch, AnswersElements) {
+  Bytes request = words({20, 0, 0, 0});
+  std::set<std::string> logical_names;
+  std::set<uint32_t> types;
+  std::vector<uint32_t> vsans;
+  for (IeEntry row{}; vsans.size() < 99;) {
+    row = record<IeEntry>(ask(FCS_OP_GETNEXT, request));
+    if (row.vsan == FCS_END_OF_TABLE) {
+      EXPECT_TRUE(std::all_of(room_.begin() + 4, room_.begin() + sizeof(IeEntry),
+                              [](uint8_t octet) { return octet == 0; }));
+      break;
+    }
+    vsans.push_back(row.vsan);
+    types.insert(row.type);
+    logical_names.emplace(reinterpret_cast<char *>(row.logical_name), row.logical_name_length);
+    std::memcpy(request.data() + 4, &row, sizeof(IeKey));
+    EXPECT_EQ(std::memcmp(&row, &(row = record<IeEntry>(ask(FCS_OP_GET, request))), sizeof(row)),
+              0);
+  }
+  EXPECT_EQ(vsans, (std::vector<uint32_t>{1, 1, 1, 1, 1, 1, 100, 100, 2100, 2100}));
+  EXPECT_EQ(types, (std::set<uint32_t>{0, 1, 2, 3}));
+  EXPECT_TRUE(logical_names.contains(""));
+  EXPECT_EQ(logical_names.rbegin()->size(), std::string("tape-bridge-1").size());
+
+  request = words({20, 100});
+  const std::string name = *fcs::from_hex("20:64:00:00:5e:00:53:01");
+  request.insert(request.end(), name.begin(), name.end());
+  const auto row = record<IeEntry>(ask(FCS_OP_GET, request));
+  EXPECT_EQ(row.domain_id, 10U);
+  EXPECT_EQ(fcs::to_hex(row.mgmt_id, ""), "00fffc0a");
+  EXPECT_EQ(fcs::to_wwn(row.fabric_name), "20:64:00:00:5e:00:53:01");
+  EXPECT_EQ(std::string(reinterpret_cast<const char *>(row.info_list)), "Zephrin");
+  EXPECT_EQ(row.mgmt_addr_list_index, 11U);
+  EXPECT_NE(row.port_list_index, 0U);
+  request.back() = 0x77;
+  EXPECT_EQ(ask(FCS_OP_GET, request).result, FCS_ERR_NO_SUCH_ROW);
+}
+
+TEST_F(Dispatch, AnswersStatistics) {
+  const auto row = record<FcsStatsRecord>(ask(FCS_OP_GETNEXT, words({90, 0})));
+  const FcsStatsRecord wanted = {1, 3000000001, 12, 418, 17, 4294967295, 3, 2147483648, 96, 5};
+  EXPECT_EQ(std::memcmp(&row, &wanted, sizeof(row)), 0);
+  EXPECT_EQ(record<FcsStatsRecord>(ask(FCS_OP_GET, words({90, 100}))).tx_rscns, 4000000000);
+  EXPECT_EQ(ask(FCS_OP_GET, words({90, 99})).result, FCS_ERR_NO_SUCH_ROW);
+  // This table ends by its result, not by a record.
+  EXPECT_EQ(ask(FCS_OP_GETNEXT, words({90, 2100})).result, FCS_ERR_NO_SUCH_ROW);
+}
+
+TEST_F(Dispatch, AnswersTotals) {
+  const std::pair<uint32_t, uint32_t> kTotals[] = {
+      {100, 5U + 4294967290U}, {110, 10}, {120, 32}, {130, 9}};
+  for (const auto &[id, total] : kTotals) {
+    EXPECT_EQ(record<uint32_t>(ask(FCS_OP_GET, words({id}))), total) << id;
+  }
+}
+
+TEST_F(Dispatch, TellsAFailureOfTheStore) {
+  // Somebody damages the store behind the service's back.
+  fcs::Database(dir_.path("fabric.db")).execute("ALTER TABLE vsan RENAME TO gone");
+  EXPECT_EQ(ask(FCS_OP_GET, words({10, 1})).result, FCS_ERR_STORE);
+  EXPECT_EQ(ask(FCS_OP_GET, words({100})).result, FCS_ERR_STORE);
+}
+
+} // namespace

@@ -1,0 +1,107 @@
+#include "fixtures.h"
+
+#include "service/fabric_json.h"
+
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+TempDir::TempDir() {
+  std::string name = (std::filesystem::temp_directory_path() / "fcs-test-XXXXXX").string();
+  if (mkdtemp(name.data()) == nullptr) {
+    throw std::runtime_error("cannot make " + name);
+  }
+  path_ = name;
+}
+
+TempDir::~TempDir() {
+  std::error_code ignored;
+  std::filesystem::remove_all(path_, ignored);
+}
+
+std::string import_text(fcs::FabricStore &store, const std::string &description) {
+  std::istringstream in(description);
+  try {
+    fcs::import_fabric(store, in, "x.json");
+  } catch (const std::runtime_error &error) {
+    return error.what();
+  }
+  return {};
+}
+
+std::string export_text(fcs::FabricStore &store) {
+  std::ostringstream out;
+  fcs::export_fabric(store, out);
+  return out.str();
+}
+
+Process::Process(const std::vector<std::string> &arguments, std::string log)
+    : log_(std::move(log)) {
+  std::vector<char *> argv;
+  argv.reserve(arguments.size() + 1);
+  for (const std::string &argument : arguments) {
+    argv.push_back(const_cast<char *>(argument.c_str()));
+  }
+  argv.push_back(nullptr);
+  pid_ = fork();
+  if (pid_ == 0) {
+    const int fd = open(log_.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
+    dup2(fd, STDOUT_FILENO);
+    dup2(fd, STDERR_FILENO);
+    execv(argv[0], argv.data());
+    _exit(127);
+  }
+}
+
+Process::~Process() {
+  if (pid_ > 0) {
+    kill(pid_, SIGKILL);
+    waitpid(pid_, nullptr, 0);
+  }
+}
+
+int Process::finish(int signal) {
+  if (signal != 0) {
+    kill(pid_, signal);
+  }
+  int status = 0;
+  if (!eventually([&] { return waitpid(pid_, &status, WNOHANG) == pid_; })) {
+    return -1;
+  }
+  pid_ = -1;
+  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+std::string Process::log() const {
+  std::ostringstream text;
+  text << std::ifstream(log_).rdbuf();
+  return text.str();
+}
+
+bool Process::logs(const std::string &text) const {
+  return eventually([&] { return log().find(text) != std::string::npos; });
+}
+
+bool eventually(const std::function<bool()> &condition) {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+  while (!condition()) {
+    if (std::chrono::steady_clock::now() > deadline) {
+      return false;
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+  return true;
+}
+
+Outcome run(const std::vector<std::string> &arguments) {
+  const TempDir dir;
+  Process process(arguments, dir.path("output"));
+  const int status = process.finish();
+  return {status, process.log()};
+}

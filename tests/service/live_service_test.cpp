@@ -1,0 +1,334 @@
+#include "fixtures.h"
+
+#include "feature/fabric_conf_server/fcs_protocol.h"
+#include "platform/linux/ipc_wire.h"
+#include "service/fcs_control.h"
+#include "service/peer_policy.h"
+
+#include <algorithm>
+#include <csignal>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <iostream>
+#include <span>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+using ipc_wire::Frame;
+using ipc_wire::Greeting;
+
+/** A client of the service. Receiving has a deadline of five seconds. */
+class Client {
+public:
+  explicit Client(const std::string &path) : fd_(ipc_wire::connect_to(path, 0)) {
+    EXPECT_TRUE(fd_) << std::strerror(errno);
+    const timeval patience{5, 0};
+    setsockopt(fd_.get(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof(patience));
+  }
+
+  int fd() const { return fd_.get(); }
+
+  ssize_t send(const void *message, size_t length, int flags = 0) {
+    return ::send(fd_.get(), message, length, MSG_NOSIGNAL | flags);
+  }
+
+  /** Greets, and tells why it was refused; empty if it was not. */
+  std::string greet(const Greeting &greeting) {
+    send(&greeting, sizeof(greeting));
+    return greeting_reply();
+  }
+  std::string greet(ipc_wire::Purpose purpose) { return greet(ipc_wire::greeting_for(purpose)); }
+
+  std::string greeting_reply() {
+    ipc_wire::GreetingReply reply{};
+    const ssize_t got = recv(fd_.get(), &reply, sizeof(reply), 0);
+    return ipc_wire::greeting_reply_fault(&reply, got < 0 ? 0 : static_cast<size_t>(got));
+  }
+
+  /** Sends a request, gives its reply's result. */
+  int32_t ask(uint32_t opcode, uint32_t flag, const std::vector<uint32_t> &payload) {
+    Frame frame{};
+    frame.header.sequence = ++sequence_;
+    frame.header.opcode = opcode;
+    frame.header.flag = flag;
+    std::ranges::copy(std::as_bytes(std::span(payload)),
+                      reinterpret_cast<std::byte *>(frame.payload));
+    send(&frame, sizeof(frame.header) + payload.size() * 4);
+    reply_ = {};
+    const ssize_t got = recv(fd_.get(), &reply_, sizeof(reply_), 0);
+    EXPECT_GE(got, static_cast<ssize_t>(sizeof(reply_.header)));
+    EXPECT_EQ(reply_.header.sequence, sequence_);
+    EXPECT_EQ(reply_.header.opcode, opcode);
+    return reply_.header.result;
+  }
+  uint32_t first_word() const {
+    uint32_t word = 0;
+    std::memcpy(&word, reply_.payload, sizeof(word));
+    return word;
+  }
+  std::string text() const { return reinterpret_cast<const char *>(reply_.payload); }
+
+  /** Whether the service ends the connection. */
+  bool is_dropped() {
+    char octet = 0;
+    ssize_t got = 0;
+    while ((got = recv(fd_.get(), &octet, 1, 0)) > 0) {
+    }
+    return got == 0 || errno == ECONNRESET;
+  }
+
+private:
+  fcs::Fd fd_;
+  uint32_t sequence_ = 0;
+  Frame reply_{};
+};
+
+class LiveService : public testing::Test {
+protected:
+  LiveService() { EXPECT_TRUE(service_.logs("ready: ")) << service_.log(); }
+
+  ~LiveService() override {
+    if (HasFailure()) {
+      std::cerr << "the service's log:\n" << service_.log();
+    }
+  }
+
+  std::vector<std::string> command() const {
+    return {FCSD,       "--socket",   socket_, "--store", dir_.path("fabric.db"),
+            "--fabric", SAMPLE_FABRIC};
+  }
+
+  /** The service still answers. */
+  void expect_alive() {
+    Client client(socket_);
+    ASSERT_EQ(client.greet(ipc_wire::kExchange), "");
+    EXPECT_EQ(client.ask(FCS_MSG_REQUEST, FCS_OP_GET, {FCS_REC_PORT_COUNT}), FCS_OK);
+    EXPECT_EQ(client.first_word(), 32U);
+  }
+
+  TempDir dir_;
+  std::string socket_ = dir_.path("fcsd.sock");
+  Process service_{command(), dir_.path("log")};
+};
+
+TEST_F(LiveService, AnswersOnEveryKindOfConnection) {
+  Client exchange(socket_);
+  Client notification(socket_);
+  Client control(socket_);
+  ASSERT_EQ(exchange.greet(ipc_wire::kExchange), "");
+  ASSERT_EQ(notification.greet(ipc_wire::kNotification), "");
+  ASSERT_EQ(control.greet(ipc_wire::kControl), "");
+
+  EXPECT_EQ(exchange.ask(FCS_MSG_REQUEST, FCS_OP_GETNEXT, {FCS_REC_DISCOVERY_STATUS, 1}), FCS_OK);
+  EXPECT_EQ(exchange.first_word(), 100U);
+  EXPECT_EQ(exchange.ask(FCS_MSG_REQUEST, FCS_OP_GET, {FCS_REC_STATISTICS, 3}),
+            FCS_ERR_NO_SUCH_ROW);
+  EXPECT_EQ(exchange.ask(FCS_MSG_REQUEST, FCS_OP_GET, {}), FCS_ERR_BAD_LENGTH);
+  EXPECT_EQ(exchange.ask(FCS_CTL_STATUS, 0, {}), FCS_ERR_NO_SUCH_RECORD);
+
+  EXPECT_EQ(control.ask(FCS_MSG_REQUEST, FCS_OP_GET, {FCS_REC_IE_COUNT}), FCS_ERR_NO_SUCH_RECORD);
+  EXPECT_EQ(control.ask(FCS_CTL_STATUS, 0, {1}), FCS_ERR_BAD_LENGTH);
+  EXPECT_EQ(control.ask(FCS_CTL_STATUS, 0, {}), FCS_OK);
+  for (const std::string &part :
+       {"\"pid\":" + std::to_string(service_.pid()) + ",",
+        std::string(R"("vsans":3,"elements":10,"ports":32,"platforms":9)"),
+        std::string(R"("connections":{"exchange":1,"notification":1,"control":1})")}) {
+    EXPECT_NE(control.text().find(part), std::string::npos) << control.text();
+  }
+
+  Frame frame{};
+  notification.send(&frame, sizeof(frame.header));
+  EXPECT_TRUE(notification.is_dropped());
+  expect_alive();
+}
+
+TEST_F(LiveService, RefusesGreetingsThatDoNotMatch) {
+  Greeting swapped = ipc_wire::greeting_for(ipc_wire::kExchange);
+  swapped.byte_order = __builtin_bswap32(swapped.byte_order);
+  Greeting newer = ipc_wire::greeting_for(ipc_wire::kExchange);
+  newer.version = 99;
+  Greeting stranger = ipc_wire::greeting_for(ipc_wire::kExchange);
+  stranger.magic[0] = 'X';
+  Greeting aimless = ipc_wire::greeting_for(static_cast<ipc_wire::Purpose>(77));
+  const std::pair<Greeting, std::string> kCases[] = {
+      {swapped, "the other end runs with another byte order"},
+      {newer, "protocol version mismatch: this end speaks 1, the other end 99"},
+      {stranger, "the other end does not speak the FCS messaging protocol"},
+      {aimless, "unknown purpose 77"},
+  };
+  for (const auto &[greeting, fault] : kCases) {
+    Client client(socket_);
+    EXPECT_EQ(client.greet(greeting), "refused: " + fault);
+    EXPECT_TRUE(client.is_dropped());
+    EXPECT_TRUE(service_.logs("uid " + std::to_string(geteuid()) + " refused: " + fault));
+  }
+  Client client(socket_);
+  const std::string too_long(2000, 'x');
+  client.send(too_long.data(), too_long.size());
+  EXPECT_EQ(client.greeting_reply(), "refused: greeting of 2000 octets instead of 20");
+  expect_alive();
+}
+
+TEST_F(LiveService, DropsClientsThatMisbehaveAndServesTheOthers) {
+  Client silent(socket_);
+  const auto connected = std::chrono::steady_clock::now();
+
+  Client half_open(socket_);
+  shutdown(half_open.fd(), SHUT_WR);
+  EXPECT_TRUE(half_open.is_dropped());
+
+  Client short_frame(socket_);
+  ASSERT_EQ(short_frame.greet(ipc_wire::kExchange), "");
+  short_frame.send("garbage", 7);
+  EXPECT_TRUE(short_frame.is_dropped());
+
+  Client long_frame(socket_);
+  ASSERT_EQ(long_frame.greet(ipc_wire::kExchange), "");
+  const std::string garbage(sizeof(Frame) + 1, '\xFF');
+  long_frame.send(garbage.data(), garbage.size());
+  EXPECT_TRUE(long_frame.is_dropped());
+
+  Client deaf(socket_);
+  ASSERT_EQ(deaf.greet(ipc_wire::kExchange), "");
+  Frame request{};
+  request.header.opcode = FCS_MSG_REQUEST;
+  EXPECT_TRUE(eventually([&] {
+    while (deaf.send(&request, sizeof(request.header), MSG_DONTWAIT) > 0) {
+    }
+    return errno != EAGAIN;
+  }));
+  EXPECT_TRUE(service_.logs("does not read its answers"));
+  expect_alive();
+
+  EXPECT_EQ(silent.greeting_reply(), "refused: no greeting within 2000 ms");
+  EXPECT_GE(std::chrono::steady_clock::now() - connected, std::chrono::milliseconds(1900));
+  EXPECT_TRUE(silent.is_dropped());
+}
+
+TEST_F(LiveService, BoundsTheNumberOfClients) {
+  std::vector<std::unique_ptr<Client>> clients;
+  for (int i = 0; i < 64; ++i) {
+    clients.push_back(std::make_unique<Client>(socket_));
+    ASSERT_EQ(clients.back()->greet(ipc_wire::kExchange), "") << i;
+  }
+  Client too_many(socket_);
+  EXPECT_EQ(too_many.greet(ipc_wire::kExchange), "refused: the service has 64 clients already");
+  clients.pop_back();
+  EXPECT_TRUE(eventually([&] { return Client(socket_).greet(ipc_wire::kControl).empty(); }));
+}
+
+TEST_F(LiveService, StopsCleanlyAndStartsAnew) {
+  struct stat file {};
+  ASSERT_EQ(stat(socket_.c_str(), &file), 0);
+  EXPECT_EQ(file.st_mode & 0777U, 0660U);
+  EXPECT_EQ(service_.finish(SIGTERM), 0);
+  EXPECT_FALSE(std::filesystem::exists(socket_));
+  EXPECT_NE(service_.log().find("stopped\n"), std::string::npos);
+
+  // The second start keeps the store's fabric; it dies without being able to tidy up.
+  Process second(command(), dir_.path("second"));
+  EXPECT_TRUE(second.logs("ready: "));
+  EXPECT_NE(second.log().find("holds a fabric already"), std::string::npos);
+  EXPECT_EQ(second.finish(SIGKILL), 128 + SIGKILL);
+  EXPECT_TRUE(std::filesystem::exists(socket_));
+
+  Process third(command(), dir_.path("third"));
+  EXPECT_TRUE(third.logs("ready: "));
+  expect_alive();
+  EXPECT_EQ(third.finish(SIGINT), 0);
+  EXPECT_FALSE(std::filesystem::exists(socket_));
+}
+
+TEST_F(LiveService, LeavesAStoppedButLivingServiceItsSocket) {
+  kill(service_.pid(), SIGSTOP);
+  const Outcome second = run(command());
+  kill(service_.pid(), SIGCONT);
+  EXPECT_EQ(second.status, 1);
+  EXPECT_NE(second.output.find("cannot use the socket " + socket_ + ": another service owns it\n"),
+            std::string::npos);
+  expect_alive();
+}
+
+TEST_F(LiveService, TellsUsersWithoutARightWhy) {
+  if (geteuid() != 0) {
+    GTEST_SKIP() << "only root can become another user";
+  }
+  // The file's mode would stop them first.
+  const std::string directory = std::filesystem::path(socket_).parent_path();
+  ASSERT_EQ(chmod(directory.c_str(), 0711), 0);
+  ASSERT_EQ(chmod(socket_.c_str(), 0666), 0);
+  const pid_t child = fork();
+  if (child == 0) {
+    const bool became = setgid(65534) == 0 && setuid(65534) == 0;
+    Client client(socket_);
+    const bool refused = client.greet(ipc_wire::kExchange) ==
+                         "refused: user id 65534 may not connect to the FCS service";
+    _exit(became && refused ? 0 : 1);
+  }
+  int status = -1;
+  EXPECT_TRUE(eventually([&] { return waitpid(child, &status, WNOHANG) == child; }));
+  EXPECT_EQ(status, 0);
+  EXPECT_TRUE(service_.logs("uid 65534 refused"));
+}
+
+TEST(PeerPolicy, LetsInRootTheServiceAndTheGroup) {
+  const struct {
+    fcs::Peer peer;
+    fcs::PeerPolicy policy;
+    bool welcome;
+  } kCases[] = {
+      {{1, 0, {0}}, {500, {}}, true},       {{1, 500, {500}}, {500, {}}, true},
+      {{1, 501, {501}}, {500, {}}, false},  {{1, 501, {0}}, {500, {}}, false},
+      {{1, 501, {7, 42}}, {500, 42}, true}, {{1, 501, {7, 43}}, {500, 42}, false},
+      {{1, 501, {}}, {500, 0}, false},
+  };
+  for (const auto &tried : kCases) {
+    EXPECT_EQ(fcs::peer_fault(tried.peer, tried.policy).empty(), tried.welcome) << tried.peer.uid;
+  }
+}
+
+TEST(ServiceStart, RefusesWhatItCannotUseOnOneLine) {
+  const TempDir dir;
+  std::ofstream(dir.path("file")) << "precious";
+  std::ofstream(dir.path("bad.json")) << "{\"vsans\": [{\"id\": 0}]}";
+  const std::string good = dir.path("fcsd.sock");
+  const std::string store = dir.path("fabric.db");
+  const struct {
+    std::vector<std::string> options;
+    std::string fault;
+  } kCases[] = {
+      {{"--socket", dir.path("none/s"), "--store", store},
+       "cannot use the directory " + dir.path("none") +
+           " for the socket: No such file or directory"},
+      {{"--socket", dir.path("file"), "--store", store},
+       "cannot use the socket " + dir.path("file") + ": there is a file that is no socket"},
+      {{"--socket", "/" + std::string(200, 'x'), "--store", store}, "has 1 to 107 octets"},
+      {{"--socket", good, "--store", dir.path("file")},
+       "cannot open the store " + dir.path("file") + ": file is not a database"},
+      {{"--socket", good, "--store", store, "--group", "no-such-group"},
+       "unknown group no-such-group"},
+      {{"--socket", good, "--store", store, "--fabric", dir.path("bad.json")},
+       dir.path("bad.json") + ": vsans[0].id: 0 is not within 1 to 4096"},
+      {{"--socket", good, "--store", store, "--fabric", dir.path("none.json")},
+       dir.path("none.json") + ": cannot be opened: No such file or directory"},
+  };
+  for (const auto &refused : kCases) {
+    std::vector<std::string> command = {FCSD};
+    command.insert(command.end(), refused.options.begin(), refused.options.end());
+    const Outcome outcome = run(command);
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(outcome.output.find(refused.fault + "\n"), std::string::npos) << outcome.output;
+    EXPECT_EQ(std::ranges::count(outcome.output, '\n'), 1) << outcome.output;
+    EXPECT_FALSE(std::filesystem::exists(good)) << refused.fault;
+  }
+  EXPECT_EQ(run({FCSD, "--version"}).output, "fcsd " FCS_VERSION "\n");
+  EXPECT_EQ(run({FCSD, "--bogus"}).status, 2);
+}
+
+} // namespace

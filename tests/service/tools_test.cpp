@@ -1,0 +1,148 @@
+#include "fixtures.h"
+
+#include "platform/linux/event_history.h"
+
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <sstream>
+#include <sys/socket.h>
+#include <sys/un.h>
+
+namespace {
+
+/** A socket that takes connections and never says a word. */
+fcs::Fd mute_listener(const std::string &path) {
+  fcs::Fd fd(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  path.copy(address.sun_path, sizeof(address.sun_path) - 1);
+  EXPECT_EQ(bind(fd.get(), reinterpret_cast<const sockaddr *>(&address), sizeof(address)), 0);
+  EXPECT_EQ(listen(fd.get(), 1), 0);
+  return fd;
+}
+
+std::string content(const std::string &path) {
+  std::ostringstream text;
+  text << std::ifstream(path).rdbuf();
+  return text.str();
+}
+
+class Fcsctl : public testing::Test {
+protected:
+  Outcome fcsctl(std::vector<std::string> arguments) const {
+    arguments.insert(arguments.begin(), {FCSCTL, "--socket", socket_, "--store", store_});
+    return run(arguments);
+  }
+
+  void append(EventHistoryWriter &writer, uint32_t level, const std::string &text) const {
+    std::string record(sizeof(level), '\0');
+    std::memcpy(record.data(), &level, sizeof(level));
+    record += text;
+    writer.append(1, record.data(), record.size());
+  }
+
+  TempDir dir_;
+  std::string socket_ = dir_.path("s");
+  std::string store_ = dir_.path("fabric.db");
+};
+
+TEST_F(Fcsctl, ImportsAndExports) {
+  EXPECT_EQ(fcsctl({"export"}).output,
+            "fcsctl: cannot open the store " + store_ + ": there is none\n");
+  Outcome outcome = fcsctl({"import", SAMPLE_FABRIC});
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.output, "imported 3 VSANs, 10 elements, 32 ports, 9 platforms\n");
+  EXPECT_EQ(fcsctl({"export"}).output, content(SAMPLE_FABRIC));
+
+  const std::string file = dir_.path("out.json");
+  std::ofstream(file) << "old";
+  EXPECT_EQ(fcsctl({"export", file}).status, 0);
+  EXPECT_EQ(content(file), content(SAMPLE_FABRIC));
+  outcome = fcsctl({"export", "/dev/full"});
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.output, "fcsctl: /dev/full: cannot be written: No space left on device\n");
+
+  std::ofstream(file) << "{\"vsans\": [{\"id\": 1},\n\n{\"id\": }]}";
+  outcome = fcsctl({"import", file});
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.output.rfind("fcsctl: " + file + ": line 3, column 8: syntax error", 0), 0U)
+      << outcome.output;
+  EXPECT_EQ(fcsctl({"export"}).output, content(SAMPLE_FABRIC));
+}
+
+TEST_F(Fcsctl, ARunningServiceSeesAnImportAtOnce) {
+  Process service({FCSD, "--socket", socket_, "--store", store_}, dir_.path("log"));
+  ASSERT_TRUE(service.logs("ready: "));
+  EXPECT_NE(fcsctl({"status", "--json"}).output.find("\"ports\":0"), std::string::npos);
+  EXPECT_EQ(fcsctl({"import", SAMPLE_FABRIC}).status, 0);
+  EXPECT_NE(fcsctl({"status", "--json"}).output.find("\"ports\":32"), std::string::npos);
+  const Outcome status = fcsctl({"status"});
+  EXPECT_EQ(status.status, 0);
+  EXPECT_NE(status.output.find("pid " + std::to_string(service.pid())), std::string::npos);
+  EXPECT_NE(status.output.find("3 VSANs, 10 elements, 32 ports, 9 platforms"), std::string::npos);
+  EXPECT_EQ(service.finish(SIGTERM), 0);
+}
+
+TEST_F(Fcsctl, StatusTellsWhyThereIsNone) {
+  Outcome outcome = fcsctl({"status"});
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.output, "fcsctl: " + socket_ + ": the FCS service is not running\n");
+  const fcs::Fd mute = mute_listener(socket_);
+  outcome = fcsctl({"status"});
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.output, "fcsctl: " + socket_ + ": the FCS service does not answer\n");
+}
+
+TEST_F(Fcsctl, UsageErrorsAndHelp) {
+  for (const std::vector<std::string> &wrong :
+       {std::vector<std::string>{}, {"bogus"}, {"import"}, {"history", "--level", "loud"}}) {
+    EXPECT_EQ(fcsctl(wrong).status, 2);
+  }
+  for (const char *command : {"import", "export", "status", "history"}) {
+    const Outcome help = fcsctl({command, "--help"});
+    EXPECT_EQ(help.status, 0);
+    EXPECT_NE(help.output.find(std::string("Usage: fcsctl ") + command), std::string::npos);
+  }
+  ASSERT_EQ(setenv("FCS_SOCKET", "/nowhere/s", 1), 0);
+  EXPECT_EQ(run({FCSCTL, "status"}).output, "fcsctl: /nowhere/s: the FCS service is not running\n");
+  unsetenv("FCS_SOCKET");
+}
+
+TEST_F(Fcsctl, HistoryShowsAndFollows) {
+  const std::string path = dir_.path("history");
+  EventHistoryWriter writer(path);
+  append(writer, 100, "first\n");
+  append(writer, 101, "second\twith a tab\n");
+  append(writer, 100, "third");
+  const auto texts = [&](const std::vector<std::string> &options) {
+    std::vector<std::string> arguments = {"history", "--history", path};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    std::istringstream output(fcsctl(arguments).output);
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(output, line);) {
+      constexpr size_t kTime = sizeof("2024-05-01 12:00:00.000");
+      lines.push_back(line.size() > kTime ? line.substr(kTime) : line);
+    }
+    return lines;
+  };
+  using Lines = std::vector<std::string>;
+  EXPECT_EQ(texts({}), (Lines{"event first", "detail second\\x09with a tab", "event third"}));
+  EXPECT_EQ(texts({"--lines", "1"}), (Lines{"event third"}));
+  EXPECT_EQ(texts({"--level", "event"}), (Lines{"event first", "event third"}));
+  EXPECT_EQ(texts({"--level", "detail"}), (Lines{"detail second\\x09with a tab"}));
+
+  Process follower({FCSCTL, "--history", path, "history", "--follow", "-n", "0"}, dir_.path("log"));
+  // It may not have read the past yet, so records come until the first one shows.
+  EXPECT_TRUE(eventually([&] {
+    append(writer, 100, "news\n");
+    return follower.log().find("event news\n") != std::string::npos;
+  }));
+  EXPECT_EQ(follower.log().find("third"), std::string::npos);
+  EXPECT_EQ(fcsctl({"history", "--history", dir_.path("none")}).status, 1);
+}
+
+} // namespace
