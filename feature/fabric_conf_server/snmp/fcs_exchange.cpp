@@ -39,15 +39,16 @@ void fcs_get_data(uint32_t record_id, uint32_t operation, const void *payload,
   if (fcs_req_status != 0) {
     return;
   }
-  if (response == nullptr) {
-    length = 0; // A failure whose code is a multiple of 256 brings no response.
-  }
+  // A failure whose code is a multiple of 256 brings no response.
+  const auto *octets = static_cast<const uint8_t *>(response);
+  const uint32_t received = response == nullptr ? 0 : length;
   int32_t first_word = 0;
-  memcpy(&first_word, response, std::min<size_t>(length, sizeof(first_word)));
-  const int octets = static_cast<int>(length);
-  FCS_DETAIL("%s:len = %d val = %d \n", octets, first_word);
-  printf("len = %d val = %d\n", octets, first_word);
-  memcpy(answer, response, length);
+  std::copy_n(octets, std::min<size_t>(received, sizeof(first_word)),
+              reinterpret_cast<uint8_t *>(&first_word));
+  const int printed_length = static_cast<int>(received);
+  FCS_DETAIL("%s:len = %d val = %d \n", printed_length, first_word);
+  printf("len = %d val = %d\n", printed_length, first_word);
+  std::copy_n(octets, received, static_cast<uint8_t *>(answer));
   free(response);
 }
 
