@@ -28,7 +28,7 @@ uint32_t agent_session_id(int request);
 /**
  * A handler of one of the service's notifications.
  *
- * \param message         The notification; null when it was lost.
+ * \param message         The notification; null for none, which the handler passes over.
  * \param trap_oid        Room for 13 sub-identifiers, for the OID of the SNMP notification.
  * \param trap_oid_length Its length, set when `*send` becomes 1.
  * \param send            Set to 1 when the agent host is to send an SNMP notification, else to 0.

@@ -2,9 +2,12 @@
 
 #include "integer_words.h"
 #include "platform/agent_host.h"
+#include "settings.h"
 
+#include <chrono>
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include <net-snmp/library/snmpTCPDomain.h>
 #include <net-snmp/library/snmpTCPIPv6Domain.h>
@@ -17,8 +20,18 @@ namespace {
 constexpr char kModuleName[] = "fcs_mib";
 char handler_name[] = "fcs_agent_host";
 
-/** The request being served; null outside of one. */
-const netsnmp_agent_session *current;
+using Clock = std::chrono::steady_clock;
+
+constexpr int kExchangeTimeoutsOfARead = 10;
+
+void (*before_request)();
+/** The message being served; null outside of one. */
+const netsnmp_pdu *current;
+/** The last read, by its transaction, and when its first object was served. */
+long read_transaction = -1;
+Clock::time_point read_began;
+/** Whether the message being served is a read. */
+bool current_is_read;
 /** Its user, once somebody has asked. */
 std::string current_user;
 bool current_user_known;
@@ -54,9 +67,14 @@ std::string security_name(const netsnmp_pdu &pdu) {
 /** Marks a request as the one being served. */
 class CurrentRequest {
 public:
-  explicit CurrentRequest(const netsnmp_agent_session *session) {
-    current = session;
+  explicit CurrentRequest(const netsnmp_agent_request_info &info) {
+    current = info.asp->pdu;
     current_user_known = false;
+    current_is_read = !MODE_IS_SET(info.mode);
+    if (current_is_read && current->transid != read_transaction) {
+      read_transaction = current->transid;
+      read_began = Clock::now();
+    }
   }
   ~CurrentRequest() { current = nullptr; }
   CurrentRequest(const CurrentRequest &) = delete;
@@ -65,7 +83,8 @@ public:
 
 int serve(netsnmp_mib_handler *handler, netsnmp_handler_registration *registration,
           netsnmp_agent_request_info *request_info, netsnmp_request_info *requests) {
-  const CurrentRequest scope(request_info->asp);
+  before_request();
+  const CurrentRequest scope(*request_info);
   if (MODE_IS_SET(request_info->mode)) {
     const IntegerWords words(requests);
     return netsnmp_call_next_handler(handler, registration, request_info, requests);
@@ -78,56 +97,74 @@ bool is_ours(const netsnmp_subtree &tree) {
          strcmp(tree.reginfo->handlerName, kModuleName) == 0;
 }
 
-/** Calls `visit` for the registrations of the module, until it returns false. */
+/** Calls `visit` for each registration of the module. */
 template <typename Visit> void for_each_registration(Visit visit) {
   for (netsnmp_subtree *tree = netsnmp_subtree_find_first(""); tree != nullptr; tree = tree->next) {
     for (netsnmp_subtree *child = tree; child != nullptr; child = child->children) {
-      if (is_ours(*child) && !visit(child->reginfo)) {
-        return;
+      if (is_ours(*child)) {
+        visit(*child->reginfo);
       }
     }
   }
 }
 
-bool intercept(netsnmp_handler_registration *registration) {
-  if (strcmp(registration->handler->handler_name, handler_name) != 0) {
-    netsnmp_mib_handler *handler = netsnmp_create_handler(handler_name, serve);
-    if (handler == nullptr || netsnmp_inject_handler(registration, handler) != SNMPERR_SUCCESS) {
-      snmp_log(LOG_ERR, "fcs: an object could not be put under the agent host's control\n");
-      netsnmp_handler_free(handler);
-    }
+void intercept(netsnmp_handler_registration &registration) {
+  if (strcmp(registration.handler->handler_name, handler_name) == 0) {
+    return;
   }
-  return true;
+  netsnmp_mib_handler *handler = netsnmp_create_handler(handler_name, serve);
+  if (handler == nullptr || netsnmp_inject_handler(&registration, handler) != SNMPERR_SUCCESS) {
+    snmp_log(LOG_ERR, "fcs: an object could not be put under the agent host's control\n");
+    netsnmp_handler_free(handler);
+  }
 }
+
+/** Where a registration stands in the agent's tree. */
+struct Place {
+  std::vector<oid> root;
+  int priority;
+  int range_subid;
+  oid range_ubound;
+};
 
 } // namespace
 
-void agent_request_intercept() {
+void agent_request_intercept(void (*before)()) {
+  before_request = before;
   for_each_registration(intercept);
 }
 
 void agent_request_release() {
-  // Each removal changes the tree under the search, which therefore starts anew.
-  for (bool removed = true; removed;) {
-    removed = false;
-    for_each_registration([&removed](netsnmp_handler_registration *registration) {
-      removed = netsnmp_unregister_handler(registration) == MIB_UNREGISTERED_OK;
-      return false;
-    });
+  // By copies: the agent goes on reading its arguments when it has freed the registration.
+  std::vector<Place> places;
+  for_each_registration([&places](const netsnmp_handler_registration &registration) {
+    places.push_back({{registration.rootoid, registration.rootoid + registration.rootoid_len},
+                      registration.priority,
+                      registration.range_subid,
+                      registration.range_ubound});
+  });
+  for (Place &place : places) {
+    unregister_mib_context(place.root.data(), place.root.size(), place.priority, place.range_subid,
+                           place.range_ubound, "");
   }
 }
 
+bool agent_request_is_overdue() {
+  return current != nullptr && current_is_read &&
+         Clock::now() - read_began > kExchangeTimeoutsOfARead * settings().exchange_timeout;
+}
+
 const char *agent_session_user(int /*request*/) {
-  if (current == nullptr || current->pdu == nullptr) {
+  if (current == nullptr) {
     return "";
   }
   if (!current_user_known) {
-    current_user = security_name(*current->pdu);
+    current_user = security_name(*current);
     current_user_known = true;
   }
   return current_user.c_str();
 }
 
 uint32_t agent_session_id(int /*request*/) {
-  return current == nullptr ? 0 : static_cast<uint32_t>(current->index);
+  return current == nullptr ? 0 : static_cast<uint32_t>(current->transid);
 }

@@ -4,11 +4,21 @@
  */
 #pragma once
 
-/** Puts the agent host in front of every registration of the module, once each. */
-void agent_request_intercept();
+/**
+ * Puts the agent host in front of every registration of the module, once each.
+ * \param before Called before each request is served.
+ */
+void agent_request_intercept(void (*before)());
 
 /**
  * Takes every registration of the module down. The agent registers each variable by itself, so that
  * unregister_mib with the module root leaves them in place.
  */
 void agent_request_release();
+
+/**
+ * Whether the read being served has had more than its share of time: ten exchange timeouts since
+ * its first object. No service, however slow or faulty, may keep the agent from its other requests
+ * for longer. A SET has no such limit, for it may have thousands of exchanges to make.
+ */
+bool agent_request_is_overdue();

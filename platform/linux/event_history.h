@@ -43,11 +43,13 @@ public:
   EventHistoryWriter() = default;
 
   /**
-   * Opens the file at `path`, or makes it (mode 0640); the records of an existing history of this
-   * version are kept. A file that holds anything else is left alone.
+   * Opens the file at `path`, or makes it (mode 0640). The records of an existing history are kept,
+   * unless another version wrote them. A file that is no event history is left alone.
    * \throws std::runtime_error naming the path and what is wrong.
    */
   explicit EventHistoryWriter(const std::string &path);
+
+  bool is_open() const { return mapping_.get() != nullptr; }
 
   /** Appends a record: `record` is a 32-bit level word and a text, cut to the room of a slot. */
   void append(uint32_t module, const void *record, size_t length);

@@ -1,5 +1,6 @@
 #include "platform/ipc.h"
 
+#include "agent_request.h"
 #include "ipc_wire.h"
 #include "notifications.h"
 #include "service_connection.h"
@@ -44,6 +45,10 @@ int32_t ipc_req_resp(uint32_t opcode, uint32_t flag, const void *request, void *
                      uint32_t /*queue*/, uint32_t /*reserved*/) {
   if (*length > IPC_MESSAGE_ROOM) {
     errno = EMSGSIZE;
+    return -1;
+  }
+  if (agent_request_is_overdue()) {
+    errno = ETIMEDOUT;
     return -1;
   }
   ipc_wire::FrameHeader header{};

@@ -11,27 +11,36 @@
 
 namespace {
 
-/** Pending until the configuration has been read after a load. */
+/**
+ * The settings are put to use on the agent's first turn after it has read them: by then it has
+ * dropped its privileges, so that the history and the connections are those of the user it runs as.
+ */
 unsigned int first_turn_alarm;
+bool configuration_read;
 
-void apply_settings() {
+void start_platform() {
+  if (first_turn_alarm == 0) {
+    return;
+  }
+  snmp_alarm_unregister(first_turn_alarm);
+  first_turn_alarm = 0;
+  if (!configuration_read) {
+    settings_read_configuration(); // A manager has loaded the module into a running agent.
+  }
   trace_output_open();
   service_connection_open();
 }
 
-int on_configuration_read(int /*major*/, int /*minor*/, void * /*server*/, void * /*client*/) {
-  snmp_alarm_unregister(first_turn_alarm);
-  first_turn_alarm = 0;
-  apply_settings();
-  return SNMPERR_SUCCESS;
+void on_first_turn(unsigned int /*alarm*/, void * /*client*/) {
+  start_platform();
 }
 
-/** The agent is running and has not read its configuration since the load: the module was loaded by
- *  a manager. */
-void on_first_turn(unsigned int /*alarm*/, void * /*client*/) {
-  first_turn_alarm = 0;
-  settings_read_configuration();
-  apply_settings();
+int on_configuration_read(int /*major*/, int /*minor*/, void * /*server*/, void * /*client*/) {
+  configuration_read = true;
+  if (first_turn_alarm == 0) {
+    first_turn_alarm = snmp_alarm_register(0, 0, on_first_turn, nullptr);
+  }
+  return SNMPERR_SUCCESS;
 }
 
 } // namespace
@@ -42,8 +51,9 @@ extern "C" void init_fcs() {
                          on_configuration_read, nullptr);
   first_turn_alarm = snmp_alarm_register(0, 0, on_first_turn, nullptr);
   init_fcs_mib();
+  // Without its stores the module has taken its variables back, as far as it can.
   if (temp_mgmt_addr_table != nullptr && temp_platform_table != nullptr) {
-    agent_request_intercept();
+    agent_request_intercept(start_platform);
   } else {
     agent_request_release();
   }

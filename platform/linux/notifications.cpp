@@ -29,7 +29,13 @@ int32_t agent_notif_enable_get(uint32_t /*opcode*/) {
 void notifications_deliver(const ipc_wire::Frame &frame, size_t length) {
   const auto handler = handlers.find(frame.header.opcode);
   if (handler == handlers.end()) {
-    snmp_log(LOG_WARNING, "fcs: notification with unknown opcode %u\n", frame.header.opcode);
+    static bool reported = false; // Once: the service may send as many as it likes.
+    if (!reported) {
+      reported = true;
+      snmp_log(LOG_WARNING,
+               "fcs: notification with unknown opcode %u; it and its like are dropped\n",
+               frame.header.opcode);
+    }
     return;
   }
   IpcMessage message{};

@@ -99,6 +99,7 @@ std::string roles_define(const char *arguments) {
   }
   const auto [entry, is_new] = roles.by_name.try_emplace(words[0]);
   if (!is_new) {
+    entry->second = Role();
     return "role '" + words[0] + "' is defined already";
   }
   Role role;
@@ -121,7 +122,9 @@ std::string roles_assign(const char *arguments) {
   if (roles.by_name.count(words[1]) == 0) {
     return "role '" + words[1] + "' is not defined above this line";
   }
-  if (!roles.role_of_user.try_emplace(words[0], words[1]).second) {
+  const auto [entry, is_new] = roles.role_of_user.try_emplace(words[0], words[1]);
+  if (!is_new) {
+    entry->second.clear();
     return "user '" + words[0] + "' has a role already";
   }
   return {};
@@ -143,12 +146,12 @@ int role_allowed_vsans(VsanBitmap *allowed, const oid * /*name*/, size_t /*name_
 
 int role_allowed_vsans_from_list(const VsanBitmap *list, VsanBitmap *allowed, const oid *name,
                                  size_t name_length, int access) {
-  if (*agent_session_user(0) == '\0') {
-    return -1;
-  }
   bitmap_copy(allowed, list);
   VsanBitmap role_vsans{kWholeRange, {}};
   if (role_allowed_vsans(&role_vsans, name, name_length, access) != 0) {
+    if (*agent_session_user(0) == '\0') {
+      return -1;
+    }
     VsanBitmap hidden = *list;
     bitmap_subtract(&hidden, &role_vsans);
     bitmap_subtract(allowed, &hidden);

@@ -1,6 +1,6 @@
 /**
- * The roles of snmpd.conf: which VSANs a user may read and write. Without any role there is no
- * restriction; as soon as one line names a role, valid or not, a user without a role sees no VSAN.
+ * The roles of snmpd.conf: which VSANs a user may read and write. Without any role line there is no
+ * restriction; with one, valid or not, a user without a role sees no VSAN.
  */
 #pragma once
 
@@ -13,12 +13,16 @@ constexpr uint32_t kLastRoleVsan = 4095;
 
 /**
  * Takes the rest of an `fcsRole NAME READ-LIST WRITE-LIST` line. A list is `all`, `none`, or VSANs
- * and ranges such as `1-100,2100`. A line with a fault leaves its role without any VSAN.
- * \return what is wrong with the line; empty when nothing is.
+ * and ranges such as `1-100,2100`. A line with a fault leaves its role without any VSAN, and so
+ * does a second line for the same role. \return what is wrong with the line; empty when nothing is.
  */
 std::string roles_define(const char *arguments);
 
-/** Takes the rest of an `fcsRoleUser SECURITY-NAME ROLE` line; the role is defined above it. */
+/**
+ * Takes the rest of an `fcsRoleUser SECURITY-NAME ROLE` line; the role is defined above it. A
+ * second line for the same user leaves the user without a role. \return what is wrong with the
+ * line; empty when nothing is.
+ */
 std::string roles_assign(const char *arguments);
 
 /** Forgets all roles. */

@@ -2,10 +2,10 @@
 
 #include "settings.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <poll.h>
-#include <pwd.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <sys/uio.h>
@@ -25,8 +25,18 @@ namespace {
 constexpr auto kRetryInterval = 250ms;
 /** How long a connection may leave its greeting unanswered before another one is tried. */
 constexpr auto kGreetingPatience = 5s;
+/** How long a connection must have been up for its next failure to be news. */
+constexpr auto kSteadyAfter = 5s;
+/** Doublings of the retry interval while the service takes connections and answers no request. */
+constexpr int kMostDoublings = 5;
 /** Messages taken in one turn of the select loop, so that a talkative service starves nobody. */
 constexpr int kMessagesPerTurn = 16;
+
+/** How a connection ended on which recv returned `result`, 0 or -1. */
+std::string ending(ssize_t result) {
+  return result == 0 ? "the service closed the connection"
+                     : "the connection failed: " + std::string(strerror(errno));
+}
 
 timeval to_timeval(std::chrono::microseconds duration) {
   return {static_cast<time_t>(duration.count() / 1'000'000),
@@ -38,6 +48,9 @@ timeval to_timeval(std::chrono::microseconds duration) {
 void ServiceLink::open() {
   close();
   last_fault_.clear();
+  announced_ = false;
+  doublings_ = 0;
+  retry_at_ = {};
   connect();
 }
 
@@ -89,15 +102,11 @@ bool ServiceLink::peer_is_trusted() {
     fail("the other end's user is unknown: " + std::string(strerror(errno)));
     return false;
   }
-  const std::string &expected = settings().service_user;
-  bool trusted = peer.uid == 0 || peer.uid == geteuid();
-  if (!expected.empty()) {
-    const passwd *user = getpwnam(expected.c_str());
-    trusted = user != nullptr && user->pw_uid == peer.uid;
-  }
+  const std::optional<uid_t> expected = settings().service_uid;
+  const bool trusted = expected ? peer.uid == *expected : peer.uid == 0 || peer.uid == geteuid();
   if (!trusted) {
-    fail("the other end runs as user " + std::to_string(peer.uid) + ", not as " +
-         (expected.empty() ? "root or the agent's user" : expected));
+    fail("the other end runs as user id " + std::to_string(peer.uid) + ", not as " +
+         (expected ? "the user of fcsServiceUser" : "root or the agent's user"));
   }
   return trusted;
 }
@@ -107,7 +116,7 @@ void ServiceLink::on_alarm(unsigned int /*alarm*/, void *link) {
   if (self->state_ == State::kGreeting && Clock::now() - self->greeted_at_ > kGreetingPatience) {
     self->fail("no answer to the greeting");
   }
-  if (self->state_ == State::kDown) {
+  if (self->state_ == State::kDown && Clock::now() >= self->retry_at_) {
     self->connect();
   }
 }
@@ -137,10 +146,13 @@ void ServiceLink::read_greeting_reply() {
     return;
   }
   state_ = State::kUp;
-  last_fault_.clear();
+  up_since_ = Clock::now();
   stop_trying();
-  snmp_log(LOG_INFO, "fcs: %s: connected to the FCS service at %s\n", label_,
-           settings().service_socket.c_str());
+  if (!announced_) {
+    announced_ = true;
+    snmp_log(LOG_INFO, "fcs: %s: connected to the FCS service at %s\n", label_,
+             settings().service_socket.c_str());
+  }
 }
 
 /** What arrives outside of an exchange: the end of the connection, or the service's own messages.
@@ -153,7 +165,7 @@ void ServiceLink::read_unasked() {
       return;
     }
     if (length <= 0) {
-      fail("the service closed the connection");
+      fail(ending(length));
     } else if (receiver_ == nullptr || static_cast<size_t>(length) < sizeof(frame.header) ||
                static_cast<size_t>(length) > sizeof(frame)) {
       fail("the service sent a message that nobody asked for, of " + std::to_string(length) +
@@ -196,6 +208,8 @@ bool ServiceLink::await_reply(uint32_t sequence, Clock::time_point deadline, ipc
     const int ready = left <= 0ns ? 0 : ppoll(&readable, 1, &timeout, nullptr);
     if (ready == 0) {
       fail("no answer within " + std::to_string(settings().exchange_timeout.count()) + " ms");
+      retry_at_ = Clock::now() + kRetryInterval * (1 << doublings_);
+      doublings_ = std::min(doublings_ + 1, kMostDoublings);
       errno = ETIMEDOUT;
       return false;
     }
@@ -204,8 +218,9 @@ bool ServiceLink::await_reply(uint32_t sequence, Clock::time_point deadline, ipc
       continue;
     }
     if (length <= 0) {
-      fail("the service closed the connection");
-      errno = ECONNRESET;
+      const int error = length == 0 ? ECONNRESET : errno;
+      fail(ending(length));
+      errno = error;
       return false;
     }
     const auto octets = static_cast<size_t>(length);
@@ -216,6 +231,7 @@ bool ServiceLink::await_reply(uint32_t sequence, Clock::time_point deadline, ipc
     }
     if (reply.header.sequence == sequence) {
       reply_length = octets - sizeof(reply.header);
+      doublings_ = 0;
       return true;
     }
     // Not the answer to this request: passed over, within the same deadline.
@@ -223,10 +239,12 @@ bool ServiceLink::await_reply(uint32_t sequence, Clock::time_point deadline, ipc
 }
 
 void ServiceLink::fail(const std::string &why) {
+  const bool was_steady = state_ == State::kUp && Clock::now() - up_since_ > kSteadyAfter;
   disconnect();
   keep_trying();
-  if (why != last_fault_) {
+  if (was_steady || why != last_fault_) {
     last_fault_ = why;
+    announced_ = false;
     snmp_log(LOG_ERR, "fcs: %s: FCS service at %s: %s\n", label_, settings().service_socket.c_str(),
              why.c_str());
   }

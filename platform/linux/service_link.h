@@ -69,5 +69,9 @@ private:
   unsigned int alarm_ = 0;
   uint32_t sequence_ = 0;
   Clock::time_point greeted_at_;
+  Clock::time_point up_since_;
+  Clock::time_point retry_at_;
+  int doublings_ = 0;      ///< Exchanges without an answer since the last one with an answer.
   std::string last_fault_; ///< Reported already: a lasting fault is logged once.
+  bool announced_ = false; ///< Whether the connection has been reported since the last fault.
 };

@@ -38,11 +38,9 @@ std::string set_service_socket(const char *arguments) {
 
 std::string set_service_user(const char *arguments) {
   const std::string user = trimmed(arguments);
-  if (getpwnam(user.c_str()) == nullptr) {
-    return "there is no user '" + user + "'";
-  }
-  current.service_user = user;
-  return {};
+  const passwd *entry = getpwnam(user.c_str());
+  current.service_uid = entry == nullptr ? kNobody : entry->pw_uid;
+  return entry == nullptr ? "there is no user '" + user + "'" : std::string();
 }
 
 std::string set_exchange_timeout(const char *arguments) {
@@ -96,7 +94,7 @@ constexpr Token kTokens[] = {
     {"fcsRoleUser", roles_assign, "SECURITY-NAME ROLE"},
 };
 
-/** A bad line leaves its setting as it was; the agent's report names file and line. */
+/** The agent's report of a bad line names file and line. */
 void parse_line(const char *name, char *arguments) {
   for (const Token &token : kTokens) {
     if (strcasecmp(token.name, name) == 0) {

@@ -3,14 +3,20 @@
 
 #include <chrono>
 #include <cstdint>
+#include <optional>
 #include <string>
+#include <sys/types.h>
+
+/** A user that no process has. */
+constexpr auto kNobody = static_cast<uid_t>(-1);
 
 struct Settings {
   std::string service_socket = "/run/fcsd/fcsd.sock";
-  /** User that the FCS service must run as; empty: root or the agent's own user. */
-  std::string service_user;
+  /** User that the FCS service must run as, kNobody when the configured one does not exist; absent:
+   *  root or the agent's own user. */
+  std::optional<uid_t> service_uid;
   std::chrono::milliseconds exchange_timeout{200};
-  /** Event history file; empty: no history. */
+  /** Event history file. */
   std::string history_file = "/var/lib/snmp/fcs-history";
   /** Highest trace level that goes into the history; 0: none. */
   uint32_t history_level = 101;
@@ -28,6 +34,7 @@ void settings_unregister_tokens();
 /**
  * Reads the module's own lines out of the agent's configuration files. For a module that is loaded
  * while the agent runs: nothing else makes the agent read them, and without them its roles would be
- * missing.
+ * missing. Net-SNMP's reader has one limit: behind a `[snmpd]` section header the agent's own lines
+ * are taken again, too.
  */
 void settings_read_configuration();

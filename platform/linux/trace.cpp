@@ -18,7 +18,7 @@ static EventHistoryWriter history;
 
 void trace_output_open() {
   history = EventHistoryWriter();
-  if (settings().history_file.empty() || settings().history_level == 0) {
+  if (settings().history_level == 0) {
     return;
   }
   try {
@@ -29,7 +29,7 @@ void trace_output_open() {
 }
 
 int trace_hist_filtered(uint32_t /*module*/, uint32_t level) {
-  return level > settings().history_level ? 1 : 0;
+  return level > settings().history_level || !history.is_open() ? 1 : 0;
 }
 
 void trace_hist_event(uint32_t module, uint32_t length, const void *record) {

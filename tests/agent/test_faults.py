@@ -165,6 +165,26 @@ def test_lying_service(lab, replies):
         assert "Timeticks" in lab.uptime()
 
 
+@pytest.mark.parametrize("pause, readable", [(0.15, "1-100"), (0, "5-10")], ids=["slow", "in circles"])
+def test_no_read_keeps_the_agent_for_long(lab, pause, readable):
+    """Every exchange in time, and yet no end: a slow service, or one that names a hidden VSAN again and again."""
+    def serve(connection):
+        greet(connection)
+        while request := connection.recv(2000):
+            time.sleep(pause)
+            connection.send(frame(request, struct.pack("=I", 1) + b"\0" * 548))
+
+    role = "fcsRole operations "
+    with false_service(lab, serve):
+        lab.reconfigure(lambda text: text.replace(f"{role}1-100", f"{role}{readable}"))
+        eventually(lambda: "exchanges: connected" in lab.log().rsplit("restarted", 1)[1])
+        lab.run("snmpget", v3("operator"), "1.3.6.1.2.1.1.3.0")  # The manager has found the engine's id.
+        seconds, _ = timed(lambda: lab.run("snmpbulkget", [*v3("operator"), "-Cr50"], f"{ROOT}.1.1.11"))
+        assert seconds < 10 * DEADLINE + 2
+        assert "Timeticks" in lab.uptime()
+        lab.reconfigure(lambda text: text.replace(f"{role}{readable}", f"{role}1-100"))
+
+
 def test_notifications_are_received(lab):
     """Nothing is sent yet, but every message is taken, whatever it looks like."""
     taken = threading.Event()
@@ -181,7 +201,7 @@ def test_notifications_are_received(lab):
 
     with false_service(lab, serve):
         assert taken.wait(5)
-        eventually(lambda: "notification with unknown opcode 4711" in lab.log())
+        eventually(lambda: lab.log().count("notification with unknown opcode 4711") == 1)
         assert "Timeticks" in lab.uptime()
         assert "opcode 1408" not in lab.log()
 

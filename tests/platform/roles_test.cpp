@@ -44,10 +44,14 @@ TEST_F(Roles, NoneConfiguredRestrictsNobody) {
   EXPECT_EQ(role_allowed_vsans(&set, nullptr, 0, ROLE_ACCESS_READ), 0);
   VsanBitmap list{512, {}};
   bitmap_set_bit(&list, 4095);
-  EXPECT_EQ(role_allowed_vsans_from_list(&list, &set, nullptr, 0, ROLE_ACCESS_READ), 0);
-  EXPECT_THAT(bits(set), ElementsAre(4095));
-  user = "";
-  EXPECT_NE(role_allowed_vsans_from_list(&list, &set, nullptr, 0, ROLE_ACCESS_READ), 0);
+  for (const char *name : {"anyone", ""}) {
+    user = name;
+    EXPECT_EQ(role_allowed_vsans_from_list(&list, &set, nullptr, 0, ROLE_ACCESS_READ), 0);
+    EXPECT_THAT(bits(set), ElementsAre(4095));
+  }
+  roles_define("ops 1 1");
+  EXPECT_NE(role_allowed_vsans_from_list(&list, &set, nullptr, 0, ROLE_ACCESS_READ), 0)
+      << "a user who cannot be told is refused";
 }
 
 TEST_F(Roles, GiveReadAndWriteLists) {
@@ -99,11 +103,14 @@ TEST_F(Roles, FaultyLinesSayWhyAndRefuse) {
   EXPECT_EQ(roles_assign("olga ops"), "role 'ops' is not defined above this line");
   EXPECT_THAT(allowed("olga", ROLE_ACCESS_READ), IsEmpty());
   roles_define("ops 1 1");
-  EXPECT_EQ(roles_define("ops all all"), "role 'ops' is defined already");
   roles_define("more 2 2");
   roles_assign("olga ops");
-  EXPECT_EQ(roles_assign("olga more"), "user 'olga' has a role already");
+  roles_assign("mona more");
   EXPECT_THAT(allowed("olga", ROLE_ACCESS_READ), ElementsAre(1));
+  EXPECT_EQ(roles_define("ops all all"), "role 'ops' is defined already");
+  EXPECT_THAT(allowed("olga", ROLE_ACCESS_READ), IsEmpty());
+  EXPECT_EQ(roles_assign("mona ops"), "user 'mona' has a role already");
+  EXPECT_THAT(allowed("mona", ROLE_ACCESS_READ), IsEmpty());
 }
 
 TEST_F(Roles, VsansOfASet) {

@@ -9,6 +9,8 @@
 #include <cstdlib>
 #include <cstring>
 
+static_assert(FCS_MESSAGE_ROOM == IPC_MESSAGE_ROOM);
+
 uint8_t fcs_req_status;
 
 /** Builds the request record and returns its length. */

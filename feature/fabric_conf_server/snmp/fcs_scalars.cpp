@@ -4,14 +4,39 @@
 #include "feature/fabric_conf_server/fcs_protocol.h"
 #include "platform/role.h"
 
+#include <algorithm>
 #include <cstring>
+#include <iterator>
 
 #include <net-snmp/agent/util_funcs/header_generic.h>
 
 namespace {
 
-/** The 2k half lies in the first bytes of a whole-range bitmap, the 4k half behind it. */
-enum HalfOffset : uint32_t { kHalf2k = 0, kHalf4k = FCS_HALF_BYTES };
+/** One half of the VSANs. */
+struct VsanHalf {
+  const char *label;
+  uint32_t offset; ///< Of its first byte in a bitmap of all VSANs.
+  VsanBitmap *staged;
+  VsanBitmap *outstanding;
+  VsanBitmap *invalidated;
+};
+
+constexpr VsanHalf kHalf2k = {"2k", 0, &fcs_vsan_2k, &fcs_vsan_total_2k, &fcs_invalidate_cache_2k};
+constexpr VsanHalf kHalf4k = {"4k", FCS_HALF_BYTES, &fcs_vsan_4k, &fcs_vsan_total_4k,
+                              &fcs_invalidate_cache_4k};
+
+/** A count that the service keeps, and what its traces call it. */
+struct Count {
+  FcsObject object;
+  FcsRecordId record_id;
+  const char *label;
+};
+
+constexpr Count kCounts[] = {
+    {fcsIeNumber, FCS_REC_IE_COUNT, "ie number"},
+    {fcsPortNumber, FCS_REC_PORT_COUNT, "port number"},
+    {fcsPlatformNumber, FCS_REC_PLATFORM_COUNT, "platform number"},
+};
 
 /** The VSAN discovery lists are put together here. */
 VsanBitmap fcs_vsan_list_buf;
@@ -19,15 +44,24 @@ VsanBitmap fcs_vsan_list_buf;
 /** What a list reads as when the role filter fails: four zero octets, deliberately not an error. */
 uint8_t no_vsans[4];
 
-u_char *integer(int32_t value) {
-  fcs_return_value.record = value;
+u_char *return_value() {
   return reinterpret_cast<u_char *>(&fcs_return_value.record);
 }
 
-/** The word that the service answers a keyless request with; null when the exchange failed. */
-u_char *count(FcsRecordId record_id) {
+u_char *integer(int32_t value) {
+  fcs_return_value.record = value;
+  return return_value();
+}
+
+/** Has the service answer a keyless request into the return value. */
+bool fetch_word(FcsRecordId record_id) {
   fcs_get_data(record_id, FCS_OP_GET, nullptr, 0, &fcs_return_value);
-  return fcs_req_status == 0 ? reinterpret_cast<u_char *>(&fcs_return_value.record) : nullptr;
+  return fcs_req_status == 0;
+}
+
+const Count &count_of(u_char magic) {
+  return *std::find_if(std::begin(kCounts), std::end(kCounts),
+                       [magic](const Count &count) { return count.object == magic; });
 }
 
 /** A TruthValue: only an enable state of exactly 1 is true. */
@@ -39,12 +73,12 @@ u_char *truth(int32_t enabled) {
  * Takes the VSANs that the user may not read out of `list`, one half of the VSANs.
  * \return false when the role service failed; `list` is then unchanged.
  */
-bool filter_list(VsanBitmap *list, HalfOffset half, const oid *name, size_t length) {
+bool filter_list(VsanBitmap *list, const VsanHalf &half, const oid *name, size_t length) {
   VsanBitmap by_position;
   VsanBitmap by_id;
   fcs_bitmap_init(&by_position, FCS_WHOLE_BYTES);
   fcs_bitmap_init(&by_id, FCS_WHOLE_BYTES);
-  memcpy(by_position.bytes + half, list->bytes, FCS_HALF_BYTES);
+  memcpy(by_position.bytes + half.offset, list->bytes, FCS_HALF_BYTES);
   fcs_vsan_shift_up(&by_position, &by_id);
 
   VsanBitmap readable;
@@ -54,15 +88,15 @@ bool filter_list(VsanBitmap *list, HalfOffset half, const oid *name, size_t leng
   }
   bitmap_clear(&by_position);
   fcs_vsan_shift_down(&readable, &by_position);
-  memcpy(list->bytes, by_position.bytes + half, FCS_HALF_BYTES);
+  memcpy(list->bytes, by_position.bytes + half.offset, FCS_HALF_BYTES);
   return true;
 }
 
 /** The VSANs that are staged for a discovery and those on which one is outstanding. */
-VsanBitmap *discovery_list(const VsanBitmap *staged, const VsanBitmap *outstanding) {
+VsanBitmap *discovery_list(const VsanHalf &half) {
   fcs_bitmap_init(&fcs_vsan_list_buf, FCS_HALF_BYTES);
-  bitmap_copy(&fcs_vsan_list_buf, staged);
-  bitmap_union(&fcs_vsan_list_buf, outstanding);
+  bitmap_copy(&fcs_vsan_list_buf, half.staged);
+  bitmap_union(&fcs_vsan_list_buf, half.outstanding);
   return &fcs_vsan_list_buf;
 }
 
@@ -93,7 +127,7 @@ u_char *var_zephrinFcsMIB(variable *vp, oid *name, size_t *length, int exact, si
     return reinterpret_cast<u_char *>(fcs_discovery_name);
 
   case fcsVsanDiscoveryList2k: {
-    VsanBitmap *list = discovery_list(&fcs_vsan_2k, &fcs_vsan_total_2k);
+    VsanBitmap *list = discovery_list(kHalf2k);
     if (!filter_list(list, kHalf2k, name, *length)) {
       FCS_EVENT("get_allowed_vsans.. ret error\n");
       return no_vsans;
@@ -103,7 +137,7 @@ u_char *var_zephrinFcsMIB(variable *vp, oid *name, size_t *length, int exact, si
   }
 
   case fcsVsanDiscoveryList4k: {
-    VsanBitmap *list = discovery_list(&fcs_vsan_4k, &fcs_vsan_total_4k);
+    VsanBitmap *list = discovery_list(kHalf4k);
     if (!filter_list(list, kHalf4k, name, *length)) {
       FCS_DETAIL("%s:return DiscList4k error\n");
       return no_vsans;
@@ -122,49 +156,26 @@ u_char *var_zephrinFcsMIB(variable *vp, oid *name, size_t *length, int exact, si
 
   // A read narrows the stored invalidation list to what the reader may see, for every later reader.
   case fcsDiscoveryInvalidateCache2k:
-    if (!filter_list(&fcs_invalidate_cache_2k, kHalf2k, name, *length)) {
-      FCS_DETAIL("%s:return DiscInvalDate2k error\n");
+  case fcsDiscoveryInvalidateCache4k: {
+    const VsanHalf &half = vp->magic == fcsDiscoveryInvalidateCache2k ? kHalf2k : kHalf4k;
+    if (!filter_list(half.invalidated, half, name, *length)) {
+      FCS_DETAIL("%s:return DiscInvalDate%s error\n", half.label);
       return no_vsans;
     }
-    FCS_DETAIL("%s:return DiscInvalDate2k succ\n");
-    return image(&fcs_invalidate_cache_2k, var_len);
-
-  case fcsDiscoveryInvalidateCache4k:
-    if (!filter_list(&fcs_invalidate_cache_4k, kHalf4k, name, *length)) {
-      FCS_DETAIL("%s:return DiscInvalDate4k error\n");
-      return no_vsans;
-    }
-    FCS_DETAIL("%s:return DiscInvalDate4k succ\n");
-    return image(&fcs_invalidate_cache_4k, var_len);
-
-  case fcsIeNumber: {
-    u_char *elements = count(FCS_REC_IE_COUNT);
-    if (elements == nullptr) {
-      FCS_DETAIL("%s:return NULL ie number\n");
-      return nullptr;
-    }
-    FCS_DETAIL("%s:return ie number\n");
-    return elements;
+    FCS_DETAIL("%s:return DiscInvalDate%s succ\n", half.label);
+    return image(half.invalidated, var_len);
   }
 
-  case fcsPortNumber: {
-    u_char *ports = count(FCS_REC_PORT_COUNT);
-    if (ports == nullptr) {
-      FCS_DETAIL("%s:return NULL port number\n");
-      return nullptr;
-    }
-    FCS_DETAIL("%s:return port number\n");
-    return ports;
-  }
-
+  case fcsIeNumber:
+  case fcsPortNumber:
   case fcsPlatformNumber: {
-    u_char *platforms = count(FCS_REC_PLATFORM_COUNT);
-    if (platforms == nullptr) {
-      FCS_DETAIL("%s:return NULL platform number\n");
+    const Count &count = count_of(vp->magic);
+    if (!fetch_word(count.record_id)) {
+      FCS_DETAIL("%s:return NULL %s\n", count.label);
       return nullptr;
     }
-    FCS_DETAIL("%s:return platform number\n");
-    return platforms;
+    FCS_DETAIL("%s:return %s\n", count.label);
+    return return_value();
   }
 
   case fcsReqRejNotifyEnable: {
@@ -183,9 +194,9 @@ u_char *var_zephrinFcsMIB(variable *vp, oid *name, size_t *length, int exact, si
 
   case fcsTotalRejects:
     // Deliberately untested: after a failed exchange the last integer answered is repeated.
-    count(FCS_REC_TOTAL_REJECTS);
+    fetch_word(FCS_REC_TOTAL_REJECTS);
     FCS_DETAIL("%s:return Total rejects\n");
-    return integer(fcs_return_value.record);
+    return return_value();
 
   case fcsRejReasonCode: FCS_DETAIL("%s:return reasoncode\n"); return integer(fcs_rej_reason_code);
 
