@@ -46,11 +46,16 @@ install_missing() {
   esac
 }
 
-# build DIR TARGET...: configures a build directory once, and builds targets in it.
+# configure DIR OPTION...: configures a build directory.
+configure() {
+  local dir=$1
+  shift
+  cmake -S "$root" -B "$dir" -G Ninja "$@" >&2 || die "cannot configure $dir (see above)"
+}
+
+# build DIR TARGET...: builds targets in a configured build directory.
 build() {
   local dir=$1
   shift
-  [ -f "$dir/build.ninja" ] || cmake -S "$root" -B "$dir" -G Ninja >&2 ||
-    die "cannot configure $dir (see above)"
   cmake --build "$dir" --target "$@" >&2 || die "cannot build in $dir (see above)"
 }
