@@ -132,6 +132,111 @@ static_assert(offsetof(IeEntry, info_list) == 292);
 static_assert(offsetof(IeEntry, port_list_index) == 548);
 static_assert(sizeof(IeEntry) == 552);
 
+/** Record 40, request and answer: a port of a port list. */
+struct FcsPortListRecord {
+  uint32_t list_index; ///< FCS_END_OF_TABLE: no row follows.
+  uint8_t port_name[FCS_WWN_LENGTH];
+};
+static_assert(offsetof(FcsPortListRecord, port_name) == 4 && sizeof(FcsPortListRecord) == 12);
+
+/** Record 50, request: key of a port. */
+struct FcsPortKey {
+  uint32_t vsan;
+  uint8_t name[FCS_WWN_LENGTH];
+};
+static_assert(offsetof(FcsPortKey, name) == 4 && sizeof(FcsPortKey) == 12);
+
+/** Record 50, answer: a port. */
+struct FcsPortRecord {
+  uint32_t vsan;
+  uint8_t name[FCS_WWN_LENGTH];
+  uint32_t type;    ///< FC-GS port type.
+  uint32_t tx_type; ///< FC-GS transmitter type.
+  uint32_t module_type;
+  uint32_t physical_port;
+  uint32_t attached_list_index;
+  uint32_t state; ///< FC-GS port state: 0 unknown, 1 online, 2 offline, 3 testing, 4 fault.
+};
+static_assert(offsetof(FcsPortRecord, name) == 4);
+static_assert(offsetof(FcsPortRecord, type) == 12);
+static_assert(offsetof(FcsPortRecord, tx_type) == 16);
+static_assert(offsetof(FcsPortRecord, module_type) == 20);
+static_assert(offsetof(FcsPortRecord, physical_port) == 24);
+static_assert(offsetof(FcsPortRecord, attached_list_index) == 28);
+static_assert(offsetof(FcsPortRecord, state) == 32);
+static_assert(sizeof(FcsPortRecord) == 36);
+
+/** Octets of an attached port name: the port's world-wide name and what the service adds to it. */
+constexpr size_t FCS_ATTACHED_NAME_LENGTH = 12;
+
+/** Record 60, request and answer: a name of an attached-port-name list. */
+struct FcsAttachPortRecord {
+  uint32_t list_index; ///< FCS_END_OF_TABLE: no row follows.
+  uint8_t name[FCS_ATTACHED_NAME_LENGTH];
+};
+static_assert(offsetof(FcsAttachPortRecord, name) == 4 && sizeof(FcsAttachPortRecord) == 16);
+
+/** Record 30, request and answer: a management address. */
+struct MgmtAddrEntry {
+  int32_t list_index;
+  int32_t address_index;
+  uint8_t address_length;
+  uint8_t address[255];
+  uint32_t config_source; ///< Nonzero: set by configuration.
+  uint32_t row_status;
+};
+static_assert(offsetof(MgmtAddrEntry, address_index) == 4);
+static_assert(offsetof(MgmtAddrEntry, address_length) == 8);
+static_assert(offsetof(MgmtAddrEntry, address) == 9);
+static_assert(offsetof(MgmtAddrEntry, config_source) == 264);
+static_assert(offsetof(MgmtAddrEntry, row_status) == 268);
+static_assert(sizeof(MgmtAddrEntry) == 272);
+
+/** Record 70, request of a read: key of a platform. */
+struct PlatformKey {
+  int32_t vsan;
+  int32_t platform_index;
+};
+static_assert(offsetof(PlatformKey, platform_index) == 4 && sizeof(PlatformKey) == 8);
+
+/** Record 70, answer: a platform. */
+struct PlatformEntry {
+  int32_t vsan;
+  int32_t platform_index;
+  uint8_t name_length;
+  uint8_t name[255];
+  uint32_t type; ///< The service's platform type.
+  uint32_t node_name_list_index;
+  uint32_t mgmt_addr_list_index;
+  uint32_t config_source; ///< Nonzero: set by configuration.
+  uint32_t validation_result;
+  uint32_t validation_request;
+  uint32_t row_status;
+};
+static_assert(offsetof(PlatformEntry, platform_index) == 4);
+static_assert(offsetof(PlatformEntry, name_length) == 8);
+static_assert(offsetof(PlatformEntry, name) == 9);
+static_assert(offsetof(PlatformEntry, type) == 264);
+static_assert(offsetof(PlatformEntry, node_name_list_index) == 268);
+static_assert(offsetof(PlatformEntry, mgmt_addr_list_index) == 272);
+static_assert(offsetof(PlatformEntry, config_source) == 276);
+static_assert(offsetof(PlatformEntry, validation_result) == 280);
+static_assert(offsetof(PlatformEntry, validation_request) == 284);
+static_assert(offsetof(PlatformEntry, row_status) == 288);
+static_assert(sizeof(PlatformEntry) == 292);
+
+/** Record 80, request and answer: a node name of a list. */
+struct NodeNameEntry {
+  int32_t list_index;
+  uint8_t name[FCS_WWN_LENGTH];
+  uint32_t config_source; ///< Nonzero: set by configuration.
+  uint32_t reserved;
+};
+static_assert(offsetof(NodeNameEntry, name) == 4);
+static_assert(offsetof(NodeNameEntry, config_source) == 12);
+static_assert(offsetof(NodeNameEntry, reserved) == 16);
+static_assert(sizeof(NodeNameEntry) == 20);
+
 /** Record 90: request counters of one VSAN. The request is the first word only. */
 struct FcsStatsRecord {
   uint32_t vsan;

@@ -1,6 +1,15 @@
 """What a manager must see of a fabric, derived from its description and from nothing else."""
 
 ELEMENT_TYPES = {"unknown": 1, "switch": 3, "hub": 4, "bridge": 5}
+DISCOVERY_STATUSES = {"inProgress": 1, "completed": 2, "localOnly": 3}
+# What the module shows of the codes that FC-GS names, and of those that have a value all the same.
+PORT_TYPES = {"unidentified": 1, "N_Port": 9, "NL_Port": 10, "Nx_Port": 11, "F_Port": 2, "FL_Port": 3, "E_Port": 4,
+              "B_Port": 5, 0x00: 1, 0x01: 9, 0x02: 10, 0x7F: 11, 0x81: 2, 0x82: 3, 0x84: 4, 0x85: 5, 0xF9: 18,
+              0xFA: 17, 0xFC: 13, 0xFD: 7, 0xFE: 12, 0xFF: 8}
+PORT_STATES = {"unknown": 1, "online": 2, "offline": 3, "testing": 4, "fault": 5, 0: 1, 1: 2, 2: 3, 3: 4, 4: 5}
+PLATFORM_TYPES = {"unknown": 1, "other": 2, "gateway": 3, "converter": 4, "hba": 5, "proxyAgent": 6,
+                  "storageDevice": 7, "host": 8, "storageSubsystem": 9, "module": 10, "softwareDriver": 11,
+                  "storageAccessDevice": 12, **{code: code - 2 for code in range(5, 15)}}
 COUNTERS = ["rxGetReqs", "txGetReqs", "rxRegReqs", "txRegReqs", "rxDeregReqs", "txDeregReqs", "txRscns", "rxRscns",
             "rejects"]
 
@@ -35,6 +44,76 @@ def element_columns(element):
     }
 
 
+def dotted(*parts):
+    """Sub-identifiers of words and octets."""
+    return ".".join(str(i) for part in parts for i in (part if isinstance(part, bytes) else [part]))
+
+
+def port_columns(port):
+    return {
+        2: str(PORT_TYPES.get(port.get("type", 0), port.get("type", 0))),
+        3: str(port.get("txType", 0)),
+        4: str(port.get("moduleType", 0)),
+        5: str(port.get("physicalPort", 0)),
+        6: str(port.get("attachedList", 0)),
+        7: str(PORT_STATES.get(port.get("state", 0), 6)),
+    }
+
+
+def port_varbinds(fabric, readable):
+    for vsan, element in visible_elements(fabric, range(1, 4097)):
+        for port in element.get("ports", []):
+            name = octets(port["name"])
+            yield f"1.1.13.1.1.{dotted(element['portList'], name)}", ("INTEGER", str(element["portList"]))
+            for attached in port.get("attached", []):
+                yield (f"1.1.16.1.2.{dotted(port['attachedList'], bytes.fromhex(attached))}", ("OCTETS", attached))
+            if vsan in readable:
+                for column, value in port_columns(port).items():
+                    yield f"1.1.15.1.{column}.{dotted(vsan, name)}", ("INTEGER", value)
+
+
+def platform_varbinds(fabric, readable):
+    for vsan in fabric["vsans"]:
+        for platform in vsan.get("platforms", []) if vsan["id"] in readable else []:
+            kind = platform.get("type", 1)
+            columns = {
+                2: ("OCTETS", text_octets(platform.get("name", "")).hex()),
+                3: ("INTEGER", str(PLATFORM_TYPES.get(kind, kind))),
+                4: ("INTEGER", str(platform.get("nodeNameList", 0))),
+                5: ("INTEGER", str(platform.get("mgmtAddrList", 0))),
+                6: ("INTEGER", "1" if platform.get("configured", False) else "2"),
+                7: ("INTEGER", "2"),
+                8: ("INTEGER", str(platform.get("validationResult", 1))),
+                9: ("INTEGER", "1"),
+            }
+            for column, value in columns.items():
+                yield f"1.1.18.1.{column}.{dotted(vsan['id'], platform['index'])}", value
+
+
+def list_varbinds(fabric):
+    for names in fabric.get("nodeNameLists", []):
+        for name in names["names"]:
+            name = name if isinstance(name, dict) else {"name": name}
+            index = dotted(names["index"], octets(name["name"]))
+            yield f"1.1.19.1.3.{index}", ("INTEGER", "1" if name.get("configured", False) else "2")
+            yield f"1.1.19.1.4.{index}", ("INTEGER", "1")
+    for addresses in fabric.get("mgmtAddrLists", []):
+        for address in addresses["addresses"]:
+            index = dotted(addresses["index"], address["index"])
+            yield f"1.1.12.1.3.{index}", ("OCTETS", text_octets(address["address"]).hex())
+            yield f"1.1.12.1.4.{index}", ("INTEGER", "1" if address.get("configured", False) else "2")
+            yield f"1.1.12.1.5.{index}", ("INTEGER", "1")
+
+
+def discovery_varbinds(fabric, readable):
+    """The completions of a description are taken to lie before the agent's start: they show as 0."""
+    for vsan in fabric["vsans"]:
+        if vsan["id"] in readable:
+            status = vsan.get("discovery", {}).get("status", "localOnly")
+            yield f"1.1.6.1.1.{vsan['id']}", ("INTEGER", str(DISCOVERY_STATUSES[status]))
+            yield f"1.1.6.1.2.{vsan['id']}", ("Timeticks", "(0) 0:00:00.00")
+
+
 def expected_varbinds(fabric, root, readable=range(1, 4097)):
     """The walk of a fresh agent, for a user who may read these VSANs: {oid: (type, value)}."""
     everything = range(1, 4097)
@@ -52,7 +131,7 @@ def expected_varbinds(fabric, root, readable=range(1, 4097)):
         "1.3.1.0": ("INTEGER", "1"), "1.3.2.0": ("INTEGER", "1"),
     }
     for vsan, element in visible_elements(fabric, readable):
-        index = ".".join(map(str, [vsan, *octets(element["name"])]))
+        index = dotted(vsan, octets(element["name"]))
         for column, value in element_columns(element).items():
             varbinds[f"1.1.11.1.{column}.{index}"] = value
     for vsan in fabric["vsans"]:
@@ -60,4 +139,7 @@ def expected_varbinds(fabric, root, readable=range(1, 4097)):
             for column, counter in enumerate(COUNTERS, 1):
                 value = vsan.get("statistics", {}).get(counter, 0)
                 varbinds[f"1.2.2.1.{column}.{vsan['id']}"] = ("Counter32", str(value))
+    for table in [port_varbinds(fabric, readable), platform_varbinds(fabric, readable), list_varbinds(fabric),
+                  discovery_varbinds(fabric, readable)]:
+        varbinds.update(table)
     return {f"{root}.{suffix}": value for suffix, value in varbinds.items()}

@@ -1,10 +1,14 @@
-/** The statistics and interconnect element tables: index, role walk, values, traces. */
+/** The tables' columns: values, traces, ends. */
 #include "recording_platform.h"
 
 #include "feature/fabric_conf_server/fcs_protocol.h"
+#include "feature/fabric_conf_server/snmp/fcs_config_tables.h"
 #include "feature/fabric_conf_server/snmp/fcs_ie_table.h"
+#include "feature/fabric_conf_server/snmp/fcs_port_tables.h"
 
 #include <gmock/gmock.h>
+#include <map>
+#include <sys/time.h>
 
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -38,45 +42,49 @@ IeEntry ie_in(uint32_t vsan) {
   return entry;
 }
 
-/** A service that has one element or statistics row in each of these VSANs. */
-void serve_vsans(const std::set<uint32_t> &vsans) {
-  platform.service = [vsans](const Request &request) {
-    const uint32_t vsan = request.word(0);
-    const bool before_name = request.payload.size() == 12 && request.word(8) == 0;
-    const auto row = request.operation == FCS_OP_GET || before_name ? vsans.lower_bound(vsan)
-                                                                    : vsans.upper_bound(vsan);
-    if (row == vsans.end() || (request.operation == FCS_OP_GET && *row != vsan)) {
-      return Reply{FCS_ERR_NO_SUCH_ROW, {}};
-    }
-    if (request.record_id == FCS_REC_IE) {
-      return Reply{0, bytes_of(ie_in(*row))};
-    }
-    FcsStatsRecord stats{};
-    stats.vsan = *row;
-    return Reply{0, bytes_of(stats)};
-  };
+/** A service that answers every request with this record. */
+template <typename Record> void serve(const Record &record) {
+  platform.service = [record](const Request &) { return Reply{0, bytes_of(record)}; };
 }
 
-/** The requests and role calls among the lines that a read leaves, and its answer. */
-struct Walked {
-  Lines calls;
-  Answer answer;
+/** A column, the value that it shows, and what its trace calls it. */
+struct Column {
+  FcsObject object;
+  Bytes value;
+  const char *label;
 };
 
-Walked walk(FcsObject object, const Index &index, bool exact) {
-  Walked walked;
-  for (const std::string &line :
-       lines_of([&] { walked.answer = read_object(object, index, exact); })) {
-    if (line.rfind("role ", 0) == 0) {
-      walked.calls.push_back(line.substr(0, line.find(" .")));
-    }
-  }
-  return walked;
+Bytes word(uint32_t value) {
+  return bytes_of(value);
 }
 
 class Tables : public testing::Test {
 protected:
   void SetUp() override { start_module(); }
+
+  /** Reads the columns by next and checks value, index and the handler's own last trace. */
+  static void expect_columns(const char *handler, const std::vector<Column> &columns,
+                             const Index &index) {
+    for (const Column &column : columns) {
+      SCOPED_TRACE(column.label);
+      Answer answer;
+      const Lines lines = lines_of([&] { answer = read_object(column.object, {}, false); });
+      EXPECT_EQ(answer.value, column.value);
+      EXPECT_EQ(answer.index, index);
+      EXPECT_EQ(lines.back(), std::string("101 ") + handler + ":return " + column.label + "\n");
+    }
+  }
+
+  /** The lines of a read without those of the exchange. */
+  static Lines own_lines(FcsObject object, const Index &index, bool exact) {
+    Lines own;
+    for (const std::string &line : lines_of([&] { read_object(object, index, exact); })) {
+      if (line.find("fcs_get_data") == std::string::npos && line.rfind("10", 0) == 0) {
+        own.push_back(line);
+      }
+    }
+    return own;
+  }
 };
 
 TEST_F(Tables, StatisticsColumnsAndTheirLines) {
@@ -111,31 +119,6 @@ TEST_F(Tables, StatisticsColumnsAndTheirLines) {
   }
 }
 
-TEST_F(Tables, StatisticsIndex) {
-  uint32_t asked = 0;
-  platform.service = [&](const Request &request) {
-    asked = request.word(0);
-    return Reply{FCS_ERR_NO_SUCH_ROW, {}};
-  };
-  const struct {
-    Index index;
-    bool exact;
-    int64_t asked; // -1: nothing is asked.
-  } cases[] = {
-      {{5}, true, 5},      {{5000}, true, 5000},      {{0xFFFFFFFE}, true, 0xFFFFFFFE},
-      {{}, true, 3},       {{5, 0}, true, -1},        {{}, false, 0},
-      {{9}, false, 9},     {{9, 4, 4}, false, 9},     {{4096}, false, 4096},
-      {{4097}, false, -1}, {{0xFFFFFFFF}, false, -1},
-  };
-  for (const auto &c : cases) {
-    asked = 12345;
-    const Lines lines =
-        lines_of([&] { EXPECT_FALSE(read_object(fcsRxRegReqs, c.index, c.exact).value); });
-    EXPECT_EQ(asked, c.asked < 0 ? 12345 : static_cast<uint32_t>(c.asked));
-    EXPECT_EQ(lines.back(), "101 var_fcsStatsTable:return NULL\n");
-  }
-}
-
 TEST_F(Tables, AllOnesEndsATableAfterItsOidIsRewritten) {
   platform.service = [](const Request &request) {
     FcsStatsRecord stats{};
@@ -143,7 +126,7 @@ TEST_F(Tables, AllOnesEndsATableAfterItsOidIsRewritten) {
     return Reply{0, request.record_id == FCS_REC_IE ? bytes_of(ie_in(FCS_END_OF_TABLE))
                                                     : bytes_of(stats)};
   };
-  for (const FcsObject object : {fcsRejects, fcsIeType}) {
+  for (const FcsObject object : {fcsRejects, fcsIeType, fcsPortListIndex, fcsAttachPortName}) {
     Answer answer;
     const Lines lines = lines_of([&] { answer = read_object(object, {1}, false); });
     EXPECT_FALSE(answer.value);
@@ -154,7 +137,7 @@ TEST_F(Tables, AllOnesEndsATableAfterItsOidIsRewritten) {
 }
 
 TEST_F(Tables, ElementColumnsAndTheirLines) {
-  serve_vsans({7});
+  serve(ie_in(7));
   EXPECT_THAT(lines_of([] { read_object(fcsIeType, ie_index(7), true); }),
               ElementsAre("101 var_fcsIeTable:entering\n", "101 header_fcs_ie_table:entering\n",
                           "101 header_fcs_ie_table:length 23, vp->namelen 14 exact 1\n",
@@ -167,25 +150,16 @@ TEST_F(Tables, ElementColumnsAndTheirLines) {
                           "stdout len = 552 val = 7\n", "101 header_fcs_ie_table:end\n",
                           "101 fcs_map_ie_type:entering\n", "101 fcs_map_ie_type:end\n",
                           "101 var_fcsIeTable:return ie type\n"));
-  const struct {
-    FcsObject object;
-    Bytes value;
-    const char *label;
-  } columns[] = {{fcsIeType, bytes_of(uint32_t{4}), "ie type"},
-                 {fcsIeDomainId, bytes_of(uint32_t{97}), "ie dom id"},
-                 {fcsIeMgmtId, {0xff, 0xfc, 0x05}, "ie mgmt id"},
-                 {fcsIeFabricName, Bytes(8, 0x5a), "fab name"},
-                 {fcsIeLogicalName, Bytes(255, 'x'), "log name"},
-                 {fcsIeMgmtAddrListIndex, bytes_of(uint32_t{0xFFFFFFFE}), "mgmt addr list"},
-                 {fcsIeInfoList, Bytes(256, 0x77), "info list"},
-                 {fcsIePortListIndex, bytes_of(uint32_t{12}), "port list"}};
-  for (const auto &column : columns) {
-    Answer answer;
-    const Lines lines = lines_of([&] { answer = read_object(column.object, {}, false); });
-    EXPECT_EQ(answer.value, column.value) << column.label;
-    EXPECT_EQ(answer.index, ie_index(7));
-    EXPECT_EQ(lines.back(), std::string("101 var_fcsIeTable:return ") + column.label + "\n");
-  }
+  expect_columns("var_fcsIeTable",
+                 {{fcsIeType, word(4), "ie type"},
+                  {fcsIeDomainId, word(97), "ie dom id"},
+                  {fcsIeMgmtId, {0xff, 0xfc, 0x05}, "ie mgmt id"},
+                  {fcsIeFabricName, Bytes(8, 0x5a), "fab name"},
+                  {fcsIeLogicalName, Bytes(255, 'x'), "log name"},
+                  {fcsIeMgmtAddrListIndex, word(0xFFFFFFFE), "mgmt addr list"},
+                  {fcsIeInfoList, Bytes(256, 0x77), "info list"},
+                  {fcsIePortListIndex, word(12), "port list"}},
+                 ie_index(7));
 }
 
 TEST_F(Tables, ElementTypesOverTheWholeRange) {
@@ -196,117 +170,226 @@ TEST_F(Tables, ElementTypesOverTheWholeRange) {
   }
 }
 
-TEST_F(Tables, ElementIndex) {
-  Bytes asked;
-  platform.service = [&](const Request &request) {
-    EXPECT_EQ(request.payload.size(), 12U);
-    asked = request.payload;
-    return Reply{FCS_ERR_NO_SUCH_ROW, {}};
-  };
-  const auto key = [](uint32_t vsan, const Bytes &name) {
-    Bytes bytes(12);
-    memcpy(bytes.data(), &vsan, sizeof(vsan));
-    std::copy(name.begin(), name.end(), bytes.begin() + sizeof(vsan));
-    return bytes;
-  };
-  const Index long_name(100, 9);
-  const struct {
-    Index index;
-    bool exact;
-    Bytes asked; // Empty: nothing is asked.
-  } cases[] = {
-      {ie_index(7), true, key(7, {0x20, 0, 0, 0, 0x5e, 1, 2, 3})},
-      {ie_index(0xFFFFFFFE, {300, 256, 511, 1, 2, 3, 4, 5}), true,
-       key(0xFFFFFFFE, {44, 0, 255, 1, 2, 3, 4, 5})},
-      {ie_index(7, {1, 2, 3, 4, 5, 6, 7, 8, 9}), true, {}},
-      {{}, false, key(0, {})},
-      {{6}, false, key(6, {})},
-      {{6, 0x20}, false, key(6, {0x20})},
-      {ie_index(6, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10}), false, key(6, {1, 2, 3, 4, 5, 6, 7, 8})},
-      {ie_index(6, long_name), false, key(6, Bytes(8, 9))},
-      // A short exact OID is read from its end: the column's own sub-identifiers join in.
-      {{5}, true, key(32473, {1, 1, 1, 1, 11, 1, 2, 5})},
-  };
-  for (const auto &c : cases) {
-    asked.clear();
-    const Lines lines =
-        lines_of([&] { EXPECT_FALSE(read_object(fcsIeType, c.index, c.exact).value); });
-    EXPECT_EQ(asked, c.asked);
-    EXPECT_EQ(lines.back(), "101 var_fcsIeTable:return NULL\n");
-  }
-}
+const FcsPortRecord kPort = {9, {0x20, 0, 0, 0, 0x5e, 1, 2, 3}, 0x84, 9, 77, 0x80000001, 12, 2};
 
-TEST_F(Tables, RequestsOutsideTheColumnStartAtTheFirstRow) {
-  Bytes asked;
-  platform.service = [&](const Request &request) {
-    asked = request.payload;
-    return Reply{FCS_ERR_NO_SUCH_ROW, {}};
-  };
-  variable entry = platform.registered_for(fcsIeType);
-  for (const oid last : {oid{1}, oid{3}}) { // Before and behind the column.
-    oid name[MAX_OID_LEN] = {};
-    std::copy_n(entry.name, entry.namelen, name);
-    name[entry.namelen - 1] = last;
-    name[entry.namelen] = 9;
-    size_t length = entry.namelen + 1U;
-    size_t value_length = 0;
-    WriteMethod *write_method = nullptr;
-    lines_of([&] { var_fcsIeTable(&entry, name, &length, 0, &value_length, &write_method); });
-    EXPECT_EQ(asked, Bytes(12, 0));
-  }
-}
-
-TEST_F(Tables, RoleWalkOfRestrictedUsers) {
+TEST_F(Tables, PortColumnsAndTheirLines) {
+  serve(kPort);
+  expect_columns("var_fcsPortTable",
+                 {{fcsPortType, word(4), "port type"},
+                  {fcsPortTxType, word(9), "port tx type"},
+                  {fcsPortModuleType, word(77), "module type "},
+                  {fcsPortPhyPortNum, word(0x80000001), "physicasl port num"},
+                  {fcsPortAttachPortNameIndex, word(12), "port name index"},
+                  {fcsPortState, word(3), "port state"}},
+                 ie_index(9));
+  EXPECT_THAT(own_lines(fcsPortType, ie_index(9), true),
+              ElementsAre("101 var_fcsPortTable:entering\n", "101 header_fcs_port_table:entering\n",
+                          "101 header_fcs_port_table:length 23, vp->namelen 14 exact 1\n",
+                          "101 header_fcs_port_table:before sending snmp_get_allowed\n",
+                          "101 header_fcs_port_table:end\n",
+                          "101 var_fcsPortTable:return port type\n"));
+  EXPECT_THAT(own_lines(fcsPortType, Index(10, 1), true),
+              ElementsAre("101 var_fcsPortTable:entering\n", "101 header_fcs_port_table:entering\n",
+                          "101 var_fcsPortTable:return NULL\n"))
+      << "this step traces a request only when its length is right";
   platform.restricted = true;
-  const struct {
-    std::set<uint32_t> served;
-    std::set<uint32_t> readable;
-    Index from;
-    bool exact;
-    Lines calls; // After the question for the allowed VSANs.
-    oid found;   // 0: no instance.
-  } cases[] = {
-      {{5}, {5}, {5}, true, {"role allowed 5"}, 5},
-      {{5}, {6}, {5}, true, {"role allowed 5"}, 0},
-      {{3, 5}, {3}, {}, false, {"role allowed 3"}, 3},
-      {{3, 5, 9}, {9}, {}, false, {"role allowed 3", "role next 3", "role allowed 9"}, 9},
-      // The next allowed VSAN is empty, and so is every one behind it.
-      {{3, 5, 9},
-       {4, 6},
-       {},
-       false,
-       {"role allowed 3", "role next 3", "role allowed 5", "role next 5", "role allowed 9",
-        "role next 9"},
-       0},
-      {{3, 9, 11},
-       {4, 11},
-       {},
-       false,
-       {"role allowed 3", "role next 3", "role allowed 9", "role next 9", "role allowed 11"},
-       11},
-      {{3}, {}, {}, false, {"role allowed 3", "role next 3"}, 0},
-      {{0xFFFFFFF0}, {4}, {}, false, {"role allowed 4294967280", "role next 4294967280"}, 0},
-  };
-  for (const auto &c : cases) {
-    for (const FcsObject object : {fcsRejects, fcsIeDomainId}) {
-      serve_vsans(c.served);
-      platform.readable = c.readable;
-      const Index from = object == fcsIeDomainId && c.exact ? ie_index(c.from.front()) : c.from;
-      const Walked walked = walk(object, from, c.exact);
-      Lines expected = {"role vsans 160"};
-      expected.insert(expected.end(), c.calls.begin(), c.calls.end());
-      EXPECT_EQ(walked.calls, expected);
-      ASSERT_EQ(walked.answer.value.has_value(), c.found != 0);
-      if (c.found != 0) {
-        EXPECT_EQ(walked.answer.index.front(), c.found);
-      }
-    }
+  platform.readable = {9};
+  EXPECT_THAT(own_lines(fcsPortType, {}, false),
+              testing::Contains("101 header_fcs_port_table:allowed vsans result 1, allowed 0\n"));
+  EXPECT_THAT(own_lines(fcsPortType, {9}, false),
+              testing::Contains("101 header_fcs_port_table:allowed vsans result 1, allowed 1\n"));
+}
+
+TEST_F(Tables, PortTableHasNoEndMark) {
+  FcsPortRecord last = kPort;
+  last.vsan = FCS_END_OF_TABLE;
+  serve(last);
+  EXPECT_EQ(read_object(fcsPortModuleType, {}, false).value, word(77));
+}
+
+TEST_F(Tables, PortListsAndAttachedNames) {
+  serve(FcsPortListRecord{6, {0x20, 0, 0, 0, 0x5e, 1, 2, 3}});
+  expect_columns("var_fcsPortListTable", {{fcsPortListIndex, word(6), "port list index"}},
+                 ie_index(6));
+  EXPECT_THAT(own_lines(fcsPortListIndex, {6}, false),
+              ElementsAre("101 var_fcsPortListTable:entering\n",
+                          "101 header_fcs_port_list_table:entering\n",
+                          "101 header_fcs_port_list_table:length 15, vp->namelen 14 exact 0\n",
+                          "101 header_fcs_port_list_table:port list index 6\n",
+                          "101 header_fcs_port_list_table:end\n",
+                          "101 var_fcsPortListTable:return port list index\n"));
+  EXPECT_THAT(own_lines(fcsPortListIndex, Index(10, 1), true),
+              ElementsAre("101 var_fcsPortListTable:entering\n",
+                          "101 header_fcs_port_list_table:entering\n",
+                          "101 header_fcs_port_list_table:length 24, vp->namelen 14 exact 1\n",
+                          "101 var_fcsPortListTable:return NULL\n"));
+
+  serve(FcsAttachPortRecord{7, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 255}});
+  expect_columns(
+      "var_fcsAttachPortNameListTable",
+      {{fcsAttachPortName, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 255}, "attach port name"}},
+      {7, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 255});
+  EXPECT_THAT(own_lines(fcsAttachPortName, {7}, false),
+              ElementsAre("101 var_fcsAttachPortNameListTable:entering\n",
+                          "101 header_fcs_attach_port_table:entering\n",
+                          "101 header_fcs_attach_port_table:length 15, vp->namelen 14 exact 0\n",
+                          "101 header_fcs_attach_port_table:entry attach port name index 7\n",
+                          "101 header_fcs_attach_port_table:end\n",
+                          "101 var_fcsAttachPortNameListTable:return attach port name\n"));
+}
+
+TEST_F(Tables, PortCodesOverTheWholeRange) {
+  const std::map<uint32_t, uint32_t> types = {
+      {0x00, 1}, {0x01, 9},  {0x02, 10}, {0x7F, 11}, {0x81, 2}, {0x82, 3},  {0x84, 4},
+      {0x85, 5}, {0xF9, 18}, {0xFA, 17}, {0xFC, 13}, {0xFD, 7}, {0xFE, 12}, {0xFF, 8}};
+  for (uint32_t code = 0; code <= 256; ++code) {
+    uint32_t type = code;
+    fcs_map_port_type(&type);
+    EXPECT_EQ(type, types.count(code) != 0 ? types.at(code) : code);
+    uint32_t state = code;
+    fcs_map_port_state(&state);
+    EXPECT_EQ(state, std::min(code + 1, 6U));
+    uint32_t tx_type = code;
+    fcs_map_port_tx_type(&tx_type);
+    EXPECT_EQ(tx_type, code);
+    uint32_t platform_type = code;
+    fcs_map_platform_type(&platform_type);
+    EXPECT_EQ(platform_type, code >= 5 && code <= 14 ? code - 2 : code);
+    uint32_t back = code;
+    fcs_reverse_map_platform_type(&back);
+    EXPECT_EQ(back, code >= 3 && code <= 12 ? code + 2 : code);
   }
+}
+
+TEST_F(Tables, ConfigurableColumnsAndTheirLines) {
+  MgmtAddrEntry address{};
+  address.list_index = 3;
+  address.address_index = -2;
+  address.address_length = 255;
+  memset(address.address, 0xA5, sizeof(address.address));
+  serve(address);
+  expect_columns("var_fcsMgmtAddrListTable",
+                 {{fcsMgmtAddr, Bytes(255, 0xA5), "mgmt addr"},
+                  {fcsMgmtAddrConfigSource, word(2), "mgmt addr config source"},
+                  {fcsMgmtAddrRowStatus, word(1), "addr row status"}},
+                 {3, 0xFFFFFFFE});
+  EXPECT_THAT(own_lines(fcsMgmtAddrRowStatus, {3, 1}, true),
+              ElementsAre("101 var_fcsMgmtAddrListTable:entering\n",
+                          "101 header_fcs_mgmt_addr_table:entering\n",
+                          "101 header_fcs_mgmt_addr_table:length 16, vp->namelen 14 exact 1\n",
+                          "101 var_fcsMgmtAddrListTable:return addr row status\n"));
+
+  PlatformEntry row{};
+  row.vsan = 4;
+  row.platform_index = 9;
+  row.name_length = 3;
+  memcpy(row.name, "abc", 3);
+  row.type = 7;
+  row.node_name_list_index = 21;
+  row.mgmt_addr_list_index = 22;
+  row.config_source = 0x100;
+  row.validation_result = 3;
+  row.validation_request = 1;
+  serve(row);
+  expect_columns("var_fcsPlatformTable",
+                 {{fcsPlatformName, {'a', 'b', 'c'}, "plat name"},
+                  {fcsPlatformType, word(5), "plat type"},
+                  {fcsPlatformNodeNameListIndex, word(21), "node name index"},
+                  {fcsPlatformMgmtAddrListIndex, word(22), "mgmt addr list"},
+                  {fcsPlatformConfigSource, word(1), "config source"},
+                  {fcsPlatformValidation, word(2), "validation"},
+                  {fcsPlatformValidationResult, word(3), "validation result"},
+                  {fcsPlatformRowStatus, word(1), "row status"}},
+                 {4, 9});
+  EXPECT_THAT(own_lines(fcsPlatformRowStatus, {4}, false),
+              ElementsAre("101 var_fcsPlatformTable:entering\n",
+                          "101 header_fcs_platform_table:entering\n",
+                          "101 header_fcs_platform_table:length 15, vp->namelen 14 exact 0\n",
+                          "101 header_fcs_platform_table:vsan index 4, platform index 0\n",
+                          "101 header_fcs_platform_table:end\n",
+                          "101 var_fcsPlatformTable:return row status\n"));
+
+  serve(NodeNameEntry{8, {0x20, 0, 0, 0, 0x5e, 1, 2, 3}, 1, 0});
+  expect_columns("var_fcsNodeNameListTable",
+                 {{fcsNodeNameConfigSource, word(1), "conf stat"},
+                  {fcsNodeNameRowStatus, word(1), "row stat"}},
+                 ie_index(8));
+  EXPECT_THAT(own_lines(fcsNodeNameRowStatus, {8}, false),
+              ElementsAre("101 var_fcsNodeNameListTable:entering\n",
+                          "101 header_fcs_node_name_list_table:entering\n",
+                          "101 header_fcs_node_name_list_table:length 15, vp->namelen 14 exact 0\n",
+                          "101 header_fcs_node_name_list_table:node name index 8\n",
+                          "101 header_fcs_node_name_list_table:end\n",
+                          "101 var_fcsNodeNameListTable:return row stat\n"));
+}
+
+TEST_F(Tables, WritableColumnsHandOutTheirHandlers) {
+  const std::map<FcsObject, WriteMethod *> writable = {
+      {fcsMgmtAddr, write_fcsMgmtAddr},
+      {fcsMgmtAddrRowStatus, write_fcsMgmtAddrRowStatus},
+      {fcsPlatformName, write_fcsPlatformName},
+      {fcsPlatformType, write_fcsPlatformType},
+      {fcsPlatformNodeNameListIndex, write_fcsPlatformNodeNameListIndex},
+      {fcsPlatformMgmtAddrListIndex, write_fcsPlatformMgmtAddrListIndex},
+      {fcsPlatformValidation, write_fcsPlatformValidation},
+      {fcsPlatformRowStatus, write_fcsPlatformRowStatus},
+      {fcsNodeNameRowStatus, write_fcsNodeNameRowStatus},
+  };
+  for (const FcsObject object :
+       {fcsMgmtAddr, fcsMgmtAddrConfigSource, fcsMgmtAddrRowStatus, fcsPlatformName,
+        fcsPlatformType, fcsPlatformNodeNameListIndex, fcsPlatformMgmtAddrListIndex,
+        fcsPlatformConfigSource, fcsPlatformValidation, fcsPlatformValidationResult,
+        fcsPlatformRowStatus, fcsNodeNameConfigSource, fcsNodeNameRowStatus}) {
+    const auto handler = writable.find(object);
+    WriteMethod *expected = handler == writable.end() ? nullptr : handler->second;
+    platform.service = [](const Request &) { return Reply{0, Bytes(300, 1)}; };
+    EXPECT_EQ(read_object(object, {1, 1}, true).write_method, expected) << "row present " << object;
+    platform.service = [](const Request &) { return Reply{FCS_ERR_NO_SUCH_ROW, {}}; };
+    const Answer absent = read_object(object, {1, 1}, true);
+    EXPECT_FALSE(absent.value);
+    EXPECT_EQ(absent.write_method, expected) << "row absent " << object;
+  }
+}
+
+TEST_F(Tables, DiscoveryStatusAndCompletion) {
+  timeval started = {};
+  gettimeofday(&started, nullptr);
+  netsnmp_set_agent_starttime(&started);
+  const auto seconds = static_cast<int32_t>(started.tv_sec);
+  const auto microseconds = static_cast<int32_t>(started.tv_usec);
+  const struct {
+    int32_t seconds;
+    int32_t microseconds;
+    uint32_t shown; ///< Hundredths of a second.
+  } completions[] = {{0, 0, 0},
+                     {seconds + 50, microseconds, 5000},
+                     {seconds, microseconds, 0},
+                     {seconds - 50, microseconds, 0},
+                     {1, 0, 0}};
+  for (const auto &completion : completions) {
+    serve(fcs_disc_status_record{9, 2, completion.seconds, completion.microseconds});
+    expect_columns("var_fcsDiscoveryStatusTable",
+                   {{fcsDiscoveryStatus, word(2), "Discstatus"},
+                    {fcsDiscoveryCompletedTime, word(completion.shown), "Disccomptime"}},
+                   {9});
+  }
+  EXPECT_THAT(own_lines(fcsDiscoveryStatus, {9}, true),
+              ElementsAre("101 var_fcsDiscoveryStatusTable:entering\n",
+                          "101 header_fcs_disc_status_table:entering\n",
+                          "101 header_fcs_disc_status_table:length 15, vp->namelen 14 exact 1\n",
+                          "101 header_fcs_disc_status_table:vsan index 9\n",
+                          "101 header_fcs_disc_status_table:end\n",
+                          "101 var_fcsDiscoveryStatusTable:return Discstatus\n"));
+  serve(fcs_disc_status_record{FCS_END_OF_TABLE, 2, 0, 0});
+  EXPECT_THAT(own_lines(fcsDiscoveryStatus, {}, false).back(), HasSubstr("table:end\n"));
+  EXPECT_FALSE(read_object(fcsDiscoveryStatus, {}, false).value);
 }
 
 TEST_F(Tables, UnknownMagicsAnswerWithAnEmptyDetail) {
-  serve_vsans({1});
-  for (const FcsObject object : {fcsRejects, fcsIeType}) {
+  platform.service = [](const Request &) { return Reply{0, Bytes(600, 1)}; };
+  for (const FcsObject object :
+       {fcsRejects, fcsIeType, fcsPortListIndex, fcsPortType, fcsAttachPortName, fcsMgmtAddr,
+        fcsPlatformName, fcsNodeNameRowStatus, fcsDiscoveryStatus}) {
     variable entry = platform.registered_for(object);
     entry.magic = 200;
     oid name[MAX_OID_LEN] = {};

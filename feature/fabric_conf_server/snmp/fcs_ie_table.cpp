@@ -12,26 +12,23 @@ namespace {
 IeKey ie_key;
 FcsAnswer<IeEntry> ie;
 
-constexpr FcsIndexForm kIndex = {.name_octets = FCS_WWN_LENGTH,
+constexpr FcsNameIndex kIndex = {.name_octets = FCS_WWN_LENGTH,
                                  .next_octets = sizeof(IeEntry) - sizeof(uint32_t)};
 constexpr FcsVsanTable kTable = {
     .record_id = FCS_REC_IE, .key = &ie_key, .key_length = sizeof(ie_key), .record = &ie};
 
-bool header_fcs_ie_table(variable *vp, oid *name, size_t *length, int exact, size_t *var_len,
-                         WriteMethod **write_method) {
+bool header_fcs_ie_table(const FcsRowRequest &request) {
   FCS_DETAIL("%s:entering\n");
   memset(&ie, 0, sizeof(ie_key));
-  FCS_DETAIL("%s:length %d, vp->namelen %d exact %d\n", static_cast<int>(*length), vp->namelen,
-             exact);
-  if (!fcs_read_index(kIndex, vp, name, *length, exact, &ie)) {
+  FCS_DETAIL_REQUEST(request);
+  if (!fcs_read_index(kIndex, request, &ie)) {
     return false;
   }
   FCS_DETAIL("%s:vsan index %d\n", static_cast<int32_t>(ie.record.vsan));
-  memcpy(&ie_key, &ie, sizeof(ie_key));
-  if (!fcs_fetch_visible_row(kTable, name, *length, exact)) {
+  if (!fcs_fetch_visible_row(kTable, request)) {
     return false;
   }
-  fcs_write_index(kIndex, vp, &ie, name, length, var_len, write_method);
+  fcs_write_index(kIndex, request, &ie);
   FCS_DETAIL("%s:end\n");
   return true;
 }
@@ -48,7 +45,7 @@ u_char *var_fcsIeTable(variable *vp, oid *name, size_t *length, int exact, size_
                        WriteMethod **write_method) {
   FCS_DETAIL("%s:entering\n");
   // The end of the table is seen only here, when the request's OID has been rewritten already.
-  if (!header_fcs_ie_table(vp, name, length, exact, var_len, write_method) ||
+  if (!header_fcs_ie_table(fcs_row_request(vp, name, length, exact, var_len, write_method)) ||
       ie.record.vsan == FCS_END_OF_TABLE) {
     FCS_DETAIL("%s:return NULL\n");
     return nullptr;

@@ -102,6 +102,18 @@ FindVarMethod var_fcsNodeNameListTable;
 
 FindVarMethod var_fcsDiscoveryStatusTable; // fcs_discovery.cpp
 
+// ---- Write handlers (fcs_config_rows.cpp).
+
+WriteMethod write_fcsMgmtAddr;
+WriteMethod write_fcsMgmtAddrRowStatus;
+WriteMethod write_fcsPlatformName;
+WriteMethod write_fcsPlatformType;
+WriteMethod write_fcsPlatformNodeNameListIndex;
+WriteMethod write_fcsPlatformMgmtAddrListIndex;
+WriteMethod write_fcsPlatformValidation;
+WriteMethod write_fcsPlatformRowStatus;
+WriteMethod write_fcsNodeNameRowStatus;
+
 // ---- Handlers of the service's notifications (fcs_notifications.cpp).
 
 AgentNotifHandler handle_fcs_reg_req_rej_notif;

@@ -9,7 +9,7 @@ namespace {
 
 FcsAnswer<FcsStatsRecord> stats;
 
-constexpr FcsIndexForm kIndex = {.name_octets = 0, .next_octets = 0};
+constexpr FcsNameIndex kIndex = {.name_octets = 0, .next_octets = 0};
 constexpr FcsVsanTable kTable = {.record_id = FCS_REC_STATISTICS,
                                  .key = &stats.record.vsan,
                                  .key_length = sizeof(stats.record.vsan),
@@ -37,23 +37,21 @@ constexpr Column kColumns[] = {
     {fcsRejects, &FcsStatsRecord::rejects, "rej"},
 };
 
-bool header_fcs_stats_table(variable *vp, oid *name, size_t *length, int exact, size_t *var_len,
-                            WriteMethod **write_method) {
+bool header_fcs_stats_table(const FcsRowRequest &request) {
   stats.record.vsan = 0;
-  FCS_DETAIL("%s:length %d, vp->namelen %d exact %d\n", static_cast<int>(*length), vp->namelen,
-             exact);
-  if (!fcs_read_index(kIndex, vp, name, *length, exact, &stats)) {
+  FCS_DETAIL_REQUEST(request);
+  if (!fcs_read_index(kIndex, request, &stats)) {
     return false;
   }
-  if (exact == 0 && stats.record.vsan > kLastVsan) {
+  if (request.exact == 0 && stats.record.vsan > kLastVsan) {
     return false;
   }
-  if (!fcs_fetch_visible_row(kTable, name, *length, exact)) {
+  if (!fcs_fetch_visible_row(kTable, request)) {
     return false;
   }
   fprintf(stderr, "index = %d reg req = %d\n", static_cast<int32_t>(stats.record.vsan),
           static_cast<int32_t>(stats.record.rx_reg_reqs));
-  fcs_write_index(kIndex, vp, &stats, name, length, var_len, write_method);
+  fcs_write_index(kIndex, request, &stats);
   FCS_DETAIL("%s:end\n");
   return true;
 }
@@ -62,7 +60,7 @@ bool header_fcs_stats_table(variable *vp, oid *name, size_t *length, int exact, 
 
 u_char *var_fcsStatsTable(variable *vp, oid *name, size_t *length, int exact, size_t *var_len,
                           WriteMethod **write_method) {
-  if (!header_fcs_stats_table(vp, name, length, exact, var_len, write_method) ||
+  if (!header_fcs_stats_table(fcs_row_request(vp, name, length, exact, var_len, write_method)) ||
       stats.record.vsan == FCS_END_OF_TABLE) {
     FCS_DETAIL("%s:return NULL\n");
     return nullptr;
