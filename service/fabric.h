@@ -15,9 +15,6 @@ namespace fcs {
 /** World-wide name. */
 using Wwn = std::array<uint8_t, FCS_WWN_LENGTH>;
 
-/** Octets of an attached port name. */
-constexpr size_t kAttachedNameLength = 12;
-
 /** Limits that every row keeps. */
 constexpr uint32_t kMaxVsan = 4096;
 constexpr uint32_t kMaxDomainId = 239;

@@ -280,9 +280,9 @@ void FabricImporter::read_port(const json &value, const Place &place, const Elem
     if (port.attached_list == 0) {
       refuse(at, "the port has no \"attachedList\" to hold its attached port names");
     }
-    std::array<uint8_t, kAttachedNameLength> name{};
+    std::array<uint8_t, FCS_ATTACHED_NAME_LENGTH> name{};
     read_hex(item, at, name);
-    add_unique(at, [&] { writer_.add_attached_name(port.attached_list, name); });
+    add_unique(at, [&] { writer_.add_attached_name(port, name); });
   });
 }
 

@@ -9,13 +9,15 @@ namespace fcs {
 /** Tells a store of this service from other databases: "FCSf". */
 constexpr int kApplicationId = 0x46435366;
 /** Changes with every change of the tables. */
-constexpr int kSchemaVersion = 1;
+constexpr int kSchemaVersion = 2;
 
 /**
  * The counts in `vsan` are kept by whoever adds or removes rows, because counting a large fabric
  * anew for every request would take longer than the agent waits.
  *
- * A port belongs to the element that has its port list. Its `local` repeats its element's.
+ * A port belongs to the element that has its port list. Its `local` repeats its element's, and an
+ * attached name's `vsan` and `local` repeat its port's: whether a row is visible is a matter of
+ * these two and the status of the VSAN, and the indexes named after them lead past all that is not.
  */
 constexpr char kSchema[] = R"(
 CREATE TABLE fabric (
@@ -44,6 +46,7 @@ CREATE TABLE vsan (
   local_ports INTEGER NOT NULL DEFAULT 0,
   platforms INTEGER NOT NULL DEFAULT 0
 ) STRICT;
+CREATE INDEX vsan_discovered ON vsan (id) WHERE status <> 3;
 
 CREATE TABLE element (
   vsan INTEGER NOT NULL,
@@ -77,13 +80,19 @@ CREATE TABLE port (
 ) STRICT, WITHOUT ROWID;
 CREATE INDEX port_local ON port (vsan, name) WHERE local = 1;
 CREATE INDEX port_port_list ON port (port_list, name);
+CREATE INDEX port_port_list_local ON port (port_list, name) WHERE local = 1;
+CREATE INDEX port_port_list_vsan ON port (vsan, port_list);
 CREATE UNIQUE INDEX port_attached_list ON port (attached_list) WHERE attached_list <> 0;
 
 CREATE TABLE attached_name (
   list INTEGER NOT NULL,
   name BLOB NOT NULL,
+  vsan INTEGER NOT NULL,
+  local INTEGER NOT NULL,
   PRIMARY KEY (list, name)
 ) STRICT, WITHOUT ROWID;
+CREATE INDEX attached_name_local ON attached_name (list, name) WHERE local = 1;
+CREATE INDEX attached_name_vsan ON attached_name (vsan, list);
 
 CREATE TABLE platform (
   vsan INTEGER NOT NULL,

@@ -1,13 +1,11 @@
 /**
  * The service's store: a SQLite database with one table a kind of row, each in the order in which
  * its rows are served, so that the row after a given key is one indexed query.
- *
- * Rows are ordered by VSAN as an unsigned word, then by name as octets. A VSAN whose discovery
- * status is local-only shows its local element alone.
  */
 #pragma once
 
 #include "service/fabric.h"
+#include "service/fabric_rows.h"
 #include "service/sqlite.h"
 
 #include <chrono>
@@ -15,9 +13,6 @@
 #include <string>
 
 namespace fcs {
-
-/** Which row a key asks for: its own, or the first one after it. */
-enum class Lookup { kExact, kNext };
 
 /**
  * An open store. Every function that reads or writes it throws SqliteError when the database fails.
@@ -34,10 +29,8 @@ public:
   /** Whether a fabric, be it an empty one, was ever stored. */
   bool holds_fabric();
 
-  /** A row of the named record; false when there is none. */
-  bool find_discovery_status(Lookup lookup, const uint32_t &vsan, fcs_disc_status_record &row);
-  bool find_statistics(Lookup lookup, const uint32_t &vsan, FcsStatsRecord &row);
-  bool find_element(Lookup lookup, const IeKey &key, IeEntry &row);
+  /** The rows that requests ask for. */
+  FabricRows &rows() { return *rows_; }
 
   /** Rejected requests of all VSANs, modulo 2^32. */
   uint32_t total_rejects();
@@ -52,22 +45,16 @@ public:
   const std::string &path() const { return path_; }
 
 private:
-  bool next_visible_element(const IeKey &key, IeEntry &row);
-
-  /** What every answer is read with, prepared once. */
+  /** Prepared once, as everything that answers requests. */
   struct Statements {
     explicit Statements(Database &database);
-    Statement fabric;
-    Statement discovery_status[2], statistics[2], element[2], local_element;
-    Statement total_rejects, visible_elements, visible_ports, platforms, totals;
+    Statement fabric, total_rejects, visible_elements, visible_ports, platforms, totals;
   };
 
   std::string path_;
   Database database_;
   std::optional<Statements> statements_;
+  std::optional<FabricRows> rows_;
 };
-
-/** An interconnect element's row, in the column order of its table. */
-IeEntry read_element(const Rows &rows);
 
 } // namespace fcs

@@ -47,7 +47,7 @@ FabricWriter::FabricWriter(FabricStore &store)
                               " tx_rscns, rejects) VALUES (?,?,?,?,?,?,?,?,?,?,?,?,?,?)"),
       element_(store.database(), "INSERT INTO element VALUES (?,?,?,?,?,?,?,?,?,?,?)"),
       port_(store.database(), "INSERT INTO port VALUES (?,?,?,?,?,?,?,?,?,?)"),
-      attached_name_(store.database(), "INSERT INTO attached_name VALUES (?,?)"),
+      attached_name_(store.database(), "INSERT INTO attached_name VALUES (?,?,?,?)"),
       platform_(store.database(), "INSERT INTO platform VALUES (?,?,?,?,?,?,?,?)"),
       node_name_list_(store.database(), "INSERT INTO node_name_list VALUES (?)"),
       node_name_(store.database(), "INSERT INTO node_name VALUES (?,?,?)"),
@@ -107,8 +107,8 @@ void FabricWriter::add(const Port &port) {
          port.module_type, port.physical_port, port.attached_list, port.state);
 }
 
-void FabricWriter::add_attached_name(uint32_t list, Octets name) {
-  insert(attached_name_, list, name);
+void FabricWriter::add_attached_name(const Port &port, Octets name) {
+  insert(attached_name_, port.attached_list, name, port.vsan, port.local);
 }
 
 void FabricWriter::add(const Platform &platform) {

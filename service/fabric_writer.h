@@ -41,7 +41,8 @@ public:
   void add(const Vsan &vsan);
   void add(const Element &element);
   void add(const Port &port);
-  void add_attached_name(uint32_t list, Octets name);
+  /** Adds a name to the port's attached port name list. */
+  void add_attached_name(const Port &port, Octets name);
   void add(const Platform &platform);
   void add_node_name_list(uint32_t list);
   void add(const NodeName &name);

@@ -27,8 +27,11 @@ template <typename Record> Answer write_record(const Record &record, std::span<u
   return {FCS_OK, sizeof(record)};
 }
 
-/** A record with a key: `find` looks for the row of the key, or for the one after it. */
-template <typename Key, typename Record, bool (FabricStore::*find)(Lookup, const Key &, Record &),
+/**
+ * A record with a key: `find` looks for the row of the key, or for the one after it. Where the
+ * request is the record itself, its key words alone count.
+ */
+template <typename Key, typename Record, bool (FabricRows::*find)(Lookup, const Key &, Record &),
           PastEnd past_end>
 Answer answer_row(FabricStore &store, FcsOperation operation, const uint8_t *request,
                   std::span<uint8_t> room) {
@@ -36,11 +39,11 @@ Answer answer_row(FabricStore &store, FcsOperation operation, const uint8_t *req
   std::memcpy(&key, request, sizeof(key));
   Record record{};
   const Lookup lookup = operation == FCS_OP_GETNEXT ? Lookup::kNext : Lookup::kExact;
-  if ((store.*find)(lookup, key, record)) {
+  if ((store.rows().*find)(lookup, key, record)) {
     return write_record(record, room);
   }
   if (lookup == Lookup::kNext && past_end == PastEnd::kRecord) {
-    record.vsan = FCS_END_OF_TABLE;
+    std::memcpy(&record, &FCS_END_OF_TABLE, sizeof(FCS_END_OF_TABLE));
     return write_record(record, room);
   }
   return {FCS_ERR_NO_SUCH_ROW, 0};
@@ -64,12 +67,26 @@ struct ServedRecord {
 
 constexpr ServedRecord kServed[] = {
     {FCS_REC_DISCOVERY_STATUS, kRead, sizeof(uint32_t),
-     answer_row<uint32_t, fcs_disc_status_record, &FabricStore::find_discovery_status,
+     answer_row<uint32_t, fcs_disc_status_record, &FabricRows::find_discovery_status,
                 PastEnd::kRecord>},
     {FCS_REC_IE, kRead, sizeof(IeKey),
-     answer_row<IeKey, IeEntry, &FabricStore::find_element, PastEnd::kRecord>},
+     answer_row<IeKey, IeEntry, &FabricRows::find_element, PastEnd::kRecord>},
+    {FCS_REC_MGMT_ADDR, kRead, sizeof(MgmtAddrEntry),
+     answer_row<MgmtAddrEntry, MgmtAddrEntry, &FabricRows::find_mgmt_addr, PastEnd::kResult>},
+    {FCS_REC_PORT_LIST, kRead, sizeof(FcsPortListRecord),
+     answer_row<FcsPortListRecord, FcsPortListRecord, &FabricRows::find_port_list_entry,
+                PastEnd::kRecord>},
+    {FCS_REC_PORT, kRead, sizeof(FcsPortKey),
+     answer_row<FcsPortKey, FcsPortRecord, &FabricRows::find_port, PastEnd::kResult>},
+    {FCS_REC_ATTACH_PORT, kRead, sizeof(FcsAttachPortRecord),
+     answer_row<FcsAttachPortRecord, FcsAttachPortRecord, &FabricRows::find_attached_name,
+                PastEnd::kRecord>},
+    {FCS_REC_PLATFORM, kRead, sizeof(PlatformKey),
+     answer_row<PlatformKey, PlatformEntry, &FabricRows::find_platform, PastEnd::kResult>},
+    {FCS_REC_NODE_NAME, kRead, sizeof(NodeNameEntry),
+     answer_row<NodeNameEntry, NodeNameEntry, &FabricRows::find_node_name, PastEnd::kResult>},
     {FCS_REC_STATISTICS, kRead, sizeof(uint32_t),
-     answer_row<uint32_t, FcsStatsRecord, &FabricStore::find_statistics, PastEnd::kResult>},
+     answer_row<uint32_t, FcsStatsRecord, &FabricRows::find_statistics, PastEnd::kResult>},
     {FCS_REC_TOTAL_REJECTS, kGet, 0, answer_word<&FabricStore::total_rejects>},
     {FCS_REC_IE_COUNT, kGet, 0, answer_word<&FabricStore::visible_elements>},
     {FCS_REC_PORT_COUNT, kGet, 0, answer_word<&FabricStore::visible_ports>},

@@ -52,6 +52,7 @@ public:
   /** Goes on to the next row; false when there is none. Throws SqliteError. */
   bool next();
 
+  int columns() const { return sqlite3_column_count(statement_); }
   int64_t integer(int column) const { return sqlite3_column_int64(statement_, column); }
   uint32_t word(int column) const { return static_cast<uint32_t>(integer(column)); }
   double real(int column) const { return sqlite3_column_double(statement_, column); }
@@ -66,6 +67,7 @@ private:
 class Statement {
 public:
   Statement(Database &database, const char *sql);
+  Statement(Database &database, const std::string &sql) : Statement(database, sql.c_str()) {}
 
   /** Runs the statement with these values; octets have to outlive the rows. */
   template <typename... Values> Rows run(const Values &...values) {

@@ -31,7 +31,7 @@ protected:
   std::vector<std::string> walk(IeKey key = {}) {
     std::vector<std::string> rows;
     IeEntry row{};
-    while (rows.size() < 100 && store_.find_element(Lookup::kNext, key, row)) {
+    while (rows.size() < 100 && store_.rows().find_element(Lookup::kNext, key, row)) {
       rows.push_back(show(row));
       key.vsan = row.vsan;
       std::memcpy(key.name, row.name, sizeof(key.name));
@@ -105,7 +105,8 @@ TEST_F(Store, WalksElementsByUnsignedVsanThenByOctets) {
 
   fcs_disc_status_record row{};
   std::vector<uint32_t> vsans;
-  for (uint32_t vsan = 0; store_.find_discovery_status(Lookup::kNext, vsan, row); vsan = row.vsan) {
+  for (uint32_t vsan = 0; store_.rows().find_discovery_status(Lookup::kNext, vsan, row);
+       vsan = row.vsan) {
     vsans.push_back(row.vsan);
   }
   EXPECT_EQ(vsans, (std::vector<uint32_t>{7, 0x7FFFFFFF, 0xF0000000}));
@@ -138,8 +139,8 @@ TEST_F(Store, LocalOnlyVsansShowTheirLocalElementAlone) {
   EXPECT_EQ(walk(key_of(1, "0000000000000002")).size(), 2U);
   EXPECT_EQ(walk(key_of(3, "0000000000000000")).size(), 1U);
   IeEntry row{};
-  EXPECT_FALSE(store_.find_element(Lookup::kExact, key_of(1, "0000000000000001"), row));
-  EXPECT_TRUE(store_.find_element(Lookup::kExact, key_of(1, "0000000000000002"), row));
+  EXPECT_FALSE(store_.rows().find_element(Lookup::kExact, key_of(1, "0000000000000001"), row));
+  EXPECT_TRUE(store_.rows().find_element(Lookup::kExact, key_of(1, "0000000000000002"), row));
   EXPECT_EQ(store_.visible_elements(), 3U);
   EXPECT_EQ(store_.visible_ports(), 6U);
   EXPECT_EQ(store_.totals().elements, 9U);
@@ -206,7 +207,7 @@ TEST_F(Store, RefusesWhatIsNotItsOwn) {
   } kCases[] = {
       {text, "file is not a database"},
       {foreign, "it is a database of another program"},
-      {newer, "it has the schema version 99, this program knows version 1"},
+      {newer, "it has the schema version 99, this program knows version 2"},
       {dir_.path("none/fabric.db"), "No such file or directory"},
       {dir_.path(""), "Is a directory"},
   };
