@@ -109,7 +109,7 @@ protected:
     Client client(socket_);
     ASSERT_EQ(client.greet(ipc_wire::kExchange), "");
     EXPECT_EQ(client.ask(FCS_MSG_REQUEST, FCS_OP_GET, {FCS_REC_PORT_COUNT}), FCS_OK);
-    EXPECT_EQ(client.first_word(), 32U);
+    EXPECT_EQ(client.first_word(), 48U);
   }
 
   TempDir dir_;
@@ -137,7 +137,7 @@ TEST_F(LiveService, AnswersOnEveryKindOfConnection) {
   EXPECT_EQ(control.ask(FCS_CTL_STATUS, 0, {}), FCS_OK);
   for (const std::string &part :
        {"\"pid\":" + std::to_string(service_.pid()) + ",",
-        std::string(R"("vsans":3,"elements":10,"ports":32,"platforms":9)"),
+        std::string(R"("vsans":3,"elements":10,"ports":48,"platforms":17)"),
         std::string(R"("connections":{"exchange":1,"notification":1,"control":1})")}) {
     EXPECT_NE(control.text().find(part), std::string::npos) << control.text();
   }

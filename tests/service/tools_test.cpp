@@ -55,7 +55,7 @@ TEST_F(Fcsctl, ImportsAndExports) {
             "fcsctl: cannot open the store " + store_ + ": there is none\n");
   Outcome outcome = fcsctl({"import", SAMPLE_FABRIC});
   EXPECT_EQ(outcome.status, 0);
-  EXPECT_EQ(outcome.output, "imported 3 VSANs, 10 elements, 32 ports, 9 platforms\n");
+  EXPECT_EQ(outcome.output, "imported 3 VSANs, 10 elements, 48 ports, 17 platforms\n");
   EXPECT_EQ(fcsctl({"export"}).output, content(SAMPLE_FABRIC));
 
   const std::string file = dir_.path("out.json");
@@ -79,11 +79,11 @@ TEST_F(Fcsctl, ARunningServiceSeesAnImportAtOnce) {
   ASSERT_TRUE(service.logs("ready: "));
   EXPECT_NE(fcsctl({"status", "--json"}).output.find("\"ports\":0"), std::string::npos);
   EXPECT_EQ(fcsctl({"import", SAMPLE_FABRIC}).status, 0);
-  EXPECT_NE(fcsctl({"status", "--json"}).output.find("\"ports\":32"), std::string::npos);
+  EXPECT_NE(fcsctl({"status", "--json"}).output.find("\"ports\":48"), std::string::npos);
   const Outcome status = fcsctl({"status"});
   EXPECT_EQ(status.status, 0);
   EXPECT_NE(status.output.find("pid " + std::to_string(service.pid())), std::string::npos);
-  EXPECT_NE(status.output.find("3 VSANs, 10 elements, 32 ports, 9 platforms"), std::string::npos);
+  EXPECT_NE(status.output.find("3 VSANs, 10 elements, 48 ports, 17 platforms"), std::string::npos);
   EXPECT_EQ(service.finish(SIGTERM), 0);
 }
 
