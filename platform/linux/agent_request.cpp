@@ -1,5 +1,6 @@
 #include "agent_request.h"
 
+#include "answer_order.h"
 #include "integer_words.h"
 #include "platform/agent_host.h"
 #include "settings.h"
@@ -18,7 +19,10 @@
 namespace {
 
 constexpr char kModuleName[] = "fcs_mib";
-char handler_name[] = "fcs_agent_host";
+constexpr char kHandlerName[] = "fcs_agent_host";
+/** The handler through which the agent calls the functions of a variable table. Right in front of
+ * it a GETBULK is a row of GETNEXTs. */
+constexpr char kModuleHandlerName[] = "old_api";
 
 using Clock = std::chrono::steady_clock;
 
@@ -89,6 +93,9 @@ int serve(netsnmp_mib_handler *handler, netsnmp_handler_registration *registrati
     const IntegerWords words(requests);
     return netsnmp_call_next_handler(handler, registration, request_info, requests);
   }
+  if (request_info->mode == MODE_GETNEXT) {
+    return serve_in_order(handler, registration, request_info, requests);
+  }
   return netsnmp_call_next_handler(handler, registration, request_info, requests);
 }
 
@@ -109,11 +116,9 @@ template <typename Visit> void for_each_registration(Visit visit) {
 }
 
 void intercept(netsnmp_handler_registration &registration) {
-  if (strcmp(registration.handler->handler_name, handler_name) == 0) {
-    return;
-  }
-  netsnmp_mib_handler *handler = netsnmp_create_handler(handler_name, serve);
-  if (handler == nullptr || netsnmp_inject_handler(&registration, handler) != SNMPERR_SUCCESS) {
+  netsnmp_mib_handler *handler = netsnmp_create_handler(kHandlerName, serve);
+  if (handler == nullptr || netsnmp_inject_handler_before(&registration, handler,
+                                                          kModuleHandlerName) != SNMPERR_SUCCESS) {
     snmp_log(LOG_ERR, "fcs: an object could not be put under the agent host's control\n");
     netsnmp_handler_free(handler);
   }

@@ -61,23 +61,41 @@ def test_bare_counter_column_names_a_vsan(lab):
     assert lab.get(f"{ROOT}.1.2.2.1.1")[::2] == (f"{ROOT}.1.2.2.1.1.1", "3000000001")
 
 
-@pytest.mark.parametrize("start, following", [
-    ("1.1.11.1.2", "1.1.11.1.2.1.32.1.0.0.94.0.83.1"),
-    ("1.1.11.1.2.1.32.1.0.0.94.0.83.48", "1.1.11.1.2.100."),
-    ("1.1.11.1.2.99", "1.1.11.1.2.100."),
-    ("1.1.11.1.2.100.32", "1.1.11.1.2.100."),
-    ("1.1.11.1.2.1.32.1.0.0.94.0.83.1.7.7.7", "1.1.11.1.2.1.32.1.0.0.94.0.83.2"),
-    ("1.1.11.1.2.2101", "1.1.11.1.3.1."),
-    ("1.1.11.1.2.4294967295", "1.1.11.1.3.1."),
-    ("1.1.11.1.9.4294967295", "1.1.14.0"),
-    ("1.2.2.1.1.1", "1.2.2.1.1.100"),
-    ("1.2.2.1.1.2100", "1.2.2.1.2.1"),
-    ("1.2.2.1.1.4097", "1.2.2.1.2.1"),
-    ("1.2.2.1.9.5000", "1.3.1.0"),
-])
-def test_getnext_goes_on(lab, start, following):
-    (oid, _, _), = parse_walk(lab.run("snmpgetnext", READER, f"{ROOT}.{start}"))
-    assert oid.startswith(f"{ROOT}.{following}")
+def starting_points(ordered, root):
+    """OIDs in, before, behind and between the rows of every column, well-formed and not."""
+    for oid in ordered:
+        yield oid
+        yield [*oid, 0]
+        yield [*oid[:-1], oid[-1] - 1, 7] if oid[-1] else oid
+    columns = sorted({tuple(oid[:len(root) + 5]) for oid in ordered if len(oid) > len(root) + 5})
+    for column in map(list, columns):
+        index = next(oid for oid in ordered if oid[:len(column)] == column)[len(column):]
+        yield column
+        yield [*column[:-1], column[-1] - 1, *index]
+        yield [*column[:-1], column[-1] + 1, 0]
+        for word in [0, 1, 99, 2**31 - 1, 2**31, 2**32 - 1]:
+            yield [*column, word]
+            yield [*column, word, *index[1:]]
+        for length in range(1, len(index)):
+            yield [*column, *index[:length]]
+            yield [*column, *index[:length], 256]
+            yield [*column, *index[:length], 300, *index[length + 1:]]
+            yield [*column, *index[:length], 2**32 - 1]
+        yield [*column, *index, *range(60)]
+
+
+@pytest.mark.parametrize("options", [READER_V1, READER, v3("operator")], ids=["v1", "v2c", "restricted"])
+def test_getnext_from_anywhere(lab, fabric, options):
+    """The answer to any GETNEXT is the first instance behind it, in the order of OIDs."""
+    readable = OPERATOR_VSANS if "operator" in options else range(1, 4097)
+    ordered = sorted(numeric(oid) for oid in expected_varbinds(fabric, ROOT, readable))
+    starts = [oid for oid in starting_points(ordered, numeric(ROOT)) if oid < ordered[-1]]
+    for i in range(0, len(starts), 40):
+        batch = starts[i:i + 40]
+        answers = parse_walk(lab.run("snmpgetnext", options, *(".".join(map(str, oid)) for oid in batch)))
+        assert len(answers) == len(batch)
+        for start, (answer, _, _) in zip(batch, answers):
+            assert numeric(answer) == next(oid for oid in ordered if oid > start), f"behind {start}"
 
 
 def test_getbulk_crosses_tables(lab, fabric):

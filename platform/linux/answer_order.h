@@ -1,0 +1,19 @@
+/** The order of a walk. */
+#pragma once
+
+#include <net-snmp/net-snmp-config.h>
+
+#include <net-snmp/net-snmp-includes.h>
+
+#include <net-snmp/agent/net-snmp-agent-includes.h>
+
+/**
+ * Has the next handler answer GETNEXT requests, and lets no answer pass that does not lie behind
+ * what was asked for.
+ *
+ * The module takes the low octet of a sub-identifier in a name, so that a request with a larger one
+ * can be answered by a row in front of it: such a request is asked again from that row on. A
+ * service whose rows do not go forward has no further row.
+ */
+int serve_in_order(netsnmp_mib_handler *handler, netsnmp_handler_registration *registration,
+                   netsnmp_agent_request_info *request_info, netsnmp_request_info *requests);
