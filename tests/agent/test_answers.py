@@ -1,7 +1,9 @@
 """What managers of every kind are told, against the fabric description."""
 
 import json
+import re
 import subprocess
+import time
 
 import pytest
 from fabric_view import expected_varbinds
@@ -151,6 +153,25 @@ def test_a_new_fabric_shows_at_once(lab, fabric, tmp_path):
     finally:
         assert lab.control("import", str(lab.fabric)).returncode == 0
     assert len(lab.walk()) == len(expected_varbinds(fabric, ROOT))
+
+
+def test_completion_time_is_the_agents_uptime(lab, tmp_path):
+    now = time.time()
+    uptime = int(re.search(r"\((\d+)\)", lab.uptime())[1])
+    completions = {1: 0.0, 2: now - uptime / 100 - 1, 3: now, 4: now - uptime / 200}
+    fabric = {"vsans": [{"id": vsan, "discovery": {"status": "completed", "completed": {
+        "seconds": int(at), "microseconds": int(at % 1 * 1e6)}}} for vsan, at in completions.items()]}
+    path = tmp_path / "completed.json"
+    path.write_text(json.dumps(fabric))
+    try:
+        assert lab.control("import", str(path)).returncode == 0
+        shown = {oid.rsplit(".", 1)[1]: int(re.search(r"\((\d+)\)", value)[1])
+                 for oid, _, value in lab.walk(suffix=".1.1.6.1.2")}
+        assert shown["1"] == 0, "never completed"
+        assert shown["2"] == 0, "completed before the agent's start"
+        assert abs(shown["3"] - uptime) < 100 and abs(shown["4"] - uptime / 2) < 100
+    finally:
+        assert lab.control("import", str(lab.fabric)).returncode == 0
 
 
 def test_event_history_is_read_along(lab):
