@@ -59,7 +59,7 @@ Json statistics_json(const FcsStatsRecord &record) {
   return json;
 }
 
-Json port_json(FabricReader &reader, const Port &port) {
+Json port_json(FabricSource &fabric, const Port &port) {
   Json json;
   json["name"] = to_wwn(port.name);
   json["type"] = code_json(kPortTypes, port.type);
@@ -70,14 +70,14 @@ Json port_json(FabricReader &reader, const Port &port) {
   if (port.attached_list != 0) {
     json["attachedList"] = port.attached_list;
     json["attached"] = Json::array();
-    reader.attached_names(port.attached_list, [&json](const Octets &name) {
+    fabric.attached_names(port.attached_list, [&json](const Octets &name) {
       json["attached"].push_back(to_hex(name, ""));
     });
   }
   return json;
 }
 
-Json element_json(FabricReader &reader, const Element &element) {
+Json element_json(FabricSource &fabric, const Element &element) {
   const IeEntry &entry = element.entry;
   Octets info_list(entry.info_list);
   while (!info_list.empty() && info_list.back() == 0) {
@@ -98,8 +98,8 @@ Json element_json(FabricReader &reader, const Element &element) {
   json["portList"] = entry.port_list_index;
   json["ports"] = Json::array();
   if (entry.port_list_index != 0) {
-    reader.ports(entry.port_list_index,
-                 [&](const Port &port) { json["ports"].push_back(port_json(reader, port)); });
+    fabric.ports(entry.port_list_index,
+                 [&](const Port &port) { json["ports"].push_back(port_json(fabric, port)); });
   }
   return json;
 }
@@ -116,27 +116,27 @@ Json platform_json(const Platform &platform) {
   return json;
 }
 
-Json vsan_json(FabricReader &reader, const Vsan &vsan) {
+Json vsan_json(FabricSource &fabric, const Vsan &vsan) {
   const uint32_t id = vsan.discovery.vsan;
   Json json;
   json["id"] = id;
   json["discovery"] = discovery_json(vsan);
   json["statistics"] = statistics_json(vsan.statistics);
   json["elements"] = Json::array();
-  reader.elements(id, [&](const Element &element) {
-    json["elements"].push_back(element_json(reader, element));
+  fabric.elements(id, [&](const Element &element) {
+    json["elements"].push_back(element_json(fabric, element));
   });
   json["platforms"] = Json::array();
-  reader.platforms(
+  fabric.platforms(
       id, [&](const Platform &platform) { json["platforms"].push_back(platform_json(platform)); });
   return json;
 }
 
-Json node_name_list_json(FabricReader &reader, uint32_t list) {
+Json node_name_list_json(FabricSource &fabric, uint32_t list) {
   Json json;
   json["index"] = list;
   json["names"] = Json::array();
-  reader.node_names(list, [&json](const NodeName &name) {
+  fabric.node_names(list, [&json](const NodeName &name) {
     const std::string text = to_wwn(name.name);
     json["names"].push_back(name.configured ? Json{{"name", text}, {"configured", true}}
                                             : Json(text));
@@ -144,11 +144,11 @@ Json node_name_list_json(FabricReader &reader, uint32_t list) {
   return json;
 }
 
-Json mgmt_addr_list_json(FabricReader &reader, uint32_t list) {
+Json mgmt_addr_list_json(FabricSource &fabric, uint32_t list) {
   Json json;
   json["index"] = list;
   json["addresses"] = Json::array();
-  reader.mgmt_addrs(list, [&json](const MgmtAddr &address) {
+  fabric.mgmt_addrs(list, [&json](const MgmtAddr &address) {
     json["addresses"].push_back({{"index", address.index},
                                  {"address", octets_json(octets_of(address.address))},
                                  {"configured", address.configured}});
@@ -210,31 +210,31 @@ private:
   bool empty_ = true;
 };
 
-void write_fabric(FabricReader &reader, std::ostream &out) {
-  out << "{\n  \"comment\": " << octets_json(octets_of(reader.comment())).dump();
+} // namespace
+
+void write_description(FabricSource &fabric, std::ostream &out) {
+  out << "{\n  \"comment\": " << octets_json(octets_of(fabric.comment())).dump();
   {
     Section section(out, "nodeNameLists");
-    reader.node_name_lists(
-        [&](const uint32_t &list) { section.add(node_name_list_json(reader, list)); });
+    fabric.node_name_lists(
+        [&](const uint32_t &list) { section.add(node_name_list_json(fabric, list)); });
   }
   {
     Section section(out, "mgmtAddrLists");
-    reader.mgmt_addr_lists(
-        [&](const uint32_t &list) { section.add(mgmt_addr_list_json(reader, list)); });
+    fabric.mgmt_addr_lists(
+        [&](const uint32_t &list) { section.add(mgmt_addr_list_json(fabric, list)); });
   }
   {
     Section section(out, "vsans");
-    reader.vsans([&](const Vsan &vsan) { section.add(vsan_json(reader, vsan)); });
+    fabric.vsans([&](const Vsan &vsan) { section.add(vsan_json(fabric, vsan)); });
   }
   out << "\n}\n";
 }
 
-} // namespace
-
 void export_fabric(FabricStore &store, std::ostream &out) {
   try {
     FabricReader reader(store);
-    write_fabric(reader, out);
+    write_description(reader, out);
   } catch (const SqliteError &error) {
     throw std::runtime_error("cannot read the store " + store.path() + ": " + error.what());
   }

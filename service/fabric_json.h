@@ -3,6 +3,7 @@
  */
 #pragma once
 
+#include "service/fabric_source.h"
 #include "service/fabric_store.h"
 
 #include <cstdint>
@@ -29,6 +30,12 @@ FabricTotals import_fabric(FabricStore &store, std::istream &in, const std::stri
 /** import_fabric from the file at `path`; a file that cannot be opened is such an error, too. */
 FabricTotals import_fabric_file(FabricStore &store, const std::string &path,
                                 const ImportProgress &progress = {});
+
+/**
+ * Writes the description of a fabric, one VSAN after the other; the same fabric always gives the
+ * same text. Failures of `out` are left for the caller to see.
+ */
+void write_description(FabricSource &fabric, std::ostream &out);
 
 /**
  * Writes the description of the store's fabric; the same fabric always gives the same text, and

@@ -3,39 +3,29 @@
  */
 #pragma once
 
-#include "service/fabric.h"
+#include "service/fabric_source.h"
 #include "service/fabric_store.h"
-
-#include <functional>
-#include <string>
-#include <vector>
 
 namespace fcs {
 
-/**
- * One read transaction. Each function calls `visit` for each row in ascending order of its key, and
- * throws SqliteError when the database fails.
- */
-class FabricReader {
+/** One read transaction. The functions throw SqliteError when the database fails. */
+class FabricReader : public FabricSource {
 public:
-  template <typename Row> using Visit = std::function<void(const Row &)>;
-
   explicit FabricReader(FabricStore &store);
   FabricReader(const FabricReader &) = delete;
   FabricReader &operator=(const FabricReader &) = delete;
-  ~FabricReader();
+  ~FabricReader() override;
 
-  std::string comment();
-  void vsans(const Visit<Vsan> &visit);
-  void elements(uint32_t vsan, const Visit<Element> &visit);
-  void ports(uint32_t port_list, const Visit<Port> &visit);
-  void attached_names(uint32_t list, const Visit<Octets> &visit);
-  void platforms(uint32_t vsan, const Visit<Platform> &visit);
-  /** Every list that has rows, was declared, or is referred to. */
-  void node_name_lists(const Visit<uint32_t> &visit);
-  void node_names(uint32_t list, const Visit<NodeName> &visit);
-  void mgmt_addr_lists(const Visit<uint32_t> &visit);
-  void mgmt_addrs(uint32_t list, const Visit<MgmtAddr> &visit);
+  std::string comment() override;
+  void vsans(const Visit<Vsan> &visit) override;
+  void elements(uint32_t vsan, const Visit<Element> &visit) override;
+  void ports(uint32_t port_list, const Visit<Port> &visit) override;
+  void attached_names(uint32_t list, const Visit<Octets> &visit) override;
+  void platforms(uint32_t vsan, const Visit<Platform> &visit) override;
+  void node_name_lists(const Visit<uint32_t> &visit) override;
+  void node_names(uint32_t list, const Visit<NodeName> &visit) override;
+  void mgmt_addr_lists(const Visit<uint32_t> &visit) override;
+  void mgmt_addrs(uint32_t list, const Visit<MgmtAddr> &visit) override;
 
 private:
   struct Transaction {

@@ -19,6 +19,7 @@ struct Places {
 /** A subcommand, as add_... describes it: what its options fill has to live as long as `app`. */
 void add_import(CLI::App &app, const Places &places);
 void add_export(CLI::App &app, const Places &places);
+void add_generate(CLI::App &app, const Places &places);
 void add_status(CLI::App &app, const Places &places);
 void add_history(CLI::App &app, const Places &places);
 
