@@ -285,14 +285,16 @@ def test_reloading_leaves_nothing_behind(lab):
         assert eventually(lambda: table_rows(lab) == rows)
         return descriptors
 
+    def footprint_after_reloads(count):
+        for _ in range(count):
+            lab.reconfigure()
+        assert eventually(lambda: table_rows(lab) == rows)
+        return footprint(agent)
+
     bare = reload_by_manager()
-    for _ in range(3):
-        lab.reconfigure()
-    before = footprint(agent)
-    for _ in range(20):
-        lab.reconfigure()
+    before = footprint_after_reloads(3)
+    after = footprint_after_reloads(20)
     assert reload_by_manager() == bare
-    after = footprint(agent)
     assert eventually(lambda: table_rows(lab) == rows)
     assert after[:3] == before[:3] and lab.agent == agent
     assert after[3] < before[3] + 4096, "resident kilobytes"

@@ -1,4 +1,4 @@
-"""A fabric of 20,000 ports: every row once, and an agent that stays as it was."""
+"""A fabric with more than 20,000 visible ports: every row once, and an agent that stays as it was."""
 
 import json
 import re
@@ -15,7 +15,7 @@ VARBINDS = 1_000_000
 def large(tmp_path_factory):
     directory = tmp_path_factory.mktemp("large")
     fabric = directory / "fabric.json"
-    subprocess.run([BUILD / "tools" / "fcsctl", "generate", "--seed", "1", "--vsans", "20", "--switches", "20",
+    subprocess.run([BUILD / "tools" / "fcsctl", "generate", "--seed", "1", "--vsans", "26", "--switches", "20",
                     "--ports", "50", "--platforms", "20", "--output", fabric], check=True, timeout=60)
     lab = Lab(directory / "lab", fabric)
     try:
@@ -32,7 +32,7 @@ def resident_kilobytes(pid):
 def test_every_row_once_and_no_growth(large):
     expected = expected_varbinds(json.loads(large.fabric.read_text()), ROOT)
     walked = large.walk(bulk=True)
-    assert sum(oid.startswith(f"{ROOT}.1.1.13.1.1.") for oid, _, _ in walked) == 20_000
+    assert sum(oid.startswith(f"{ROOT}.1.1.13.1.1.") for oid, _, _ in walked) >= 20_000, "ports"
     assert len(walked) == len(expected)
     assert {oid: (kind, value) for oid, kind, value in walked} == expected
 
