@@ -2,7 +2,7 @@
 #include "recording_platform.h"
 
 #include "feature/fabric_conf_server/fcs_protocol.h"
-#include "feature/fabric_conf_server/snmp/fcs_config_tables.h"
+#include "feature/fabric_conf_server/snmp/fcs_config_lookup.h"
 
 #include <algorithm>
 #include <gmock/gmock.h>

@@ -1,4 +1,5 @@
-#include "fcs_config_tables.h"
+#include "fcs_config_lookup.h"
+
 #include "fcs_row_lookup.h"
 
 #include <cstring>

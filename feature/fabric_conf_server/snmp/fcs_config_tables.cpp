@@ -1,5 +1,6 @@
 #include "fcs_config_tables.h"
 
+#include "fcs_config_lookup.h"
 #include "fcs_mib.h"
 #include "fcs_trace.h"
 
