@@ -20,6 +20,7 @@ struct Places {
 void add_import(CLI::App &app, const Places &places);
 void add_export(CLI::App &app, const Places &places);
 void add_generate(CLI::App &app, const Places &places);
+void add_map(CLI::App &app, const Places &places);
 void add_status(CLI::App &app, const Places &places);
 void add_history(CLI::App &app, const Places &places);
 

@@ -102,7 +102,7 @@ TEST_F(Fcsctl, UsageErrorsAndHelp) {
        {std::vector<std::string>{}, {"bogus"}, {"import"}, {"history", "--level", "loud"}}) {
     EXPECT_EQ(fcsctl(wrong).status, 2);
   }
-  for (const char *command : {"import", "export", "status", "history"}) {
+  for (const char *command : {"import", "export", "generate", "map", "status", "history"}) {
     const Outcome help = fcsctl({command, "--help"});
     EXPECT_EQ(help.status, 0);
     EXPECT_NE(help.output.find(std::string("Usage: fcsctl ") + command), std::string::npos);
