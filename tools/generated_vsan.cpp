@@ -49,7 +49,7 @@ uint64_t mix(uint64_t value) {
 }
 
 /** A name on a documentation MAC address: 4 bits of NAA, 12 bits of extension, the address. */
-fcs::Wwn make_name(uint8_t naa, uint32_t extension, uint8_t mac) {
+fcs::Wwn make_name(uint32_t naa, uint32_t extension, uint8_t mac) {
   return {static_cast<uint8_t>(naa << 4 | (extension >> 8 & 0xF)),
           static_cast<uint8_t>(extension),
           0x00,

@@ -5,8 +5,8 @@
 #include <gtest/gtest.h>
 #include <map>
 #include <nlohmann/json.hpp>
-#include <regex>
 #include <set>
+#include <sstream>
 
 namespace {
 
@@ -26,18 +26,26 @@ std::string mac_of(const std::string &wwn) {
   return wwn.substr(2, 6);
 }
 
+std::string replaced(std::string text, const std::string &from, const std::string &to) {
+  for (size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size()) {
+    text.replace(at, from.size(), to);
+  }
+  return text;
+}
+
 /** What a label says: without markup, breaks of lines, and escapes of single characters. */
 std::string plain(std::string label) {
-  label = std::regex_replace(label, std::regex("<[^>]*>"), "");
-  for (const auto &[escape, text] : std::map<std::string, std::string>{{"&#160;", " "},
-                                                                       {"&#183;", "·"},
-                                                                       {"&#8230;", "…"},
-                                                                       {"&lt;", "<"},
-                                                                       {"&gt;", ">"},
-                                                                       {"&quot;", "\""}}) {
-    label = std::regex_replace(label, std::regex(escape), text);
+  for (size_t begin = 0; (begin = label.find('<', begin)) != std::string::npos;) {
+    const size_t end = label.find('>', begin);
+    label.erase(begin, end == std::string::npos ? end : end - begin + 1);
   }
-  return std::regex_replace(label, std::regex("&amp;"), "&");
+  const std::pair<const char *, const char *> kEscapes[] = {
+      {"&#160;", " "}, {"&#183;", "·"},  {"&#8230;", "…"}, {"&lt;", "<"},
+      {"&gt;", ">"},   {"&quot;", "\""}, {"&amp;", "&"}};
+  for (const auto &[escape, text] : kEscapes) {
+    label = replaced(label, escape, text);
+  }
+  return label;
 }
 
 /** A map as dot reads it. */
@@ -133,7 +141,7 @@ private:
 /** The label that shows the name of an element, a platform or a stranger; exactly one has to. */
 std::string label_with(const Graph &graph, const std::string &name) {
   // Labels cut long names, and show a single octet that is no text as [hh].
-  const std::string beginning = std::regex_replace(name.substr(0, 50), std::regex("\xD6"), "[d6]");
+  const std::string beginning = replaced(name.substr(0, 50), "\xD6", "[d6]");
   std::vector<std::string> found;
   for (const auto &[id, label] : graph.labels) {
     if (label.find(beginning) != std::string::npos) {
@@ -181,18 +189,18 @@ TEST_F(Map, ShowsHostileNamesAsTheyAre) {
       {R"({"hex": "ff41c0afeda080f4908080e282"})", "[ff]A[c0][af][ed][a0][80][f4][90][80][80]"},
       {R"("\ufffe\uffff€😀")", "[efbfbe][efbfbf]€😀"},
   };
-  std::string platforms;
-  std::string elements;
+  std::ostringstream platforms;
+  std::ostringstream elements;
+  int index = 0;
   for (const auto &[name, shown] : kNames) {
-    const std::string index = std::to_string(1 + std::ranges::count(platforms, '}'));
-    platforms += (platforms.empty() ? "" : ",") + std::string(R"({"index":)") + index +
-                 R"(,"name":)" + name + R"(,"type":"host"})";
-    elements += (elements.empty() ? "" : ",") + std::string(R"({"name":"20000000000000)") +
-                (index.size() == 1 ? "0" : "") + index + R"(","type":1,"logicalName":)" + name +
-                "}";
+    const char *separator = index++ == 0 ? "" : ",";
+    platforms << separator << R"({"index":)" << index << R"(,"type":"host","name":)" << name << "}";
+    elements << separator << R"({"name":"200000000000000)" << index
+             << R"(","type":1,"logicalName":)" << name << "}";
   }
-  const std::string file = write("hostile.json", R"({"vsans":[{"id":1,"platforms":[)" + platforms +
-                                                     R"(],"elements":[)" + elements + "]}]}");
+  const std::string file =
+      write("hostile.json", R"({"vsans":[{"id":1,"platforms":[)" + platforms.str() +
+                                R"(],"elements":[)" + elements.str() + "]}]}");
   const Outcome outcome = run({FCSCTL, "map", file});
   ASSERT_EQ(outcome.status, 0) << outcome.output;
   for (const auto &[name, shown] : kNames) {
