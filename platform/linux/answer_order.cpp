@@ -1,5 +1,8 @@
 #include "answer_order.h"
 
+#include <algorithm>
+#include <cstddef>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -26,6 +29,30 @@ void ask_for_next_of(const Name &name, netsnmp_request_info &request) {
   snmp_set_var_objid(request.requestvb, name.data(), name.size());
 }
 
+/**
+ * The last instance that can lie in front of `asked`, when one of its name octets exceeds an octet:
+ * that octet and those behind it at their largest, as far as an instance of the table goes.
+ * \return false when no sub-identifier behind the column and the first index exceeds an octet.
+ */
+bool last_in_front_of(const Name &asked, size_t column_length, size_t instance_length,
+                      Name &instance) {
+  constexpr oid kLargestOctet = 255;
+  const size_t end = std::min(asked.size(), instance_length);
+  for (size_t i = column_length + 1; i < end; ++i) {
+    if (asked[i] > kLargestOctet) {
+      instance.assign(asked.begin(), asked.begin() + static_cast<std::ptrdiff_t>(i));
+      instance.resize(instance_length, kLargestOctet);
+      return true;
+    }
+  }
+  return false;
+}
+
+/** Whether the request has an answer, and one in front of what was asked for. */
+bool is_out_of_order(const netsnmp_request_info &request, const Name &asked) {
+  return is_answered(request) && !is_behind(name_of(request), asked);
+}
+
 } // namespace
 
 int serve_in_order(netsnmp_mib_handler *handler, netsnmp_handler_registration *registration,
@@ -39,22 +66,19 @@ int serve_in_order(netsnmp_mib_handler *handler, netsnmp_handler_registration *r
   auto asked_for = asked.begin();
   for (netsnmp_request_info *request = requests; request != nullptr;
        request = request->next, ++asked_for) {
-    Name last;
-    while (is_answered(*request) && !is_behind(name_of(*request), *asked_for)) {
-      const Name answer = name_of(*request);
-      if (!last.empty() && !is_behind(answer, last)) {
-        ask_for_next_of(*asked_for, *request); // It stays unanswered.
-        break;
-      }
-      last = answer;
-      ask_for_next_of(answer, *request);
-      netsnmp_request_info *const others = request->next;
-      request->next = nullptr;
+    if (!is_out_of_order(*request, *asked_for)) {
+      continue;
+    }
+    Name from;
+    if (last_in_front_of(*asked_for, registration->rootoid_len, request->requestvb->name_length,
+                         from)) {
+      ask_for_next_of(from, *request);
+      netsnmp_request_info *const others = std::exchange(request->next, nullptr);
       result = netsnmp_call_next_handler(handler, registration, request_info, request);
       request->next = others;
     }
-    if (!is_answered(*request) && !last.empty()) {
-      ask_for_next_of(*asked_for, *request);
+    if (is_out_of_order(*request, *asked_for) || !is_answered(*request)) {
+      ask_for_next_of(*asked_for, *request); // It stays unanswered.
     }
   }
   return result;
