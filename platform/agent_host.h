@@ -48,3 +48,32 @@ void agent_notif_unregister(uint32_t opcode);
 
 /** Whether the SNMP notification of message opcode `opcode` is switched on: 1 when it is. */
 int32_t agent_notif_enable_get(uint32_t opcode);
+
+/**
+ * Switches the SNMP notification of message opcode `opcode` on (`enable` 1) or off (0), durably.
+ * \return 0 on success, or an error code for errno_text.
+ */
+int32_t agent_notif_enable_set(uint32_t opcode, int32_t enable);
+
+/**
+ * Appends a variable binding.
+ * \param list  The list so far; null for a new one.
+ * \param value Its octets are copied; an INTEGER is a 32-bit word.
+ * \return the list; null when memory is short, and `list` is then released.
+ */
+netsnmp_variable_list *agent_build_varbind(netsnmp_variable_list *list, const void *value,
+                                           u_char type, size_t value_length, const oid *name,
+                                           size_t name_length);
+
+/** What a failed write hands to agent_log_error. */
+struct SetErrorRecord {
+  uint8_t reserved[260]; ///< Zero.
+  int32_t code;
+  char text[256]; ///< NUL-terminated.
+};
+
+/** Records a failed write in the agent host's log. */
+void agent_log_error(const SetErrorRecord *record);
+
+/** Records in the agent host's log that a role refused a SET. Its two numbers name the message. */
+void agent_log_set_error(uint32_t message, uint32_t number);

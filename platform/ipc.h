@@ -12,6 +12,17 @@ constexpr uint32_t IPC_MESSAGE_ROOM = 1024;
 /** A message that a service sent by itself; its contents belong to the messaging service. */
 struct IpcMessage;
 
+/**
+ * The payload of a message: IPC_MESSAGE_ROOM octets, of which those behind the payload's end are
+ * zero.
+ */
+const void *ipc_payload_get(const IpcMessage *message);
+
+/** A messaging address. */
+struct IpcAddress {
+  uint8_t octets[8];
+};
+
 /** Handle of the queue on which the module's responses arrive. */
 extern const uint32_t ipc_response_queue;
 
@@ -36,3 +47,15 @@ extern const uint32_t ipc_response_queue;
 int32_t ipc_req_resp(uint32_t opcode, uint32_t flag, const void *request, void **response,
                      uint32_t *length, const char *user, uint32_t session, uint32_t service,
                      uint32_t queue, uint32_t reserved);
+
+/**
+ * Sends a message without waiting for a response.
+ *
+ * \param queue       ipc_response_queue.
+ * \param destination FE followed by zeros: the module's own notifications. Such a message reaches
+ * the handler of its opcode later, never during the call. \param opcode      Message opcode. \param
+ * payload     `length` octets, at most IPC_MESSAGE_ROOM. \return 0 on success.
+ */
+int32_t ipc_send(uint32_t queue, const IpcAddress *destination, uint32_t opcode,
+                 const void *payload, uint32_t length, uint32_t reserved1, uint32_t reserved2,
+                 uint32_t reserved3);

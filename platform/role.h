@@ -31,6 +31,13 @@ int role_allowed_vsans(VsanBitmap *allowed, const oid *name, size_t name_length,
 int role_allowed_vsans_from_list(const VsanBitmap *list, VsanBitmap *allowed, const oid *name,
                                  size_t name_length, int access);
 
+/**
+ * Whether the user may access every VSAN of `vsans`.
+ * \return 1 when so; any other value refuses.
+ */
+int role_vsan_bitmap_allowed(const VsanBitmap *vsans, const oid *name, size_t name_length,
+                             int access);
+
 /** Nonzero when `vsan` is in `allowed`. Every call is handed a copy of its own. */
 int role_vsan_allowed(uint32_t vsan, VsanBitmap allowed);
 

@@ -20,11 +20,14 @@ constexpr uint32_t FCS_MESSAGE_ROOM = 1024;
 /** Message opcodes: requests to the service, and the notifications it sends. */
 enum FcsMessage : uint32_t {
   FCS_MSG_REQUEST = 1402,           ///< A record request: FcsRequest, with an FcsOperation as flag.
+  FCS_MSG_START_DISCOVERY = 1405,   ///< Start discovery on a VSAN: FcsStartDiscovery, flag 0.
   FCS_MSG_REG_REQ_REJ = 1407,       ///< Notification: a registration request was rejected.
   FCS_MSG_DISC_COMPLETE = 1408,     ///< Notification: a named discovery is complete.
   FCS_MSG_DISC_COMP_ON_VSAN = 1409, ///< Notification: discovery is complete on one VSAN.
+  FCS_MSG_SET_DISC_TIMEOUT = 1410,  ///< Set the discovery time-out: one word, FCS_OP_SET.
   FCS_MSG_TIMEOUT_ON_VSAN = 1411,   ///< Notification: discovery timed out on one VSAN.
-  FCS_MSG_IP_ADDR_CHANGE = 1415,    ///< Notification: a management address has changed.
+  FCS_MSG_INVALIDATE_CACHE = 1412, ///< Forget what discovery found on a VSAN: one word, FCS_OP_SET.
+  FCS_MSG_IP_ADDR_CHANGE = 1415,   ///< Notification: a management address has changed.
 };
 
 /** What a record request asks for; travels as the message's request flag. */
@@ -260,3 +263,33 @@ static_assert(offsetof(FcsStatsRecord, rx_rscns) == 28);
 static_assert(offsetof(FcsStatsRecord, tx_rscns) == 32);
 static_assert(offsetof(FcsStatsRecord, rejects) == 36);
 static_assert(sizeof(FcsStatsRecord) == 40);
+
+/** Payload of FCS_MSG_START_DISCOVERY. */
+struct FcsStartDiscovery {
+  uint32_t vsan;
+  uint32_t reserved; ///< 0.
+};
+static_assert(offsetof(FcsStartDiscovery, reserved) == 4 && sizeof(FcsStartDiscovery) == 8);
+
+/** Octets of a discovery name with its NUL; payload of FCS_MSG_DISC_COMPLETE. */
+constexpr size_t FCS_DISCOVERY_NAME_SIZE = 33;
+
+/** Payload of FCS_MSG_REG_REQ_REJ: a CT reject reason and its explanation (FC-GS). */
+struct FcsRejectNotif {
+  uint32_t reason;
+  uint32_t explanation;
+};
+static_assert(offsetof(FcsRejectNotif, explanation) == 4 && sizeof(FcsRejectNotif) == 8);
+
+/** Payload of FCS_MSG_DISC_COMP_ON_VSAN and FCS_MSG_TIMEOUT_ON_VSAN. */
+struct FcsVsanNotif {
+  uint32_t vsan;
+};
+static_assert(sizeof(FcsVsanNotif) == 4);
+
+/** Payload of FCS_MSG_IP_ADDR_CHANGE. */
+struct FcsAddressNotif {
+  uint32_t vsan;
+  uint8_t address[8];
+};
+static_assert(offsetof(FcsAddressNotif, address) == 4 && sizeof(FcsAddressNotif) == 12);

@@ -36,6 +36,8 @@ long read_transaction = -1;
 Clock::time_point read_began;
 /** Whether the message being served is a read. */
 bool current_is_read;
+/** The registration of the object being served; null outside of a request. */
+const netsnmp_handler_registration *current_object;
 /** Its user, once somebody has asked. */
 std::string current_user;
 bool current_user_known;
@@ -71,8 +73,10 @@ std::string security_name(const netsnmp_pdu &pdu) {
 /** Marks a request as the one being served. */
 class CurrentRequest {
 public:
-  explicit CurrentRequest(const netsnmp_agent_request_info &info) {
+  CurrentRequest(const netsnmp_agent_request_info &info,
+                 const netsnmp_handler_registration &registration) {
     current = info.asp->pdu;
+    current_object = &registration;
     current_user_known = false;
     current_is_read = !MODE_IS_SET(info.mode);
     if (current_is_read && current->transid != read_transaction) {
@@ -80,7 +84,10 @@ public:
       read_began = Clock::now();
     }
   }
-  ~CurrentRequest() { current = nullptr; }
+  ~CurrentRequest() {
+    current = nullptr;
+    current_object = nullptr;
+  }
   CurrentRequest(const CurrentRequest &) = delete;
   CurrentRequest &operator=(const CurrentRequest &) = delete;
 };
@@ -88,7 +95,7 @@ public:
 int serve(netsnmp_mib_handler *handler, netsnmp_handler_registration *registration,
           netsnmp_agent_request_info *request_info, netsnmp_request_info *requests) {
   before_request();
-  const CurrentRequest scope(*request_info);
+  const CurrentRequest scope(*request_info, *registration);
   if (MODE_IS_SET(request_info->mode)) {
     const IntegerWords words(requests);
     return netsnmp_call_next_handler(handler, registration, request_info, requests);
@@ -152,6 +159,14 @@ void agent_request_release() {
     unregister_mib_context(place.root.data(), place.root.size(), place.priority, place.range_subid,
                            place.range_ubound, "");
   }
+}
+
+std::string agent_request_object() {
+  std::string text;
+  for (size_t i = 0; current_object != nullptr && i < current_object->rootoid_len; ++i) {
+    text += (text.empty() ? "" : ".") + std::to_string(current_object->rootoid[i]);
+  }
+  return text;
 }
 
 bool agent_request_is_overdue() {

@@ -4,6 +4,8 @@
  */
 #pragma once
 
+#include <string>
+
 /**
  * Puts the agent host in front of every registration of the module, once each.
  * \param before Called before each request is served.
@@ -15,6 +17,9 @@ void agent_request_intercept(void (*before)());
  * unregister_mib with the module root leaves them in place.
  */
 void agent_request_release();
+
+/** The object being served, as an OID in dotted form; empty outside of a request. */
+std::string agent_request_object();
 
 /**
  * Whether the read being served has had more than its share of time: ten exchange timeouts since

@@ -3,6 +3,8 @@
  * before it is unmapped. By then nothing of it may be left with the agent.
  */
 #include "agent_request.h"
+#include "notification_switches.h"
+#include "notifications.h"
 #include "service_connection.h"
 #include "settings.h"
 #include "trace_output.h"
@@ -47,6 +49,7 @@ int on_configuration_read(int /*major*/, int /*minor*/, void * /*server*/, void 
 
 extern "C" void init_fcs() {
   settings_register_tokens();
+  notification_switches_register();
   snmp_register_callback(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_POST_READ_CONFIG,
                          on_configuration_read, nullptr);
   first_turn_alarm = snmp_alarm_register(0, 0, on_first_turn, nullptr);
@@ -65,8 +68,10 @@ extern "C" void deinit_fcs() {
   row_index_destroy(temp_mgmt_addr_table);
   row_index_destroy(temp_platform_table);
   service_connection_close();
+  notifications_stop();
   snmp_alarm_unregister(first_turn_alarm);
   snmp_unregister_callback(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_POST_READ_CONFIG,
                            on_configuration_read, nullptr, 0);
+  notification_switches_unregister();
   settings_unregister_tokens();
 }

@@ -1,9 +1,26 @@
 #include "notifications.h"
 
+#include "feature/fabric_conf_server/fcs_protocol.h"
 #include "platform/agent_host.h"
+#include "platform/ipc.h"
 
+#include <algorithm>
 #include <cstring>
+#include <deque>
 #include <map>
+
+#include <net-snmp/net-snmp-config.h>
+
+#include <net-snmp/net-snmp-includes.h>
+
+#include <net-snmp/agent/net-snmp-agent-includes.h>
+
+/** A notification as the handlers see it: the payload is followed by zeros to the end of the room.
+ */
+struct IpcMessage {
+  uint32_t opcode;
+  uint8_t payload[IPC_MESSAGE_ROOM];
+};
 
 namespace {
 
@@ -12,7 +29,100 @@ constexpr size_t kTrapOidLength = 13;
 
 std::map<uint32_t, AgentNotifHandler *> handlers;
 
+/** Messages that the module has sent itself; they come back in the agent's loop. */
+std::deque<IpcMessage> looped_back;
+unsigned int loop_alarm;
+
+IpcMessage message_of(uint32_t opcode, const void *payload, size_t length) {
+  IpcMessage message{};
+  message.opcode = opcode;
+  memcpy(message.payload, payload, std::min(length, sizeof(message.payload)));
+  return message;
+}
+
+/** A message without a switch of its own is always worth a notification. */
+bool is_switched_on(uint32_t opcode) {
+  const bool has_switch = opcode == FCS_MSG_REG_REQ_REJ || opcode == FCS_MSG_DISC_COMPLETE;
+  return !has_switch || agent_notif_enable_get(opcode) == 1;
+}
+
+/** Sends an SNMP notification through the agent's own senders. */
+void send_notification(const oid *trap_oid, size_t length, netsnmp_variable_list *bindings) {
+  constexpr oid kSnmpTrapOid[] = {1, 3, 6, 1, 6, 3, 1, 1, 4, 1, 0};
+  netsnmp_variable_list *list = nullptr;
+  snmp_varlist_add_variable(&list, kSnmpTrapOid, OID_LENGTH(kSnmpTrapOid), ASN_OBJECT_ID, trap_oid,
+                            length * sizeof(oid));
+  if (list == nullptr) {
+    snmp_log(LOG_ERR, "fcs: no memory for a notification\n");
+    return;
+  }
+  list->next_variable = bindings;
+  send_v2trap(list);
+  list->next_variable = nullptr;
+  snmp_free_varbind(list);
+}
+
+void deliver(const IpcMessage &message) {
+  const auto handler = handlers.find(message.opcode);
+  if (handler == handlers.end()) {
+    static bool reported = false; // Once: the service may send as many as it likes.
+    if (!reported) {
+      reported = true;
+      snmp_log(LOG_WARNING,
+               "fcs: notification with unknown opcode %u; it and its like are dropped\n",
+               message.opcode);
+    }
+    return;
+  }
+  oid trap_oid[kTrapOidLength] = {};
+  size_t trap_oid_length = 0;
+  int send = 0;
+  netsnmp_variable_list *bindings = handler->second(&message, trap_oid, &trap_oid_length, &send);
+  if (send == 1 && is_switched_on(message.opcode)) {
+    send_notification(trap_oid, trap_oid_length, bindings);
+  }
+  snmp_free_varbind(bindings);
+}
+
+void deliver_looped_back(unsigned int /*alarm*/, void * /*client*/) {
+  loop_alarm = 0;
+  for (size_t waiting = looped_back.size(); waiting > 0; --waiting) {
+    const IpcMessage message = looped_back.front();
+    looped_back.pop_front();
+    deliver(message);
+  }
+}
+
 } // namespace
+
+void notifications_deliver(const ipc_wire::Frame &frame, size_t length) {
+  deliver(message_of(frame.header.opcode, frame.payload, length));
+}
+
+void notifications_stop() {
+  snmp_alarm_unregister(loop_alarm);
+  loop_alarm = 0;
+  looped_back.clear();
+}
+
+const void *ipc_payload_get(const IpcMessage *message) {
+  return message->payload;
+}
+
+int32_t ipc_send(uint32_t /*queue*/, const IpcAddress *destination, uint32_t opcode,
+                 const void *payload, uint32_t length, uint32_t /*reserved1*/,
+                 uint32_t /*reserved2*/, uint32_t /*reserved3*/) {
+  constexpr IpcAddress kOwnNotifications = {{0xFE}};
+  if (memcmp(destination, &kOwnNotifications, sizeof(*destination)) != 0 ||
+      length > IPC_MESSAGE_ROOM) {
+    return -1;
+  }
+  looped_back.push_back(message_of(opcode, payload, length));
+  if (loop_alarm == 0) {
+    loop_alarm = snmp_alarm_register(0, 0, deliver_looped_back, nullptr);
+  }
+  return 0;
+}
 
 void agent_notif_register(uint32_t opcode, AgentNotifHandler *handler) {
   handlers[opcode] = handler;
@@ -22,28 +132,12 @@ void agent_notif_unregister(uint32_t opcode) {
   handlers.erase(opcode);
 }
 
-int32_t agent_notif_enable_get(uint32_t /*opcode*/) {
-  return 0; // No notification is sent before a manager can switch it on.
-}
-
-void notifications_deliver(const ipc_wire::Frame &frame, size_t length) {
-  const auto handler = handlers.find(frame.header.opcode);
-  if (handler == handlers.end()) {
-    static bool reported = false; // Once: the service may send as many as it likes.
-    if (!reported) {
-      reported = true;
-      snmp_log(LOG_WARNING,
-               "fcs: notification with unknown opcode %u; it and its like are dropped\n",
-               frame.header.opcode);
-    }
-    return;
+netsnmp_variable_list *agent_build_varbind(netsnmp_variable_list *list, const void *value,
+                                           u_char type, size_t value_length, const oid *name,
+                                           size_t name_length) {
+  if (snmp_varlist_add_variable(&list, name, name_length, type, value, value_length) == nullptr) {
+    snmp_free_varbind(list);
+    return nullptr;
   }
-  IpcMessage message{};
-  message.opcode = frame.header.opcode;
-  memcpy(message.payload, frame.payload, length);
-  oid trap_oid[kTrapOidLength] = {};
-  size_t trap_oid_length = 0;
-  int send = 0;
-  netsnmp_variable_list *bindings = handler->second(&message, trap_oid, &trap_oid_length, &send);
-  snmp_free_varbind(bindings);
+  return list;
 }

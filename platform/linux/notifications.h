@@ -1,4 +1,7 @@
-/** The receiving side of the FCS service's notifications. */
+/**
+ * The service's notifications and the module's own messages on their way to the handlers, and the
+ * SNMP notifications that come of them.
+ */
 #pragma once
 
 #include "ipc_wire.h"
@@ -6,13 +9,10 @@
 #include <cstddef>
 
 /**
- * A notification as the handlers see it: the opcode, and a payload that is followed by zeros up to
- * the end of the room.
+ * Hands a notification of the service to the handler registered for its opcode, if there is one,
+ * and sends the SNMP notification that the handler asks for, unless it is switched off.
  */
-struct IpcMessage {
-  uint32_t opcode;
-  uint8_t payload[ipc_wire::kMessageRoom];
-};
-
-/** Hands a notification to the handler registered for its opcode, if there is one. */
 void notifications_deliver(const ipc_wire::Frame &frame, size_t length);
+
+/** Drops what has not been delivered yet. */
+void notifications_stop();

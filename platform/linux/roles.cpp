@@ -159,6 +159,17 @@ int role_allowed_vsans_from_list(const VsanBitmap *list, VsanBitmap *allowed, co
   return 0;
 }
 
+int role_vsan_bitmap_allowed(const VsanBitmap *vsans, const oid *name, size_t name_length,
+                             int access) {
+  VsanBitmap allowed{kWholeRange, {}};
+  if (role_allowed_vsans(&allowed, name, name_length, access) == 0) {
+    return 1;
+  }
+  VsanBitmap refused = *vsans;
+  bitmap_subtract(&refused, &allowed);
+  return bitmap_first_bit(&refused) < 0 ? 1 : 0;
+}
+
 int role_vsan_allowed(uint32_t vsan, VsanBitmap allowed) {
   return vsan <= kLastRoleVsan && bitmap_next_bit(&allowed, static_cast<int32_t>(vsan) - 1) ==
                                       static_cast<int32_t>(vsan)

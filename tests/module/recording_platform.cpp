@@ -1,6 +1,7 @@
 #include "recording_platform.h"
 
 #include "feature/fabric_conf_server/fcs_protocol.h"
+#include "platform/errno_text.h"
 #include "platform/role.h"
 #include "platform/trace.h"
 
@@ -114,6 +115,51 @@ Answer read_object(FcsObject object, const std::vector<oid> &index, bool exact) 
   return answer;
 }
 
+int write_object(FcsObject object, u_char type, const Bytes &value,
+                 const std::vector<int> &phases) {
+  WriteMethod *write = read_object(object, {0}, true).write_method;
+  if (write == nullptr) {
+    return SNMP_ERR_NOTWRITABLE;
+  }
+  const variable &entry = platform.registered_for(object);
+  oid name[MAX_OID_LEN] = {};
+  std::copy_n(entry.name, entry.namelen, name);
+  // The agent's own buffer is larger than the value, and the same in each phase.
+  static uint8_t buffer[1024];
+  std::copy(value.begin(), value.end(), buffer);
+  int status = SNMP_ERR_NOERROR;
+  for (const int phase : phases) {
+    status = write(phase, buffer, type, value.size(), nullptr, name, entry.namelen + 1U);
+    if (status != SNMP_ERR_NOERROR) {
+      break;
+    }
+  }
+  return status;
+}
+
+IpcMessage::IpcMessage(const Bytes &octets) : payload{} {
+  std::copy(octets.begin(), octets.end(), payload);
+}
+
+Raised notify(AgentNotifHandler *handler, const IpcMessage *message) {
+  oid trap_oid[13] = {};
+  size_t length = 0;
+  int send = 42;
+  netsnmp_variable_list *bindings = handler(message, trap_oid, &length, &send);
+  Raised raised{send == 1, {trap_oid, trap_oid + length}, {}};
+  for (const netsnmp_variable_list *b = bindings; b != nullptr; b = b->next_variable) {
+    std::string line = text_of(b->name, b->name_length) + " " + std::to_string(b->type) + ":";
+    if (b->type == ASN_INTEGER) {
+      line += " " + std::to_string(*b->val.integer);
+    } else {
+      line += " " + std::string(b->val.string, b->val.string + b->val_len);
+    }
+    raised.bindings.push_back(line);
+  }
+  snmp_free_varbind(bindings);
+  return raised;
+}
+
 // ---- Messaging
 
 const uint32_t ipc_response_queue = 77;
@@ -122,6 +168,17 @@ int32_t ipc_req_resp(uint32_t opcode, uint32_t flag, const void *request, void *
                      uint32_t *length, const char *user, uint32_t session, uint32_t service,
                      uint32_t queue, uint32_t reserved) {
   const auto *octets = static_cast<const uint8_t *>(request);
+  if (opcode != FCS_MSG_REQUEST) { // A message of its own.
+    std::string words;
+    for (uint32_t offset = 0; offset < *length; offset += 4) {
+      uint32_t word = 0;
+      memcpy(&word, octets + offset, sizeof(word));
+      words += " " + std::to_string(word);
+    }
+    record("ipc %u/%u%s from %s/%u to %u/%u/%u%s", opcode, flag, words.c_str(), user, session,
+           service, queue, reserved, response == nullptr ? "" : " with response");
+    return platform.service(Request{flag, opcode, Bytes(octets, octets + *length)}).result;
+  }
   Request asked{flag, 0, Bytes(octets + sizeof(uint32_t), octets + *length)};
   memcpy(&asked.record_id, octets, sizeof(asked.record_id));
   record("ipc %u/%u record %u length %u from %s/%u to %u/%u/%u", opcode, flag, asked.record_id,
@@ -135,6 +192,25 @@ int32_t ipc_req_resp(uint32_t opcode, uint32_t flag, const void *request, void *
   *response = copy;
   *length = static_cast<uint32_t>(reply.response.size());
   return reply.result;
+}
+
+const void *ipc_payload_get(const IpcMessage *message) {
+  return message->payload;
+}
+
+int32_t ipc_send(uint32_t queue, const IpcAddress *destination, uint32_t opcode,
+                 const void *payload, uint32_t length, uint32_t a, uint32_t b, uint32_t c) {
+  std::string address;
+  for (const uint8_t octet : destination->octets) {
+    address += (address.empty() ? "" : ".") + std::to_string(octet);
+  }
+  record("send %u to %s opcode %u length %u '%s' %u/%u/%u", queue, address.c_str(), opcode, length,
+         static_cast<const char *>(payload), a, b, c);
+  return -1; // The module does not look at it.
+}
+
+const char *errno_text(int32_t code) {
+  return code == 77 ? "text of 77" : "?";
 }
 
 // ---- Agent host
@@ -158,6 +234,28 @@ void agent_notif_unregister(uint32_t opcode) {
 int32_t agent_notif_enable_get(uint32_t opcode) {
   record("notif enable get %u", opcode);
   return platform.notif_enabled;
+}
+
+int32_t agent_notif_enable_set(uint32_t opcode, int32_t enable) {
+  record("notif enable set %u %d", opcode, enable);
+  return platform.enable_result;
+}
+
+netsnmp_variable_list *agent_build_varbind(netsnmp_variable_list *list, const void *value,
+                                           u_char type, size_t value_length, const oid *name,
+                                           size_t name_length) {
+  snmp_varlist_add_variable(&list, name, name_length, type, value, value_length);
+  return list;
+}
+
+void agent_log_error(const SetErrorRecord *error) {
+  const bool rest_is_zero = std::all_of(std::begin(error->reserved), std::end(error->reserved),
+                                        [](uint8_t octet) { return octet == 0; });
+  record("log error %d '%s'%s", error->code, error->text, rest_is_zero ? "" : " dirty");
+}
+
+void agent_log_set_error(uint32_t message, uint32_t number) {
+  record("log set error %x %u", message, number);
 }
 
 // ---- Roles
@@ -198,6 +296,17 @@ int role_allowed_vsans_from_list(const VsanBitmap *list, VsanBitmap *allowed, co
     bitmap_subtract(allowed, &hidden);
   }
   return 0;
+}
+
+int role_vsan_bitmap_allowed(const VsanBitmap *vsans, const oid *name, size_t name_length,
+                             int access) {
+  std::string list;
+  for (int32_t v = bitmap_first_bit(vsans); v >= 0; v = bitmap_next_bit(vsans, v)) {
+    list += " " + std::to_string(v);
+  }
+  record("role bitmap %d %s bytes %u:%s", access, text_of(name, name_length).c_str(),
+         vsans->byte_count, list.c_str());
+  return platform.role_refuses_writes ? 2 : 1; // Anything but 1 refuses.
 }
 
 int role_vsan_allowed(uint32_t vsan, VsanBitmap allowed) {

@@ -38,7 +38,9 @@ struct RecordingPlatform {
   bool restricted = false;     ///< Whether the user's role restricts the VSANs.
   std::set<uint32_t> readable; ///< The VSANs it allows.
   bool role_fails = false;     ///< Whether role_allowed_vsans_from_list fails.
+  bool role_refuses_writes = false;
   int32_t notif_enabled = 0;
+  int32_t enable_result = 0; ///< What agent_notif_enable_set answers.
   bool history_filtered = false;
   bool console = false;
   bool agent_debugging = false;
@@ -73,6 +75,38 @@ struct Answer {
 
 /** Has the handler of an object answer a request for the column followed by `index`. */
 Answer read_object(FcsObject object, const std::vector<oid> &index, bool exact);
+
+/** The phases of a SET, under names that GoogleMock leaves alone. */
+enum Phase : int {
+  kReserve1 = RESERVE1,
+  kReserve2 = RESERVE2,
+  kAction = ACTION,
+  kCommit = COMMIT,
+  kFree = FREE,
+  kUndo = UNDO
+};
+
+/**
+ * Has a write handler run through phases of a SET of instance 0 of its object, until one fails.
+ * \return the status of the last phase that ran.
+ */
+int write_object(FcsObject object, u_char type, const Bytes &value,
+                 const std::vector<int> &phases = {kReserve1, kReserve2, kAction, kCommit});
+
+/** A message of the service; its payload is followed by zeros to the end of the room. */
+struct IpcMessage {
+  explicit IpcMessage(const Bytes &octets);
+  uint8_t payload[IPC_MESSAGE_ROOM];
+};
+
+/** What a handler of notifications asked for. */
+struct Raised {
+  bool send;
+  std::vector<oid> trap_oid;
+  Lines bindings; ///< "OID type: octets" each.
+};
+
+Raised notify(AgentNotifHandler *handler, const IpcMessage *message);
 
 /** Octets of a record or word, as they lie in memory. */
 template <typename Record> Bytes bytes_of(const Record &record) {

@@ -3,6 +3,7 @@
 #include "fcs_config_lookup.h"
 #include "fcs_mib.h"
 #include "fcs_trace.h"
+#include "fcs_write.h"
 
 namespace {
 
@@ -27,16 +28,11 @@ int32_t config_source(uint32_t flag) {
   return flag != 0 ? 1 : 2;
 }
 
-struct WritableColumn {
-  FcsObject object;
-  WriteMethod *write_method;
-};
-
-constexpr WritableColumn kMgmtAddrColumns[] = {
+constexpr FcsWritable kMgmtAddrColumns[] = {
     {fcsMgmtAddr, write_fcsMgmtAddr},
     {fcsMgmtAddrRowStatus, write_fcsMgmtAddrRowStatus},
 };
-constexpr WritableColumn kPlatformColumns[] = {
+constexpr FcsWritable kPlatformColumns[] = {
     {fcsPlatformName, write_fcsPlatformName},
     {fcsPlatformType, write_fcsPlatformType},
     {fcsPlatformNodeNameListIndex, write_fcsPlatformNodeNameListIndex},
@@ -44,32 +40,22 @@ constexpr WritableColumn kPlatformColumns[] = {
     {fcsPlatformValidation, write_fcsPlatformValidation},
     {fcsPlatformRowStatus, write_fcsPlatformRowStatus},
 };
-constexpr WritableColumn kNodeNameColumns[] = {
+constexpr FcsWritable kNodeNameColumns[] = {
     {fcsNodeNameRowStatus, write_fcsNodeNameRowStatus},
 };
-
-template <size_t Columns>
-void set_write_method(const WritableColumn (&columns)[Columns], u_char magic,
-                      WriteMethod **write_method) {
-  for (const WritableColumn &column : columns) {
-    if (column.object == magic) {
-      *write_method = column.write_method;
-    }
-  }
-}
 
 } // namespace
 
 void set_mgmt_addr_table_set_methods(u_char magic, WriteMethod **write_method) {
-  set_write_method(kMgmtAddrColumns, magic, write_method);
+  fcs_hand_out_write_method(kMgmtAddrColumns, magic, write_method);
 }
 
 void set_platform_table_set_methods(u_char magic, WriteMethod **write_method) {
-  set_write_method(kPlatformColumns, magic, write_method);
+  fcs_hand_out_write_method(kPlatformColumns, magic, write_method);
 }
 
 void set_node_name_table_set_methods(u_char magic, WriteMethod **write_method) {
-  set_write_method(kNodeNameColumns, magic, write_method);
+  fcs_hand_out_write_method(kNodeNameColumns, magic, write_method);
 }
 
 void fcs_map_platform_type(uint32_t *type) {

@@ -1,68 +1,64 @@
-#include "fcs_mib.h"
-#include "fcs_row_lookup.h"
+#include "fcs_discovery.h"
+
 #include "fcs_trace.h"
+#include "fcs_vsan_half.h"
 #include "feature/fabric_conf_server/fcs_protocol.h"
 
-#include <algorithm>
+bool fcs_discovery_status_of(uint32_t vsan, int32_t *status) {
+  static FcsAnswer<fcs_disc_status_record> answer;
+  fcs_get_data(FCS_REC_DISCOVERY_STATUS, FCS_OP_GET, &vsan, sizeof(vsan), &answer);
+  *status = answer.record.status;
+  return fcs_req_status == 0;
+}
 
-namespace {
+int32_t fcs_send_message(uint32_t opcode, uint32_t flag, const void *payload, uint32_t length) {
+  return ipc_req_resp(opcode, flag, payload, nullptr, &length, agent_session_user(0),
+                      agent_session_id(0), FCS_SERVICE_ID, ipc_response_queue, 0);
+}
 
-FcsAnswer<fcs_disc_status_record> discovery;
-/** fcsDiscoveryCompletedTime of the last answer. */
-uint32_t completed_time;
+int32_t fcs_start_discovery_on_vsan(uint32_t vsan) {
+  const FcsStartDiscovery start = {vsan, 0};
+  return fcs_send_message(FCS_MSG_START_DISCOVERY, 0, &start, sizeof(start));
+}
 
-constexpr FcsNameIndex kIndex = {.name_octets = 0, .next_octets = 0};
-constexpr FcsVsanTable kTable = {.record_id = FCS_REC_DISCOVERY_STATUS,
-                                 .key = &discovery.record.vsan,
-                                 .key_length = sizeof(discovery.record.vsan),
-                                 .record = &discovery,
-                                 .on_restriction = nullptr};
-
-bool header_fcs_disc_status_table(const FcsRowRequest &request) {
-  FCS_DETAIL("%s:entering\n");
-  discovery.record.vsan = 0;
-  FCS_DETAIL_REQUEST(request);
-  if (!fcs_read_index(kIndex, request, &discovery)) {
-    return false;
+int32_t fcs_invalidate_cache_on_vsan(uint32_t vsan) {
+  constexpr int32_t kInProgress = 2;
+  int32_t status = 0;
+  if (!fcs_discovery_status_of(vsan, &status)) {
+    return fcs_req_status;
   }
-  FCS_DETAIL("%s:vsan index %d\n", static_cast<int32_t>(discovery.record.vsan));
-  if (!fcs_fetch_visible_row(kTable, request)) {
-    return false;
+  if (status == FCS_DISCOVERY_IN_PROGRESS) {
+    return kInProgress;
   }
-  fcs_write_index(kIndex, request, &discovery);
-  FCS_DETAIL("%s:end\n");
+  return fcs_send_message(FCS_MSG_INVALIDATE_CACHE, FCS_OP_SET, &vsan, sizeof(vsan));
+}
+
+/** \return false when the service did not answer; the VSANs that were not reached stay outstanding.
+ */
+static bool reset_outstanding(const VsanHalf &half) {
+  for (int32_t bit = bitmap_first_bit(half.outstanding); bit >= 0;
+       bit = bitmap_next_bit(half.outstanding, bit)) {
+    int32_t status = 0;
+    if (!fcs_discovery_status_of(half.first_vsan + static_cast<uint32_t>(bit), &status)) {
+      return false;
+    }
+    if (status == FCS_DISCOVERY_LOCAL_ONLY) {
+      bitmap_clear_bit(half.outstanding, bit);
+    }
+  }
   return true;
 }
 
-/** The agent's uptime at the completion, in hundredths of a second; 0 when there was none since. */
-uint32_t uptime_at_completion(const fcs_disc_status_record &record) {
-  if (record.completed_seconds == 0 && record.completed_microseconds == 0) {
-    return 0;
+void fcs_reset_disc_bitmap2k() {
+  FCS_DETAIL("%s:enter\n");
+  if (reset_outstanding(kHalf2k)) {
+    FCS_DETAIL("%s:exit\n");
   }
-  timeval completed = {record.completed_seconds, record.completed_microseconds};
-  // Negative, behind the unsigned type of the result, when the agent started later.
-  const auto uptime = static_cast<long>(netsnmp_timeval_uptime(&completed));
-  return static_cast<uint32_t>(std::max(0L, uptime));
 }
 
-} // namespace
-
-u_char *var_fcsDiscoveryStatusTable(variable *vp, oid *name, size_t *length, int exact,
-                                    size_t *var_len, WriteMethod **write_method) {
-  FCS_DETAIL("%s:entering\n");
-  if (!header_fcs_disc_status_table(
-          fcs_row_request(vp, name, length, exact, var_len, write_method)) ||
-      discovery.record.vsan == FCS_END_OF_TABLE) {
-    return nullptr;
-  }
-  switch (vp->magic) {
-  case fcsDiscoveryStatus:
-    FCS_DETAIL("%s:return Discstatus\n");
-    return reinterpret_cast<u_char *>(&discovery.record.status);
-  case fcsDiscoveryCompletedTime:
-    completed_time = uptime_at_completion(discovery.record);
-    FCS_DETAIL("%s:return Disccomptime\n");
-    return reinterpret_cast<u_char *>(&completed_time);
-  default: snmp_set_detail(""); return nullptr;
+void fcs_reset_disc_bitmap4k() {
+  FCS_DETAIL("%s:enter\n");
+  if (reset_outstanding(kHalf4k)) {
+    FCS_DETAIL("%s:exit\n");
   }
 }

@@ -100,11 +100,24 @@ FindVarMethod var_fcsMgmtAddrListTable; // fcs_config_tables.cpp
 FindVarMethod var_fcsPlatformTable;
 FindVarMethod var_fcsNodeNameListTable;
 
-FindVarMethod var_fcsDiscoveryStatusTable; // fcs_discovery.cpp
+FindVarMethod var_fcsDiscoveryStatusTable; // fcs_discovery_status_table.cpp
 
-// ---- Write handlers (fcs_config_rows.cpp).
+// ---- Write handlers, by the file that holds them.
 
-WriteMethod write_fcsMgmtAddr;
+WriteMethod write_fcsVsanDiscoverySpinLock; // fcs_discovery_parameters.cpp
+WriteMethod write_fcsVsanDiscoveryName;
+WriteMethod write_fcsVsanDiscoveryList2k;
+WriteMethod write_fcsVsanDiscoveryList4k;
+WriteMethod write_fcsVsanDiscoveryTimeOut;
+
+WriteMethod write_fcsStartDiscovery; // fcs_discovery_actions.cpp
+WriteMethod write_fcsDiscoveryInvalidateCache2k;
+WriteMethod write_fcsDiscoveryInvalidateCache4k;
+
+WriteMethod write_fcsReqRejNotifyEnable; // fcs_notif_enable.cpp
+WriteMethod write_fcsDiscoveryCompleteNotifyEnable;
+
+WriteMethod write_fcsMgmtAddr; // fcs_config_rows.cpp
 WriteMethod write_fcsMgmtAddrRowStatus;
 WriteMethod write_fcsPlatformName;
 WriteMethod write_fcsPlatformType;

@@ -21,8 +21,8 @@ constexpr FcsNameIndex kAttachedIndex = {.name_octets = FCS_ATTACHED_NAME_LENGTH
                                          .next_octets = FCS_ATTACHED_NAME_LENGTH};
 
 void trace_port_restriction(int result, int allowed) {
-  FCS_TRACE(FCS_TRACE_DETAIL, "%s:allowed vsans result %d, allowed %d\n", "header_fcs_port_table",
-            result, allowed);
+  FCS_DETAIL_AS("header_fcs_port_table", "%s:allowed vsans result %d, allowed %d\n", result,
+                allowed);
 }
 
 constexpr FcsVsanTable kPortTable = {.record_id = FCS_REC_PORT,

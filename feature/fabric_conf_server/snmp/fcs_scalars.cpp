@@ -1,6 +1,7 @@
 #include "fcs_mib.h"
 #include "fcs_trace.h"
-#include "fcs_values.h"
+#include "fcs_vsan_half.h"
+#include "fcs_write.h"
 #include "feature/fabric_conf_server/fcs_protocol.h"
 #include "platform/role.h"
 
@@ -12,18 +13,18 @@
 
 namespace {
 
-/** One half of the VSANs. */
-struct VsanHalf {
-  const char *label;
-  uint32_t offset; ///< Of its first byte in a bitmap of all VSANs.
-  VsanBitmap *staged;
-  VsanBitmap *outstanding;
-  VsanBitmap *invalidated;
+constexpr FcsWritable kWritable[] = {
+    {fcsVsanDiscoverySpinLock, write_fcsVsanDiscoverySpinLock},
+    {fcsVsanDiscoveryName, write_fcsVsanDiscoveryName},
+    {fcsVsanDiscoveryList2k, write_fcsVsanDiscoveryList2k},
+    {fcsVsanDiscoveryList4k, write_fcsVsanDiscoveryList4k},
+    {fcsStartDiscovery, write_fcsStartDiscovery},
+    {fcsVsanDiscoveryTimeOut, write_fcsVsanDiscoveryTimeOut},
+    {fcsDiscoveryInvalidateCache2k, write_fcsDiscoveryInvalidateCache2k},
+    {fcsDiscoveryInvalidateCache4k, write_fcsDiscoveryInvalidateCache4k},
+    {fcsReqRejNotifyEnable, write_fcsReqRejNotifyEnable},
+    {fcsDiscoveryCompleteNotifyEnable, write_fcsDiscoveryCompleteNotifyEnable},
 };
-
-constexpr VsanHalf kHalf2k = {"2k", 0, &fcs_vsan_2k, &fcs_vsan_total_2k, &fcs_invalidate_cache_2k};
-constexpr VsanHalf kHalf4k = {"4k", FCS_HALF_BYTES, &fcs_vsan_4k, &fcs_vsan_total_4k,
-                              &fcs_invalidate_cache_4k};
 
 /** A count that the service keeps, and what its traces call it. */
 struct Count {
@@ -115,6 +116,7 @@ u_char *var_zephrinFcsMIB(variable *vp, oid *name, size_t *length, int exact, si
     return nullptr;
   }
   *var_len = sizeof(int32_t);
+  fcs_hand_out_write_method(kWritable, vp->magic, write_method);
 
   switch (vp->magic) {
   case fcsVsanDiscoverySpinLock:

@@ -33,7 +33,10 @@ enum FcsTraceLevel : uint32_t {
 /** Traces an event; the line stands for itself. */
 #define FCS_EVENT(...) FCS_TRACE(FCS_TRACE_EVENT, __VA_ARGS__)
 
-/** Traces a detail; the format's first "%s" is the calling function's own name. */
-#define FCS_DETAIL(format, ...)                                                                    \
+/** Traces a detail; the format's first "%s" is the name of the function it belongs to. */
+#define FCS_DETAIL_AS(function, format, ...)                                                       \
   FCS_TRACE(FCS_TRACE_DETAIL, format,                                                              \
-            static_cast<const char *>(__func__) __VA_OPT__(, ) __VA_ARGS__)
+            static_cast<const char *>(function) __VA_OPT__(, ) __VA_ARGS__)
+
+/** Traces a detail of the calling function. */
+#define FCS_DETAIL(format, ...) FCS_DETAIL_AS(__func__, format __VA_OPT__(, ) __VA_ARGS__)

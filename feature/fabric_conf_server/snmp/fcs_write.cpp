@@ -1,0 +1,45 @@
+#include "fcs_write.h"
+
+#include "fcs_trace.h"
+#include "platform/errno_text.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+/** The record that the agent host's log is handed; each failure overwrites it. */
+static SetErrorRecord set_error_record;
+
+static const char *type_name(u_char type) {
+  switch (type) {
+  case ASN_INTEGER: return "ASN_INTEGER";
+  case ASN_UNSIGNED: return "ASN_UNSIGNED";
+  default: return "ASN_OCTET_STR";
+  }
+}
+
+int fcs_check_value(const FcsWriteLimits &limits, const char *handler, u_char type, size_t length) {
+  if (type != limits.type) {
+    fprintf(stderr, "write to %s not %s\n", limits.object, type_name(limits.type));
+    FCS_DETAIL_AS(handler, "%s:%s\n", limits.wrong_type);
+    return SNMP_ERR_WRONGTYPE;
+  }
+  if (length > limits.max_length) {
+    fprintf(stderr, "write to %s: bad length\n", limits.object);
+    FCS_DETAIL_AS(handler, "%s:%s\n", limits.bad_length);
+    return SNMP_ERR_WRONGLENGTH;
+  }
+  return SNMP_ERR_NOERROR;
+}
+
+uint32_t fcs_value_word(const u_char *value, size_t length) {
+  uint32_t word = 0;
+  memcpy(&word, value, std::min(length, sizeof(word)));
+  return word;
+}
+
+void fcs_report_set_error(int32_t code) {
+  set_error_record.code = code;
+  snprintf(set_error_record.text, sizeof(set_error_record.text), "%s", errno_text(code));
+  agent_log_error(&set_error_record);
+}

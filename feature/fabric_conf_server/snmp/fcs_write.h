@@ -1,0 +1,52 @@
+/** What the write handlers share: handing them out, refusing values, and reporting failures. */
+#pragma once
+
+#include "platform/agent_host.h"
+
+#include <cstddef>
+#include <cstdint>
+
+#include <net-snmp/net-snmp-config.h>
+
+#include <net-snmp/net-snmp-includes.h>
+
+#include <net-snmp/agent/net-snmp-agent-includes.h>
+
+/** A writable object and its handler. */
+struct FcsWritable {
+  u_char magic;
+  WriteMethod *write_method;
+};
+
+/** Stores the write handler of a writable object into *write_method; leaves it alone for others. */
+template <size_t Objects>
+void fcs_hand_out_write_method(const FcsWritable (&objects)[Objects], u_char magic,
+                               WriteMethod **write_method) {
+  for (const FcsWritable &object : objects) {
+    if (object.magic == magic) {
+      *write_method = object.write_method;
+    }
+  }
+}
+
+/** What a value must be to pass RESERVE1, and what is said of one that does not. */
+struct FcsWriteLimits {
+  const char *object; ///< The object's name on standard error.
+  u_char type;        ///< ASN_INTEGER, ASN_UNSIGNED or ASN_OCTET_STR.
+  size_t max_length;
+  const char *wrong_type; ///< The handler's traces, without its name.
+  const char *bad_length;
+};
+
+/**
+ * Checks type and length of a value. A refusal is written to standard error and traced under the
+ * handler's name.
+ * \return SNMP_ERR_NOERROR, SNMP_ERR_WRONGTYPE or SNMP_ERR_WRONGLENGTH.
+ */
+int fcs_check_value(const FcsWriteLimits &limits, const char *handler, u_char type, size_t length);
+
+/** The 32-bit word of an INTEGER or Unsigned32 value; what a shorter value lacks is 0. */
+uint32_t fcs_value_word(const u_char *value, size_t length);
+
+/** Reports error `code` of a write to the agent host's log, with its text. */
+void fcs_report_set_error(int32_t code);

@@ -1,0 +1,31 @@
+#include "platform/errno_text.h"
+
+#include "feature/fabric_conf_server/fcs_protocol.h"
+
+namespace {
+
+struct ErrorText {
+  int32_t code;
+  const char *text;
+};
+
+constexpr ErrorText kTexts[] = {
+    {-1, "the exchange with the FCS service failed"},
+    {FCS_OK, "success"},
+    {FCS_ERR_NO_SUCH_RECORD, "the FCS service does not serve this record"},
+    {FCS_ERR_NO_SUCH_ROW, "no such row"},
+    {FCS_ERR_BAD_LENGTH, "the request has a wrong length"},
+    {FCS_ERR_BAD_OPERATION, "the record does not take this operation"},
+    {FCS_ERR_STORE, "the FCS service could not read or write its store"},
+};
+
+} // namespace
+
+const char *errno_text(int32_t code) {
+  for (const ErrorText &entry : kTexts) {
+    if (entry.code == code) {
+      return entry.text;
+    }
+  }
+  return "unknown error code";
+}

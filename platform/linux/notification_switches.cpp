@@ -1,0 +1,84 @@
+#include "notification_switches.h"
+
+#include "feature/fabric_conf_server/fcs_protocol.h"
+#include "platform/agent_host.h"
+
+#include <cstdio>
+#include <string>
+
+#include <net-snmp/net-snmp-config.h>
+
+#include <net-snmp/net-snmp-includes.h>
+
+#include <net-snmp/agent/net-snmp-agent-includes.h>
+
+namespace {
+
+/** A line of the store: the token, the message opcode, and 0 or 1. */
+constexpr char kToken[] = "fcsNotifyEnabled";
+
+struct Switch {
+  uint32_t opcode;
+  int32_t enabled;
+};
+
+/** Off until a manager switches them on. */
+Switch switches[] = {{FCS_MSG_REG_REQ_REJ, 0}, {FCS_MSG_DISC_COMPLETE, 0}};
+
+Switch *switch_of(uint32_t opcode) {
+  for (Switch &candidate : switches) {
+    if (candidate.opcode == opcode) {
+      return &candidate;
+    }
+  }
+  return nullptr;
+}
+
+void read_line(const char * /*token*/, char *arguments) {
+  unsigned int opcode = 0;
+  int enabled = 0;
+  if (sscanf(arguments, "%u %d", &opcode, &enabled) != 2 || switch_of(opcode) == nullptr ||
+      (enabled != 0 && enabled != 1)) {
+    netsnmp_config_error("%s: expected one of the opcodes 1407 and 1408, and 0 or 1", kToken);
+    return;
+  }
+  switch_of(opcode)->enabled = enabled;
+}
+
+int write_lines(int /*major*/, int /*minor*/, void * /*server*/, void * /*client*/) {
+  for (const Switch &entry : switches) {
+    std::string line = std::string(kToken) + " " + std::to_string(entry.opcode) + " " +
+                       std::to_string(entry.enabled);
+    snmpd_store_config(line.data());
+  }
+  return SNMPERR_SUCCESS;
+}
+
+} // namespace
+
+void notification_switches_register() {
+  register_app_config_handler(kToken, read_line, nullptr, nullptr);
+  snmp_register_callback(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_STORE_DATA, write_lines, nullptr);
+}
+
+void notification_switches_unregister() {
+  snmp_unregister_callback(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_STORE_DATA, write_lines, nullptr,
+                           0);
+  unregister_app_config_handler(kToken);
+}
+
+int32_t agent_notif_enable_get(uint32_t opcode) {
+  const Switch *entry = switch_of(opcode);
+  return entry == nullptr ? 0 : entry->enabled;
+}
+
+int32_t agent_notif_enable_set(uint32_t opcode, int32_t enable) {
+  Switch *entry = switch_of(opcode);
+  if (entry == nullptr) {
+    return -1;
+  }
+  entry->enabled = enable;
+  // Now, not when the agent ends: it may not end in order.
+  snmp_store(netsnmp_ds_get_string(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_APPTYPE));
+  return 0;
+}

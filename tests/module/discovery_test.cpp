@@ -1,0 +1,375 @@
+/** The write side of the discovery scalars: refusals, phases, requests, traces. */
+#include "recording_platform.h"
+
+#include "feature/fabric_conf_server/fcs_protocol.h"
+
+#include <gmock/gmock.h>
+
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::IsEmpty;
+
+namespace {
+
+Bytes integer(int32_t value) {
+  return bytes_of(value);
+}
+
+/** The lines of a SET through some phases, without those of the read that precedes it. */
+Lines set_lines(FcsObject object, u_char type, const Bytes &value, const std::vector<int> &phases,
+                int expected_status = SNMP_ERR_NOERROR) {
+  Lines all =
+      lines_of([&] { EXPECT_EQ(write_object(object, type, value, phases), expected_status); });
+  const auto last_read = std::find_if(all.rbegin(), all.rend(), [](const std::string &line) {
+    return line.find("var_zephrinFcsMIB") != std::string::npos ||
+           line.find("get_allowed_vsans") != std::string::npos;
+  });
+  return {last_read.base(), all.end()};
+}
+
+std::vector<int32_t> bits_of(const VsanBitmap &bitmap) {
+  std::vector<int32_t> bits;
+  for (int32_t bit = bitmap_first_bit(&bitmap); bit >= 0; bit = bitmap_next_bit(&bitmap, bit)) {
+    bits.push_back(bit);
+  }
+  return bits;
+}
+
+/** Sets the service up to have these discovery statuses; other VSANs fail. */
+void serve_statuses(const std::map<uint32_t, int32_t> &statuses) {
+  platform.service = [statuses](const Request &request) {
+    if (request.record_id != FCS_REC_DISCOVERY_STATUS) {
+      return Reply{0, {}};
+    }
+    const uint32_t vsan = request.word(0);
+    if (statuses.count(vsan) == 0) {
+      return Reply{FCS_ERR_NO_SUCH_ROW, {}};
+    }
+    return Reply{0, bytes_of(fcs_disc_status_record{vsan, statuses.at(vsan), 0, 0})};
+  };
+}
+
+/** The direct messages among some lines, without what is the same in all of them. */
+Lines messages(const Lines &lines) {
+  Lines result;
+  for (const std::string &line : lines) {
+    if (line.rfind("ipc 14", 0) == 0 && line.find("record") == std::string::npos) {
+      EXPECT_THAT(line, testing::EndsWith(" from user/7 to 20/77/0"));
+      result.push_back(line.substr(4, line.find(" from") - 4));
+    }
+  }
+  return result;
+}
+
+class Discovery : public testing::Test {
+protected:
+  void SetUp() override {
+    start_module();
+    fcs_spin_lock = 0;
+    fcs_discovery_timeout = 900;
+    fcs_start_discovery = 2;
+    memset(fcs_discovery_name, 0, sizeof(fcs_discovery_name));
+  }
+};
+
+TEST_F(Discovery, RefusalsOfTypeAndLength) {
+  const struct {
+    FcsObject object;
+    const char *handler;
+    const char *on_stderr;
+    u_char type;
+    size_t longest;
+    const char *wrong_type;
+    const char *bad_length;
+  } cases[] = {
+      {fcsVsanDiscoverySpinLock, "write_fcsVsanDiscoverySpinLock", "fcsVsanDiscoverySpinLock",
+       ASN_INTEGER, 4, "return wrng type ", "return wrong len"},
+      {fcsVsanDiscoveryName, "write_fcsVsanDiscoveryName", "fcsVsanDiscoveryName", ASN_OCTET_STR,
+       32, "return wrong type", "return wrong len"},
+      {fcsVsanDiscoveryList2k, "write_fcsVsanDiscoveryList2k", "fcsVsanDiscoveryBitMap1",
+       ASN_OCTET_STR, 256, "return wrong type", "return wrong len"},
+      {fcsVsanDiscoveryList4k, "write_fcsVsanDiscoveryList4k", "fcsVsanDiscoveryBitMap2",
+       ASN_OCTET_STR, 256, "wrong type", "bad length"},
+      {fcsVsanDiscoveryTimeOut, "write_fcsVsanDiscoveryTimeOut", "fcsVsanDiscoveryTimeOut",
+       ASN_UNSIGNED, 4, "wrong type", "wrong length"},
+      {fcsStartDiscovery, "write_fcsStartDiscovery", "fcsStartDiscovery", ASN_INTEGER, 4,
+       "wrong type", "bad length"},
+      {fcsDiscoveryInvalidateCache2k, "write_fcsDiscoveryInvalidateCache2k",
+       "fcsDiscoveryInvalidateCache2k", ASN_OCTET_STR, 256, "wrong type", "bad length"},
+      {fcsDiscoveryInvalidateCache4k, "write_fcsDiscoveryInvalidateCache4k",
+       "fcsDiscoveryInvalidateCache4k", ASN_OCTET_STR, 256, "wrong type", "bad length"},
+      {fcsReqRejNotifyEnable, "write_fcsReqRejNotifyEnable", "fcsReqRejNotifyEnable", ASN_INTEGER,
+       4, "wr type", "bad len"},
+      {fcsDiscoveryCompleteNotifyEnable, "write_fcsDiscoveryCompleteNotifyEnable",
+       "fcsDiscoveryCompleteNotifyEnable", ASN_INTEGER, 4, "wrong type", "wrong len"},
+  };
+  const std::map<u_char, std::string> type_names = {{ASN_INTEGER, "ASN_INTEGER"},
+                                                    {ASN_OCTET_STR, "ASN_OCTET_STR"},
+                                                    {ASN_UNSIGNED, "ASN_UNSIGNED"}};
+  for (const auto &c : cases) {
+    SCOPED_TRACE(c.handler);
+    const std::string handler = std::string("101 ") + c.handler;
+    const std::string entry =
+        handler + (c.object == fcsVsanDiscoverySpinLock ? ":entering\n" : ":enter rev1\n");
+    const std::string object = std::string("stderr write to ") + c.on_stderr;
+    for (const u_char type : std::initializer_list<u_char>{ASN_INTEGER, ASN_OCTET_STR, ASN_UNSIGNED,
+                                                           ASN_OBJECT_ID, ASN_NULL}) {
+      if (type != c.type) {
+        EXPECT_THAT(set_lines(c.object, type, Bytes(600, 1), {kReserve1}, SNMP_ERR_WRONGTYPE),
+                    ElementsAre(entry, object + " not " + type_names.at(c.type) + "\n",
+                                handler + ":" + c.wrong_type + "\n"));
+      }
+    }
+    for (const size_t length : {c.longest + 1, size_t{600}}) {
+      EXPECT_THAT(
+          set_lines(c.object, c.type, Bytes(length, 1), {kReserve1}, SNMP_ERR_WRONGLENGTH),
+          ElementsAre(entry, object + ": bad length\n", handler + ":" + c.bad_length + "\n"));
+    }
+  }
+}
+
+TEST_F(Discovery, RefusalsOfValues) {
+  const struct {
+    FcsObject object;
+    u_char type;
+    int32_t value;
+    const char *trace;
+  } cases[] = {
+      {fcsVsanDiscoveryTimeOut, ASN_UNSIGNED, 299, "write_fcsVsanDiscoveryTimeOut:bad value"},
+      {fcsVsanDiscoveryTimeOut, ASN_UNSIGNED, 1801, "write_fcsVsanDiscoveryTimeOut:bad value"},
+      {fcsVsanDiscoveryTimeOut, ASN_UNSIGNED, -1, "write_fcsVsanDiscoveryTimeOut:bad value"},
+      {fcsStartDiscovery, ASN_INTEGER, 0, "write_fcsStartDiscovery: bad value"},
+      {fcsStartDiscovery, ASN_INTEGER, 3, "write_fcsStartDiscovery: bad value"},
+      {fcsReqRejNotifyEnable, ASN_INTEGER, 0, "write_fcsReqRejNotifyEnable:bad val"},
+      {fcsReqRejNotifyEnable, ASN_INTEGER, INT32_MIN, "write_fcsReqRejNotifyEnable:bad val"},
+      {fcsDiscoveryCompleteNotifyEnable, ASN_INTEGER, 3,
+       "write_fcsDiscoveryCompleteNotifyEnable:bad val"},
+  };
+  for (const auto &c : cases) {
+    const Lines lines = set_lines(c.object, c.type, integer(c.value),
+                                  {kReserve1, kReserve2, kAction}, SNMP_ERR_BADVALUE);
+    EXPECT_EQ(lines.size(), 2U);
+    EXPECT_EQ(lines.back(), std::string("101 ") + c.trace + "\n");
+  }
+  EXPECT_EQ(fcs_discovery_timeout, 900);
+}
+
+TEST_F(Discovery, SpinLockTakesItsCurrentValueOnly) {
+  EXPECT_THAT(set_lines(fcsVsanDiscoverySpinLock, ASN_INTEGER, integer(0), {kReserve1, kReserve2}),
+              ElementsAre("101 write_fcsVsanDiscoverySpinLock:entering\n",
+                          "101 write_fcsVsanDiscoverySpinLock:entering\n",
+                          "stderr In set of spin lock....\n",
+                          "101 write_fcsVsanDiscoverySpinLock:entring rev2\n",
+                          "101 write_fcsVsanDiscoverySpinLock:exit rev2 \n"));
+  EXPECT_EQ(fcs_spin_lock, 1);
+  EXPECT_THAT(set_lines(fcsVsanDiscoverySpinLock, ASN_INTEGER, integer(0), {kReserve2},
+                        SNMP_ERR_INCONSISTENTVALUE),
+              ElementsAre("101 write_fcsVsanDiscoverySpinLock:entering\n",
+                          "stderr In set of spin lock....\n",
+                          "101 write_fcsVsanDiscoverySpinLock:entring rev2\n",
+                          "stderr Returning inconsistent val error\n",
+                          "101 write_fcsVsanDiscoverySpinLock:return inconsis\n"));
+  EXPECT_EQ(fcs_spin_lock, 1);
+  fcs_spin_lock = INT32_MAX;
+  EXPECT_EQ(write_object(fcsVsanDiscoverySpinLock, ASN_INTEGER, integer(INT32_MAX)), 0);
+  EXPECT_EQ(fcs_spin_lock, 0);
+  // What kReserve2 has moved stays moved when another variable of the SET fails.
+  write_object(fcsVsanDiscoverySpinLock, ASN_INTEGER, integer(0), {kReserve1, kReserve2, kFree});
+  EXPECT_EQ(fcs_spin_lock, 1);
+}
+
+TEST_F(Discovery, NameIsStagedAndThenTaken) {
+  const std::string name(32, 'n');
+  EXPECT_THAT(set_lines(fcsVsanDiscoveryName, ASN_OCTET_STR, Bytes(name.begin(), name.end()),
+                        {kReserve1, kReserve2}),
+              ElementsAre("101 write_fcsVsanDiscoveryName:enter rev1\n",
+                          "101 write_fcsVsanDiscoveryName:exit rev1\n",
+                          "stderr In set of discovery name...\n",
+                          "101 write_fcsVsanDiscoveryName:enter rev2\n",
+                          "stderr Len of discovery name 32\n",
+                          "101 write_fcsVsanDiscoveryName:Len of discovery name 32\n",
+                          "101 write_fcsVsanDiscoveryName:exit rev2\n"));
+  EXPECT_STREQ(fcs_discovery_name, "");
+  EXPECT_EQ(write_object(fcsVsanDiscoveryName, ASN_OCTET_STR, Bytes(name.begin(), name.end())), 0);
+  EXPECT_EQ(fcs_discovery_name, name);
+  EXPECT_EQ(write_object(fcsVsanDiscoveryName, ASN_OCTET_STR, {'a', 0, 'b', 'c'}), 0);
+  EXPECT_EQ(read_object(fcsVsanDiscoveryName, {0}, true).value, Bytes{'a'});
+  EXPECT_EQ(write_object(fcsVsanDiscoveryName, ASN_OCTET_STR, {}), 0);
+  EXPECT_STREQ(fcs_discovery_name, "");
+}
+
+TEST_F(Discovery, ListsReachTheirVsansAndRoles) {
+  Bytes ends(256, 0);
+  ends.front() = 0x80;
+  ends.back() = 0x01;
+  EXPECT_THAT(
+      set_lines(fcsVsanDiscoveryList2k, ASN_OCTET_STR, ends, {kReserve1, kReserve2, kAction}),
+      ElementsAre("101 write_fcsVsanDiscoveryList2k:enter rev1\n",
+                  "role bitmap 163 .1.3.6.1.4.1.32473.1.1.1.1.3.0 bytes 512: 1 2048",
+                  "101 write_fcsVsanDiscoveryList2k:exit rev1\n", "100 Clearing vsan 2k bmap\n",
+                  "100 Calling reset 2k bmap\n", "101 fcs_reset_disc_bitmap2k:enter\n",
+                  "101 fcs_reset_disc_bitmap2k:exit\n"));
+  EXPECT_THAT(bits_of(fcs_vsan_2k), ElementsAre(0, 2047));
+  // VSAN 4096 has no bit in the role service's numbering.
+  EXPECT_THAT(
+      set_lines(fcsVsanDiscoveryList4k, ASN_OCTET_STR, ends, {kReserve1, kReserve2, kAction}),
+      ElementsAre("101 write_fcsVsanDiscoveryList4k:enter rev1\n",
+                  "role bitmap 163 .1.3.6.1.4.1.32473.1.1.1.1.4.0 bytes 512: 2049",
+                  "101 write_fcsVsanDiscoveryList4k:exit rev1\n",
+                  "101 fcs_reset_disc_bitmap4k:enter\n", "101 fcs_reset_disc_bitmap4k:exit\n"));
+  EXPECT_THAT(bits_of(fcs_vsan_4k), ElementsAre(0, 2047));
+  for (const size_t length : {size_t{0}, size_t{1}, size_t{10}, size_t{255}}) {
+    EXPECT_EQ(write_object(fcsVsanDiscoveryList2k, ASN_OCTET_STR, Bytes(length, 0xFF)), 0);
+    EXPECT_EQ(bits_of(fcs_vsan_2k).size(), length * 8);
+  }
+}
+
+TEST_F(Discovery, RefusedListsChangeNothing) {
+  const struct {
+    FcsObject object;
+    VsanBitmap *list;
+    const char *trace;
+  } cases[] = {
+      {fcsVsanDiscoveryList2k, &fcs_vsan_2k, "write_fcsVsanDiscoveryList2k:return non writable"},
+      {fcsVsanDiscoveryList4k, &fcs_vsan_4k, "write_fcsVsanDiscoveryList4k:non writable"},
+      {fcsDiscoveryInvalidateCache2k, &fcs_invalidate_cache_2k,
+       "write_fcsDiscoveryInvalidateCache2k:non writable"},
+      {fcsDiscoveryInvalidateCache4k, &fcs_invalidate_cache_4k,
+       "write_fcsDiscoveryInvalidateCache4k:not writable"},
+  };
+  platform.role_refuses_writes = true;
+  for (const auto &c : cases) {
+    bitmap_set_bit(c.list, 99);
+    const Lines lines = set_lines(c.object, ASN_OCTET_STR, {0xFF}, {kReserve1, kReserve2, kAction},
+                                  SNMP_ERR_NOTWRITABLE);
+    EXPECT_EQ(lines.size(), 4U);
+    EXPECT_EQ(lines[2], "log set error 4049002c 584");
+    EXPECT_EQ(lines[3], std::string("101 ") + c.trace + "\n");
+    EXPECT_THAT(bits_of(*c.list), ElementsAre(99));
+  }
+}
+
+TEST_F(Discovery, WritingAListDropsLocalOnlyVsansUntilTheServiceFails) {
+  for (const int bit : {0, 1, 2, 3}) {
+    bitmap_set_bit(&fcs_vsan_total_2k, bit);
+    bitmap_set_bit(&fcs_vsan_total_4k, bit);
+  }
+  serve_statuses({{1, 3}, {2, 2}, {4, 3}, {2049, 3}, {2050, 1}, {2051, 3}, {2052, 3}});
+  const Lines lines = set_lines(fcsVsanDiscoveryList2k, ASN_OCTET_STR, {}, {kAction});
+  EXPECT_THAT(bits_of(fcs_vsan_total_2k), ElementsAre(1, 2, 3))
+      << "VSAN 3 failed, 4 is not reached";
+  EXPECT_THAT(lines, testing::Not(testing::Contains("101 fcs_reset_disc_bitmap2k:exit\n")));
+  EXPECT_EQ(write_object(fcsVsanDiscoveryList4k, ASN_OCTET_STR, {}), 0);
+  EXPECT_THAT(bits_of(fcs_vsan_total_4k), ElementsAre(1));
+}
+
+TEST_F(Discovery, TimeOutIsKeptAndSent) {
+  for (const int32_t seconds : {300, 1800}) {
+    EXPECT_THAT(messages(set_lines(fcsVsanDiscoveryTimeOut, ASN_UNSIGNED, integer(seconds),
+                                   {kReserve1, kReserve2, kAction, kCommit}, SNMP_ERR_GENERR)),
+                ElementsAre("1410/3 " + std::to_string(seconds)));
+    EXPECT_EQ(fcs_discovery_timeout, seconds) << "also when the service refuses it";
+  }
+  platform.service = [](const Request &) { return Reply{0, {}}; };
+  EXPECT_EQ(write_object(fcsVsanDiscoveryTimeOut, ASN_UNSIGNED, integer(600)), 0);
+  EXPECT_EQ(read_object(fcsVsanDiscoveryTimeOut, {0}, true).word(), 600);
+}
+
+TEST_F(Discovery, StartSendsOneRequestForEachNewVsan) {
+  for (const int bit : {0, 4, 2047}) {
+    bitmap_set_bit(&fcs_vsan_2k, bit);
+    bitmap_set_bit(&fcs_vsan_4k, bit);
+  }
+  bitmap_set_bit(&fcs_vsan_total_2k, 4);
+  platform.service = [](const Request &request) {
+    const uint32_t vsan = request.word(0);
+    return Reply{vsan == 2048 || vsan == 2053 ? 6 : 0, {}};
+  };
+  const std::vector<int> phases = {kReserve1, kReserve2, kAction, kCommit};
+  const Lines lines = set_lines(fcsStartDiscovery, ASN_INTEGER, integer(1), phases);
+  EXPECT_THAT(messages(lines), ElementsAre("1405/0 1 0", "1405/0 2048 0", "1405/0 2049 0",
+                                           "1405/0 2053 0", "1405/0 4096 0"));
+  Lines others;
+  for (const std::string &line : lines) {
+    if (line.rfind("ipc", 0) != 0) {
+      others.push_back(line);
+    }
+  }
+  const std::string done = "stderr Returning no error.....\n";
+  EXPECT_THAT(others, ElementsAre("101 write_fcsStartDiscovery:enter rev1\n",
+                                  "101 write_fcsStartDiscovery:exit rev1\n", done, done, done,
+                                  "100 Discovery on VSAN 2048 fails with err 6\n",
+                                  "100 Discovery on VSAN 2053 fails\n",
+                                  "100 Discovery started successfully\n", done));
+  EXPECT_THAT(bits_of(fcs_vsan_total_2k), ElementsAre(0, 4, 2047));
+  EXPECT_THAT(bits_of(fcs_vsan_total_4k), ElementsAre(0, 4, 2047));
+  EXPECT_THAT(bits_of(fcs_vsan_2k), IsEmpty());
+  EXPECT_THAT(bits_of(fcs_vsan_4k), IsEmpty());
+  EXPECT_THAT(set_lines(fcsStartDiscovery, ASN_INTEGER, integer(1), {kCommit}),
+              ElementsAre("100 Discovery started successfully\n", done));
+}
+
+TEST_F(Discovery, StartOfNothingTouchesNothing) {
+  bitmap_set_bit(&fcs_vsan_2k, 7);
+  const std::string done = "stderr Returning no error.....\n";
+  EXPECT_THAT(set_lines(fcsStartDiscovery, ASN_INTEGER, integer(2),
+                        {kReserve1, kReserve2, kAction, kCommit, kFree, kUndo}),
+              ElementsAre("101 write_fcsStartDiscovery:enter rev1\n",
+                          "101 write_fcsStartDiscovery:exit rev1\n", done, done, done, done, done));
+  EXPECT_THAT(bits_of(fcs_vsan_2k), ElementsAre(7));
+}
+
+TEST_F(Discovery, InvalidationAsksFirstAndSkipsWhatFails) {
+  const struct {
+    FcsObject object;
+    uint32_t first;
+    VsanBitmap *list;
+  } halves[] = {{fcsDiscoveryInvalidateCache2k, 1, &fcs_invalidate_cache_2k},
+                {fcsDiscoveryInvalidateCache4k, 2049, &fcs_invalidate_cache_4k}};
+  for (const auto &half : halves) {
+    const uint32_t v = half.first;
+    serve_statuses({{v, 2}, {v + 1, 1}, {v + 3, 3}});
+    const Lines lines =
+        set_lines(half.object, ASN_OCTET_STR, {0xF0}, {kReserve1, kReserve2, kAction});
+    EXPECT_THAT(messages(lines),
+                ElementsAre("1412/3 " + std::to_string(v), "1412/3 " + std::to_string(v + 3)));
+    Lines events;
+    std::copy_if(lines.begin(), lines.end(), std::back_inserter(events),
+                 [](const std::string &line) { return line.rfind("100 ", 0) == 0; });
+    EXPECT_THAT(events,
+                ElementsAre("100 Invalidate cache on VSAN " + std::to_string(v + 1) + " fails\n",
+                            "100 Invalidate cache on VSAN " + std::to_string(v + 2) + " fails\n"));
+    EXPECT_THAT(bits_of(*half.list), ElementsAre(0, 1, 2, 3));
+    EXPECT_THAT(messages(set_lines(half.object, ASN_OCTET_STR, {}, {kReserve1, kAction})),
+                IsEmpty());
+    EXPECT_THAT(bits_of(*half.list), IsEmpty());
+  }
+}
+
+TEST_F(Discovery, NotificationSwitches) {
+  const struct {
+    FcsObject object;
+    std::string handler;
+    std::string opcode;
+    const char *failed;
+  } cases[] = {{fcsReqRejNotifyEnable, "101 write_fcsReqRejNotifyEnable:", "1407", "gen error"},
+               {fcsDiscoveryCompleteNotifyEnable,
+                "101 write_fcsDiscoveryCompleteNotifyEnable:", "1408", "gen err"}};
+  for (const auto &c : cases) {
+    for (const auto &[value, flag] : {std::pair(1, "1"), {2, "0"}}) {
+      platform.enable_result = 0;
+      EXPECT_THAT(set_lines(c.object, ASN_INTEGER, integer(value),
+                            {kReserve1, kReserve2, kAction, kCommit, kFree, kUndo}),
+                  ElementsAre(c.handler + "enter rev1\n", c.handler + "exit rev1\n",
+                              c.handler + "enter action\n",
+                              "notif enable set " + c.opcode + " " + flag,
+                              c.handler + "exit action\n"));
+    }
+    platform.enable_result = 77;
+    EXPECT_THAT(set_lines(c.object, ASN_INTEGER, integer(1), {kAction}, SNMP_ERR_GENERR),
+                ElementsAre(c.handler + "enter action\n", "notif enable set " + c.opcode + " 1",
+                            "log error 77 'text of 77'", c.handler + c.failed + "\n"));
+  }
+}
+
+} // namespace
