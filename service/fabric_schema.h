@@ -9,7 +9,7 @@ namespace fcs {
 /** Tells a store of this service from other databases: "FCSf". */
 constexpr int kApplicationId = 0x46435366;
 /** Changes with every change of the tables. */
-constexpr int kSchemaVersion = 2;
+constexpr int kSchemaVersion = 3;
 
 /**
  * The counts in `vsan` are kept by whoever adds or removes rows, because counting a large fabric
@@ -124,6 +124,17 @@ CREATE TABLE mgmt_addr (
   configured INTEGER NOT NULL,
   PRIMARY KEY (list, address_index)
 ) STRICT, WITHOUT ROWID;
+)";
+
+/** What the service itself is told to do; a new fabric leaves it as it is. Came with version 3. */
+constexpr char kSettingsSchema[] = R"(
+CREATE TABLE settings (
+  id INTEGER PRIMARY KEY CHECK (id = 1),
+  discovery_timeout INTEGER NOT NULL,
+  reject_notifications INTEGER NOT NULL,
+  complete_notifications INTEGER NOT NULL
+) STRICT;
+INSERT INTO settings VALUES (1, 900, 1, 1);
 )";
 
 } // namespace fcs

@@ -25,34 +25,35 @@ void create_file(const std::string &path) {
   }
 }
 
+/** Makes the tables of a new store, or those that a store of version 2 does not have yet. */
 void create_tables(Database &database) {
-  database.execute("BEGIN IMMEDIATE");
-  try {
-    // Another program may have been quicker.
-    if (single(database, "PRAGMA user_version") == 0) {
-      if (single(database, "SELECT count(*) FROM sqlite_schema") != 0) {
-        throw std::runtime_error("it is a database of another program");
-      }
-      database.execute(kSchema);
-      database.execute(("PRAGMA application_id = " + std::to_string(kApplicationId)).c_str());
-      database.execute(("PRAGMA user_version = " + std::to_string(kSchemaVersion)).c_str());
+  WriteTransaction transaction(database);
+  // Another program may have been quicker.
+  const int64_t version = single(database, "PRAGMA user_version");
+  if (version == 0) {
+    if (single(database, "SELECT count(*) FROM sqlite_schema") != 0) {
+      throw std::runtime_error("it is a database of another program");
     }
-    database.execute("COMMIT");
-  } catch (...) {
-    sqlite3_exec(database.handle(), "ROLLBACK", nullptr, nullptr, nullptr);
-    throw;
+    database.execute(kSchema);
+    database.execute(("PRAGMA application_id = " + std::to_string(kApplicationId)).c_str());
   }
+  if (version != kSchemaVersion) {
+    database.execute(kSettingsSchema);
+    database.execute(("PRAGMA user_version = " + std::to_string(kSchemaVersion)).c_str());
+  }
+  transaction.commit();
 }
 
 void prepare_database(Database &database, std::chrono::milliseconds busy_wait) {
   sqlite3_busy_timeout(database.handle(), static_cast<int>(busy_wait.count()));
-  if (single(database, "PRAGMA user_version") == 0) {
-    create_tables(database);
-  }
-  if (single(database, "PRAGMA application_id") != kApplicationId) {
+  int64_t version = single(database, "PRAGMA user_version");
+  if (version != 0 && single(database, "PRAGMA application_id") != kApplicationId) {
     throw std::runtime_error("it is a database of another program");
   }
-  const int64_t version = single(database, "PRAGMA user_version");
+  if (version == 0 || version == 2) {
+    create_tables(database);
+    version = single(database, "PRAGMA user_version");
+  }
   if (version != kSchemaVersion) {
     throw std::runtime_error("it has the schema version " + std::to_string(version) +
                              ", this program knows version " + std::to_string(kSchemaVersion));
@@ -88,6 +89,7 @@ FabricStore::FabricStore(const std::string &path, std::chrono::milliseconds busy
     : path_(path), database_(open_database(path, busy_wait)) {
   statements_.emplace(database_);
   rows_.emplace(database_);
+  settings_.emplace(database_);
 }
 
 bool FabricStore::holds_fabric() {

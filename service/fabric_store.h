@@ -6,6 +6,7 @@
 
 #include "service/fabric.h"
 #include "service/fabric_rows.h"
+#include "service/service_settings.h"
 #include "service/sqlite.h"
 
 #include <chrono>
@@ -32,6 +33,14 @@ public:
   /** The rows that requests ask for. */
   FabricRows &rows() { return *rows_; }
 
+  /** What the service is told to do, independent of the fabric. */
+  ServiceSettings &settings() { return *settings_; }
+  /** Whether the notification is wanted, as 1 or 0. */
+  uint32_t wants_reject_notifications() { return settings_->get(Setting::kRejectNotifications); }
+  uint32_t wants_complete_notifications() {
+    return settings_->get(Setting::kCompleteNotifications);
+  }
+
   /** Rejected requests of all VSANs, modulo 2^32. */
   uint32_t total_rejects();
   /** Rows that the discovery status of their VSAN lets be seen. */
@@ -55,6 +64,7 @@ private:
   Database database_;
   std::optional<Statements> statements_;
   std::optional<FabricRows> rows_;
+  std::optional<ServiceSettings> settings_;
 };
 
 } // namespace fcs

@@ -19,28 +19,16 @@ bool is_duplicate(const SqliteError &error) {
 
 } // namespace
 
-FabricWriter::Transaction::Transaction(Database &db) : database(db) {
-  database.execute("BEGIN IMMEDIATE");
-  try {
-    database.execute("DELETE FROM fabric; DELETE FROM vsan; DELETE FROM element; DELETE FROM port;"
-                     "DELETE FROM attached_name; DELETE FROM platform;"
-                     "DELETE FROM node_name_list; DELETE FROM node_name;"
-                     "DELETE FROM mgmt_addr_list; DELETE FROM mgmt_addr;"
-                     "INSERT INTO fabric VALUES (1, x'')");
-  } catch (...) {
-    sqlite3_exec(database.handle(), "ROLLBACK", nullptr, nullptr, nullptr);
-    throw;
-  }
-}
-
-FabricWriter::Transaction::~Transaction() {
-  if (open) {
-    sqlite3_exec(database.handle(), "ROLLBACK", nullptr, nullptr, nullptr);
-  }
+FabricWriter::Replacement::Replacement(Database &database) : transaction(database) {
+  database.execute("DELETE FROM fabric; DELETE FROM vsan; DELETE FROM element; DELETE FROM port;"
+                   "DELETE FROM attached_name; DELETE FROM platform;"
+                   "DELETE FROM node_name_list; DELETE FROM node_name;"
+                   "DELETE FROM mgmt_addr_list; DELETE FROM mgmt_addr;"
+                   "INSERT INTO fabric VALUES (1, x'')");
 }
 
 FabricWriter::FabricWriter(FabricStore &store)
-    : transaction_(store.database()), fabric_(store.database(), "UPDATE fabric SET comment = ?1"),
+    : replacement_(store.database()), fabric_(store.database(), "UPDATE fabric SET comment = ?1"),
       vsan_(store.database(), "INSERT INTO vsan (id, status, completed_seconds,"
                               " completed_microseconds, takes_seconds, rx_get_reqs, tx_get_reqs,"
                               " rx_reg_reqs, rx_dereg_reqs, tx_reg_reqs, tx_dereg_reqs, rx_rscns,"
@@ -138,8 +126,7 @@ void FabricWriter::count_rows(uint32_t vsan) {
 }
 
 void FabricWriter::commit() {
-  transaction_.database.execute("COMMIT");
-  transaction_.open = false;
+  replacement_.transaction.commit();
 }
 
 } // namespace fcs

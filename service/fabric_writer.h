@@ -56,16 +56,13 @@ public:
 private:
   template <typename... Values> void insert(Statement &statement, const Values &...values);
 
-  struct Transaction {
-    explicit Transaction(Database &database);
-    Transaction(const Transaction &) = delete;
-    Transaction &operator=(const Transaction &) = delete;
-    ~Transaction();
-    Database &database;
-    bool open = true;
+  /** Begins by removing the whole fabric. */
+  struct Replacement {
+    explicit Replacement(Database &database);
+    WriteTransaction transaction;
   };
 
-  Transaction transaction_;
+  Replacement replacement_;
   Statement fabric_, vsan_, element_, port_, attached_name_, platform_;
   Statement node_name_list_, node_name_, mgmt_addr_list_, mgmt_addr_, count_;
 };

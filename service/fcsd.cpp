@@ -2,10 +2,12 @@
  * fcsd: the FCS service. Owns the fabric and answers the SNMP module's requests.
  */
 #include "service/defaults.h"
+#include "service/discovery.h"
 #include "service/fabric_json.h"
 #include "service/fabric_store.h"
 #include "service/listener.h"
 #include "service/log.h"
+#include "service/notification_queue.h"
 #include "service/server.h"
 
 #include <CLI/CLI.hpp>
@@ -31,6 +33,9 @@ struct Options {
   std::string store = fcs::kDefaultStore;
   std::string group;
   std::string fabric;
+  double time_scale = 1;
+  std::optional<bool> wants_rejects;
+  std::optional<bool> wants_completions;
 };
 
 /** The service was told to stop before it was ready. */
@@ -81,15 +86,26 @@ void import_initial_fabric(fcs::FabricStore &store, const std::string &path, int
   fcs::log_line("imported %s", path.c_str());
 }
 
+void set_wanted(fcs::FabricStore &store, fcs::Setting setting, std::optional<bool> wanted) {
+  if (wanted) {
+    store.settings().set(setting, *wanted ? 1 : 0);
+  }
+}
+
 void serve(const Options &options) {
   umask(S_IRWXG | S_IRWXO);
   const std::optional<gid_t> group = group_id(options.group);
   const fcs::Fd stop = catch_stop_signals();
   fcs::Listener listener(options.socket, group);
   fcs::FabricStore store(options.store, kBusyWait);
+  set_wanted(store, fcs::Setting::kRejectNotifications, options.wants_rejects);
+  set_wanted(store, fcs::Setting::kCompleteNotifications, options.wants_completions);
+  fcs::NotificationQueue notifications;
+  // Before the import: what that brings in progress is no leftover.
+  fcs::Discovery discovery(store, notifications, options.time_scale);
   import_initial_fabric(store, options.fabric, stop.get());
   const fcs::FabricTotals totals = store.totals();
-  fcs::Server server(listener, store, {geteuid(), group});
+  fcs::Server server({listener, store, discovery, notifications}, {geteuid(), group});
   fcs::log_line("ready: socket %s, store %s with %u VSANs, %u elements, %u ports, %u platforms",
                 listener.path().c_str(), store.path().c_str(), totals.vsans, totals.elements,
                 totals.ports, totals.platforms);
@@ -106,6 +122,13 @@ int run(int argc, char **argv) {
   app.add_option("--group", options.group, "Group whose members may connect, besides root");
   app.add_option("--fabric", options.fabric,
                  "Fabric description (JSON) to import if the store holds no fabric yet");
+  app.add_option("--time-scale", options.time_scale,
+                 "Discoveries and their time-out run so many times faster")
+      ->check(CLI::Range(1.0, 1e6));
+  app.add_option("--reject-notifications", options.wants_rejects,
+                 "Whether notifications of rejects are wanted from now on (0 or 1)");
+  app.add_option("--complete-notifications", options.wants_completions,
+                 "Whether notifications of completed discoveries are wanted from now on (0 or 1)");
   app.set_version_flag("--version", "fcsd " FCS_VERSION);
   try {
     app.parse(argc, argv);

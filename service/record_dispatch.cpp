@@ -91,6 +91,8 @@ constexpr ServedRecord kServed[] = {
     {FCS_REC_IE_COUNT, kGet, 0, answer_word<&FabricStore::visible_elements>},
     {FCS_REC_PORT_COUNT, kGet, 0, answer_word<&FabricStore::visible_ports>},
     {FCS_REC_PLATFORM_COUNT, kGet, 0, answer_word<&FabricStore::platforms>},
+    {FCS_REC_REJECT_TRAP, kGet, 0, answer_word<&FabricStore::wants_reject_notifications>},
+    {FCS_REC_COMPLETE_TRAP, kGet, 0, answer_word<&FabricStore::wants_complete_notifications>},
 };
 
 Answer run(const ServedRecord &record, FabricStore &store, uint32_t operation, Octets request,

@@ -2,6 +2,7 @@
 
 #include "service/fcs_control.h"
 #include "service/log.h"
+#include "service/message_dispatch.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -31,8 +32,9 @@ const char *purpose_name(uint32_t purpose) {
 
 } // namespace
 
-Server::Server(Listener &listener, FabricStore &store, PeerPolicy policy)
-    : listener_(listener), store_(store), policy_(policy), started_(Clock::now()),
+Server::Server(const Parts &parts, PeerPolicy policy)
+    : listener_(parts.listener), store_(parts.store), discovery_(parts.discovery),
+      notifications_(parts.notifications), policy_(policy), started_(Clock::now()),
       accept_again_(started_) {}
 
 void Server::run(int stop_fd) {
@@ -42,7 +44,8 @@ void Server::run(int stop_fd) {
     const bool accepting = Clock::now() >= accept_again_;
     polled_.push_back({accepting ? listener_.fd() : -1, POLLIN, 0});
     for (const Client &client : clients_) {
-      polled_.push_back({client.fd.get(), POLLIN, 0});
+      const int events = client.outbox.empty() ? POLLIN : POLLIN | POLLOUT;
+      polled_.push_back({client.fd.get(), static_cast<short>(events), 0});
     }
     if (poll(polled_.data(), polled_.size(), poll_timeout()) < 0) {
       if (errno == EINTR) {
@@ -59,6 +62,8 @@ void Server::run(int stop_fd) {
       }
     }
     drop_silent_clients();
+    discovery_.run_due();
+    distribute_notifications();
     std::erase_if(clients_, [](const Client &client) { return client.gone; });
     if (polled_[1].revents != 0) {
       accept_clients();
@@ -66,17 +71,17 @@ void Server::run(int stop_fd) {
   }
 }
 
-/** Until the first client's time to greet is over; milliseconds, -1 for ever. */
+/** Until a client's time to greet is over or discovery has something to do; milliseconds. */
 int Server::poll_timeout() const {
   const Clock::time_point now = Clock::now();
-  Clock::time_point wake = now < accept_again_ ? accept_again_ : Clock::time_point::max();
+  Clock::time_point wake = discovery_.next_due();
+  if (now < accept_again_) {
+    wake = std::min(wake, accept_again_);
+  }
   for (const Client &client : clients_) {
     if (client.purpose == 0) {
       wake = std::min(wake, client.greet_by);
     }
-  }
-  if (wake == Clock::time_point::max()) {
-    return -1;
   }
   const auto wait = std::chrono::ceil<std::chrono::milliseconds>(wake - now);
   return static_cast<int>(std::max(wait.count(), std::chrono::milliseconds::rep{0}));
@@ -203,15 +208,17 @@ Answer Server::answer(const Client &client, Octets payload) {
   if (client.purpose == ipc_wire::kControl) {
     return answer_control(payload);
   }
-  if (request_.header.opcode != FCS_MSG_REQUEST) {
-    return {FCS_ERR_NO_SUCH_RECORD, 0};
+  if (request_.header.opcode == FCS_MSG_REQUEST) {
+    return answer_request(store_, request_.header.flag, payload, reply_.payload);
   }
-  return answer_request(store_, request_.header.flag, payload, reply_.payload);
+  return answer_message(kAgentMessages, {store_, discovery_}, request_.header, payload,
+                        reply_.payload);
 }
 
 Answer Server::answer_control(Octets payload) {
   if (request_.header.opcode != FCS_CTL_STATUS) {
-    return {FCS_ERR_NO_SUCH_RECORD, 0};
+    return answer_message(kControlMessages, {store_, discovery_}, request_.header, payload,
+                          reply_.payload);
   }
   if (!payload.empty()) {
     return {FCS_ERR_BAD_LENGTH, 0};
@@ -251,10 +258,56 @@ std::string Server::status_text() {
   return text;
 }
 
+bool Server::has_notification_client() const {
+  return std::ranges::any_of(clients_, [](const Client &client) {
+    return client.purpose == ipc_wire::kNotification && !client.gone;
+  });
+}
+
+void Server::distribute_notifications() {
+  for (Client &client : clients_) {
+    send_notifications(client);
+  }
+  while (!notifications_.empty() && has_notification_client()) {
+    const Notification notification = notifications_.front();
+    notifications_.pop();
+    for (Client &client : clients_) {
+      if (client.purpose == ipc_wire::kNotification && !client.gone) {
+        client.outbox.push(notification);
+      }
+    }
+    for (Client &client : clients_) {
+      send_notifications(client);
+    }
+  }
+}
+
+void Server::send_notifications(Client &client) {
+  while (!client.outbox.empty() && !client.gone) {
+    const Notification &next = client.outbox.front();
+    ipc_wire::Frame frame{};
+    frame.header.opcode = next.opcode;
+    std::ranges::copy(next.payload, frame.payload);
+    if (!send_message(client, &frame, sizeof(frame.header) + next.payload.size())) {
+      if (errno == EAGAIN && client.outbox.full()) {
+        drop(client, "does not read its notifications");
+      } else if (errno != EAGAIN && errno != EINTR) {
+        drop(client, std::strerror(errno));
+      }
+      return;
+    }
+    client.outbox.pop();
+  }
+}
+
 void Server::drop(Client &client, const char *reason) {
   log_line("%s connection of pid %d, uid %u ends: %s", purpose_name(client.purpose),
            client.peer.pid, client.peer.uid, reason);
   client.gone = true;
+  // Others have had the same; the last one leaves what it did not take to the next.
+  if (!has_notification_client()) {
+    notifications_.put_back(client.outbox);
+  }
 }
 
 /** False when the client's socket is full or broken. */

@@ -4,8 +4,10 @@
 #pragma once
 
 #include "platform/linux/ipc_wire.h"
+#include "service/discovery.h"
 #include "service/fabric_store.h"
 #include "service/listener.h"
+#include "service/notification_queue.h"
 #include "service/peer_policy.h"
 #include "service/record_dispatch.h"
 
@@ -25,8 +27,15 @@ public:
   /** How long a client may take to greet. */
   static constexpr std::chrono::milliseconds kGreetingTime{2000};
 
-  /** \param listener, store: have to outlive the server. */
-  Server(Listener &listener, FabricStore &store, PeerPolicy policy);
+  /** What the server serves; all of it has to outlive the server. */
+  struct Parts {
+    Listener &listener;
+    FabricStore &store;
+    Discovery &discovery;
+    NotificationQueue &notifications; ///< Wait here for as long as no client takes them.
+  };
+
+  Server(const Parts &parts, PeerPolicy policy);
 
   /** Serves until `stop_fd` becomes readable. */
   void run(int stop_fd);
@@ -39,8 +48,9 @@ private:
     Peer peer;
     uint32_t purpose; ///< ipc_wire::Purpose; 0 until the client has greeted.
     Clock::time_point greet_by;
-    std::string refusal; ///< Why its greeting will be refused, if it will.
-    bool gone;           ///< To be forgotten after this round.
+    std::string refusal;        ///< Why its greeting will be refused, if it will.
+    bool gone;                  ///< To be forgotten after this round.
+    NotificationQueue outbox{}; ///< What a notification client's socket has no room for yet.
   };
 
   int poll_timeout() const;
@@ -55,11 +65,16 @@ private:
   Answer answer(const Client &client, Octets payload);
   Answer answer_control(Octets payload);
   std::string status_text();
+  bool has_notification_client() const;
+  void distribute_notifications();
+  void send_notifications(Client &client);
   void drop(Client &client, const char *reason);
   static bool send_message(const Client &client, const void *message, size_t length);
 
   Listener &listener_;
   FabricStore &store_;
+  Discovery &discovery_;
+  NotificationQueue &notifications_;
   PeerPolicy policy_;
   Clock::time_point started_;
   Clock::time_point accept_again_;

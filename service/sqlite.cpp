@@ -41,6 +41,21 @@ void Database::execute(const char *sql) {
   }
 }
 
+WriteTransaction::WriteTransaction(Database &database) : database_(database) {
+  database_.execute("BEGIN IMMEDIATE");
+}
+
+WriteTransaction::~WriteTransaction() {
+  if (open_) {
+    sqlite3_exec(database_.handle(), "ROLLBACK", nullptr, nullptr, nullptr);
+  }
+}
+
+void WriteTransaction::commit() {
+  database_.execute("COMMIT");
+  open_ = false;
+}
+
 bool Rows::next() {
   const int code = sqlite3_step(statement_);
   if (code != SQLITE_ROW && code != SQLITE_DONE) {

@@ -41,6 +41,23 @@ private:
   std::unique_ptr<sqlite3, Close> handle_;
 };
 
+/** A transaction that writes; undone when it goes without a commit. */
+class WriteTransaction {
+public:
+  /** Throws SqliteError, also when another program's write goes on for too long. */
+  explicit WriteTransaction(Database &database);
+  WriteTransaction(const WriteTransaction &) = delete;
+  WriteTransaction &operator=(const WriteTransaction &) = delete;
+  ~WriteTransaction();
+
+  /** Makes what was written durable and visible to everybody. */
+  void commit();
+
+private:
+  Database &database_;
+  bool open_ = true;
+};
+
 /** The rows of a running statement; the statement is free for its next run when this goes. */
 class Rows {
 public:
@@ -78,6 +95,12 @@ public:
 
   /** Runs a statement that returns no rows. */
   template <typename... Values> void execute(const Values &...values) { run(values...).next(); }
+
+  /** Runs a statement that changes rows; how many it has changed. */
+  template <typename... Values> int change(const Values &...values) {
+    execute(values...);
+    return sqlite3_changes(sqlite3_db_handle(statement_.get()));
+  }
 
 private:
   void bind(int position, int64_t value);

@@ -68,6 +68,9 @@ enum FcsResult : int32_t {
   FCS_ERR_BAD_LENGTH = 3,     ///< The request is shorter or longer than its record.
   FCS_ERR_BAD_OPERATION = 4,  ///< The record does not take this operation.
   FCS_ERR_STORE = 5,          ///< The service could not read or write its store.
+  FCS_ERR_UNKNOWN_VSAN = 6,   ///< The fabric has no such VSAN.
+  FCS_ERR_BAD_VALUE = 7,      ///< A word of the request is outside its range.
+  FCS_ERR_IN_PROGRESS = 8,    ///< A discovery of the VSAN is in progress, which forbids this.
 };
 
 /** First VSAN or list index word of an answer that says: no row follows. */
@@ -270,6 +273,10 @@ struct FcsStartDiscovery {
   uint32_t reserved; ///< 0.
 };
 static_assert(offsetof(FcsStartDiscovery, reserved) == 4 && sizeof(FcsStartDiscovery) == 8);
+
+/** Range of the payload of FCS_MSG_SET_DISC_TIMEOUT, in seconds. */
+constexpr uint32_t FCS_MIN_DISC_TIMEOUT = 300;
+constexpr uint32_t FCS_MAX_DISC_TIMEOUT = 1800;
 
 /** Octets of a discovery name with its NUL; payload of FCS_MSG_DISC_COMPLETE. */
 constexpr size_t FCS_DISCOVERY_NAME_SIZE = 33;

@@ -55,9 +55,10 @@ TEST_F(Dispatch, RefusesUnknownRecordsWrongOperationsAndWrongLengths) {
     size_t length;
   };
   const std::map<uint32_t, Served> served = {
-      {10, {true, 4}},   {20, {true, 12}},  {30, {true, 272}}, {40, {true, 12}}, {50, {true, 12}},
-      {60, {true, 16}},  {70, {true, 8}},   {80, {true, 20}},  {90, {true, 4}},  {100, {false, 0}},
-      {110, {false, 0}}, {120, {false, 0}}, {130, {false, 0}}};
+      {10, {true, 4}},   {20, {true, 12}},  {30, {true, 272}}, {40, {true, 12}},
+      {50, {true, 12}},  {60, {true, 16}},  {70, {true, 8}},   {80, {true, 20}},
+      {90, {true, 4}},   {100, {false, 0}}, {110, {false, 0}}, {120, {false, 0}},
+      {130, {false, 0}}, {140, {false, 0}}, {150, {false, 0}}};
   constexpr size_t kLengths[] = {0, 1, 4, 7, 8, 9, 11, 12, 13, 16, 17, 20, 21, 271, 272, 273};
   for (uint32_t id = 0; id <= 160; ++id) {
     const auto found = served.find(id);

@@ -207,7 +207,7 @@ TEST_F(Store, RefusesWhatIsNotItsOwn) {
   } kCases[] = {
       {text, "file is not a database"},
       {foreign, "it is a database of another program"},
-      {newer, "it has the schema version 99, this program knows version 2"},
+      {newer, "it has the schema version 99, this program knows version 3"},
       {dir_.path("none/fabric.db"), "No such file or directory"},
       {dir_.path(""), "Is a directory"},
   };
