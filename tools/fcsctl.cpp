@@ -22,8 +22,9 @@ int run(int argc, char **argv) {
   app.add_option("--socket", places.socket, "Socket of the service")->envname("FCS_SOCKET");
   app.add_option("--store", places.store, "Database that holds the fabric")->envname("FCS_STORE");
   app.add_option("--history", places.history, "File of the event history")->envname("FCS_HISTORY");
-  for (const auto add : {fcsctl::add_import, fcsctl::add_export, fcsctl::add_generate,
-                         fcsctl::add_map, fcsctl::add_status, fcsctl::add_history}) {
+  for (const auto add :
+       {fcsctl::add_import, fcsctl::add_export, fcsctl::add_generate, fcsctl::add_map,
+        fcsctl::add_status, fcsctl::add_event, fcsctl::add_watch, fcsctl::add_history}) {
     add(app, places);
   }
   try {

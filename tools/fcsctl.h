@@ -22,6 +22,8 @@ void add_export(CLI::App &app, const Places &places);
 void add_generate(CLI::App &app, const Places &places);
 void add_map(CLI::App &app, const Places &places);
 void add_status(CLI::App &app, const Places &places);
+void add_event(CLI::App &app, const Places &places);
+void add_watch(CLI::App &app, const Places &places);
 void add_history(CLI::App &app, const Places &places);
 
 } // namespace fcsctl

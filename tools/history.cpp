@@ -1,5 +1,6 @@
 #include "platform/linux/event_history.h"
 #include "tools/fcsctl.h"
+#include "tools/time_text.h"
 
 #include <array>
 #include <chrono>
@@ -35,18 +36,6 @@ std::string level_name(uint32_t level) {
     }
   }
   return std::to_string(level);
-}
-
-/** Local time, as 2024-05-01 12:00:00.250. */
-std::string time_text(int64_t time_ns) {
-  const time_t seconds = time_ns / 1000000000;
-  tm local{};
-  localtime_r(&seconds, &local);
-  std::array<char, 32> text{};
-  const size_t length = std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S", &local);
-  (void)std::snprintf(text.data() + length, text.size() - length, ".%03d",
-                      static_cast<int>(time_ns / 1000000 % 1000));
-  return text.data();
 }
 
 /** The record's text on one line: its own line end goes, control characters become escapes. */

@@ -1,0 +1,14 @@
+/**
+ * Times as fcsctl prints them.
+ */
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace fcsctl {
+
+/** Local time of the nanoseconds since 1970, as 2024-05-01 12:00:00.250. */
+std::string time_text(int64_t time_ns);
+
+} // namespace fcsctl
