@@ -1,0 +1,248 @@
+#include "fixtures.h"
+
+#include "service/discovery.h"
+#include "service/fcs_control.h"
+#include "service/message_dispatch.h"
+
+#include <cstring>
+#include <gtest/gtest.h>
+#include <optional>
+
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+/** VSANs whose discoveries take 5, 600 and 2000 seconds; the last one is in progress. */
+const char *const kFabric = R"({"vsans": [
+  {"id": 5, "discovery": {"status": "localOnly", "takesSeconds": 5}},
+  {"id": 6, "discovery": {"status": "localOnly", "takesSeconds": 600},
+   "statistics": {"rejects": 4294967295}},
+  {"id": 7, "discovery": {"status": "inProgress", "takesSeconds": 2000}}]})";
+
+class DiscoveryTest : public testing::Test {
+protected:
+  DiscoveryTest() {
+    start_service();
+    EXPECT_EQ(import_text(store_, kFabric), "");
+  }
+
+  void start_service(double scale = 1) {
+    const fcs::DiscoveryClock clock{
+        [this] { return fcs::DiscoveryClock::Steady(now_); },
+        [this] {
+          return fcs::DiscoveryClock::TimeOfDay(
+              std::chrono::duration_cast<std::chrono::system_clock::duration>(now_));
+        }};
+    discovery_.emplace(store_, notifications_, scale, clock);
+  }
+
+  void pass(std::chrono::nanoseconds time) {
+    now_ += time;
+    discovery_->run_due();
+  }
+
+  fcs_disc_status_record status(uint32_t vsan) {
+    fcs_disc_status_record row{};
+    EXPECT_TRUE(store_.rows().find_discovery_status(fcs::Lookup::kExact, vsan, row));
+    return row;
+  }
+
+  /** What was announced since the last call: opcode and first word of each. */
+  std::vector<std::pair<uint32_t, uint32_t>> announced() {
+    std::vector<std::pair<uint32_t, uint32_t>> all;
+    for (; !notifications_.empty(); notifications_.pop()) {
+      uint32_t word = 0;
+      std::memcpy(&word, notifications_.front().payload.data(), sizeof(word));
+      all.emplace_back(notifications_.front().opcode, word);
+    }
+    return all;
+  }
+
+  int32_t ask(std::span<const fcs::ServedMessage> served, uint32_t opcode, uint32_t flag,
+              const std::vector<uint32_t> &words, size_t length) {
+    ipc_wire::FrameHeader header{};
+    header.opcode = opcode;
+    header.flag = flag;
+    std::vector<uint8_t> payload(std::max(length, words.size() * 4));
+    std::memcpy(payload.data(), words.data(), words.size() * 4);
+    payload.resize(length);
+    return fcs::answer_message(served, {store_, *discovery_}, header, payload, room_).result;
+  }
+
+  using Announced = std::vector<std::pair<uint32_t, uint32_t>>;
+
+  TempDir dir_;
+  fcs::FabricStore store_{dir_.path("fabric.db"), milliseconds(100)};
+  fcs::NotificationQueue notifications_;
+  std::chrono::nanoseconds now_ = seconds(1000) + std::chrono::microseconds(250);
+  std::optional<fcs::Discovery> discovery_;
+  uint8_t room_[FCS_MESSAGE_ROOM] = {};
+};
+
+TEST_F(DiscoveryTest, CompletesAfterItsTimeOrTimesOut) {
+  EXPECT_EQ(discovery_->set_timeout(300), FCS_OK);
+  EXPECT_EQ(discovery_->start(6), FCS_OK);
+  EXPECT_EQ(discovery_->start(5), FCS_OK);
+  EXPECT_EQ(discovery_->set_timeout(1800), FCS_OK); // For those to come.
+  EXPECT_EQ(status(5).status, FCS_DISCOVERY_IN_PROGRESS);
+  EXPECT_EQ(discovery_->invalidate(5), FCS_ERR_IN_PROGRESS);
+  pass(seconds(4));
+  EXPECT_EQ(discovery_->start(5), FCS_OK); // Begins anew.
+  pass(seconds(5) - milliseconds(1));
+  EXPECT_EQ(announced(), Announced());
+  pass(milliseconds(1));
+  EXPECT_EQ(announced(), (Announced{{FCS_MSG_DISC_COMP_ON_VSAN, 5}}));
+  EXPECT_EQ(status(5).status, FCS_DISCOVERY_COMPLETED);
+  EXPECT_EQ(status(5).completed_seconds, 1009);
+  EXPECT_EQ(status(5).completed_microseconds, 250);
+
+  pass(seconds(291) - milliseconds(1));
+  EXPECT_EQ(status(6).status, FCS_DISCOVERY_IN_PROGRESS);
+  pass(milliseconds(1));
+  EXPECT_EQ(announced(), (Announced{{FCS_MSG_TIMEOUT_ON_VSAN, 6}}));
+  EXPECT_EQ(status(6).status, FCS_DISCOVERY_LOCAL_ONLY);
+
+  EXPECT_EQ(discovery_->invalidate(5), FCS_OK);
+  EXPECT_EQ(status(5).status, FCS_DISCOVERY_LOCAL_ONLY);
+  EXPECT_EQ(status(5).completed_seconds, 1009);
+  EXPECT_EQ(announced(), Announced());
+}
+
+TEST_F(DiscoveryTest, RunsFasterByTheScale) {
+  start_service(100);
+  announced();
+  EXPECT_EQ(discovery_->start(6), FCS_OK);
+  EXPECT_EQ(discovery_->set_timeout(300), FCS_OK);
+  EXPECT_EQ(discovery_->start(7), FCS_OK);
+  pass(seconds(3));
+  EXPECT_EQ(announced(), (Announced{{FCS_MSG_TIMEOUT_ON_VSAN, 7}}));
+  pass(seconds(3));
+  EXPECT_EQ(announced(), (Announced{{FCS_MSG_DISC_COMP_ON_VSAN, 6}}));
+}
+
+TEST_F(DiscoveryTest, TimesOutWhatAnEarlierServiceHasLeft) {
+  EXPECT_EQ(discovery_->start(5), FCS_OK);
+  EXPECT_EQ(discovery_->set_timeout(1234), FCS_OK);
+  start_service();
+  EXPECT_EQ(announced(), (Announced{{FCS_MSG_TIMEOUT_ON_VSAN, 5}, {FCS_MSG_TIMEOUT_ON_VSAN, 7}}));
+  EXPECT_EQ(status(5).status, FCS_DISCOVERY_LOCAL_ONLY);
+  pass(seconds(3000));
+  EXPECT_EQ(announced(), Announced());
+  EXPECT_EQ(store_.settings().get(fcs::Setting::kDiscoveryTimeout), 1234U);
+}
+
+TEST_F(DiscoveryTest, FollowsAFabricThatAnotherProgramImports) {
+  pass(seconds(2));
+  EXPECT_EQ(discovery_->start(5), FCS_OK);
+  EXPECT_EQ(discovery_->start(6), FCS_OK);
+  EXPECT_EQ(discovery_->start(7), FCS_OK);
+  fcs::FabricStore other(dir_.path("fabric.db"), milliseconds(100));
+  EXPECT_EQ(import_text(other, R"({"vsans": [
+    {"id": 5, "discovery": {"status": "completed", "completed": {"seconds": 77}}},
+    {"id": 7, "discovery": {"status": "localOnly"}},
+    {"id": 8, "discovery": {"status": "inProgress", "takesSeconds": 4}}]})"),
+            "");
+  pass(seconds(5));
+  EXPECT_EQ(announced(), (Announced{{FCS_MSG_DISC_COMP_ON_VSAN, 5},
+                                    {FCS_MSG_TIMEOUT_ON_VSAN, 6},
+                                    {FCS_MSG_TIMEOUT_ON_VSAN, 7}}));
+  EXPECT_EQ(status(5).completed_seconds, 77);
+  pass(seconds(4));
+  EXPECT_EQ(announced(), (Announced{{FCS_MSG_DISC_COMP_ON_VSAN, 8}}));
+}
+
+TEST_F(DiscoveryTest, EndsLaterWhenTheStoreIsLocked) {
+  EXPECT_EQ(discovery_->start(5), FCS_OK);
+  fcs::FabricStore other(dir_.path("fabric.db"), milliseconds(100));
+  {
+    const fcs::WriteTransaction writing(other.database());
+    EXPECT_EQ(ask(fcs::kAgentMessages, FCS_MSG_START_DISCOVERY, 0, {6, 0}, 8), FCS_ERR_STORE);
+    pass(seconds(5));
+    EXPECT_EQ(announced(), Announced());
+    EXPECT_GT(discovery_->next_due(), fcs::DiscoveryClock::Steady(now_));
+  }
+  EXPECT_EQ(status(5).status, FCS_DISCOVERY_IN_PROGRESS);
+  EXPECT_EQ(status(6).status, FCS_DISCOVERY_LOCAL_ONLY);
+  pass(seconds(1));
+  EXPECT_EQ(announced(), (Announced{{FCS_MSG_DISC_COMP_ON_VSAN, 5}}));
+}
+
+TEST_F(DiscoveryTest, RefusesMessagesThatMakeNoSense) {
+  const struct {
+    std::span<const fcs::ServedMessage> served;
+    uint32_t opcode;
+    uint32_t flag;
+    std::vector<uint32_t> good;
+    std::vector<uint32_t> bad;
+    int32_t fault;
+  } kMessages[] = {
+      {fcs::kAgentMessages, 1405, 0, {5, 0}, {4, 0}, FCS_ERR_UNKNOWN_VSAN},
+      {fcs::kAgentMessages, 1405, 0, {5, 0}, {5, 1}, FCS_ERR_BAD_VALUE},
+      {fcs::kAgentMessages, 1410, 3, {300}, {299}, FCS_ERR_BAD_VALUE},
+      {fcs::kAgentMessages, 1410, 3, {1800}, {1801}, FCS_ERR_BAD_VALUE},
+      {fcs::kAgentMessages, 1412, 3, {6}, {0xFFFFFFFF}, FCS_ERR_UNKNOWN_VSAN},
+      {fcs::kControlMessages, FCS_CTL_REJECT, 0, {6, 9, 0}, {4, 9, 0}, FCS_ERR_UNKNOWN_VSAN},
+      {fcs::kControlMessages,
+       FCS_CTL_CHANGE_ADDRESS,
+       0,
+       {6, 1, 2},
+       {4, 1, 2},
+       FCS_ERR_UNKNOWN_VSAN},
+      {fcs::kControlMessages, FCS_CTL_COMPLETE, 0, {6}, {4}, FCS_ERR_UNKNOWN_VSAN},
+      {fcs::kControlMessages, FCS_CTL_TIME_OUT, 0, {6}, {0}, FCS_ERR_UNKNOWN_VSAN},
+      {fcs::kControlMessages, FCS_CTL_WANT, 0, {0, 2}, {1, 3}, FCS_ERR_BAD_VALUE},
+  };
+  const std::string before = export_text(store_);
+  for (const auto &message : kMessages) {
+    const size_t length = message.good.size() * 4;
+    const auto send = [&](uint32_t flag, const std::vector<uint32_t> &words, size_t octets) {
+      return ask(message.served, message.opcode, flag, words, octets);
+    };
+    for (const size_t wrong : {size_t{0}, length - 4, length - 1, length + 1, length + 4}) {
+      EXPECT_EQ(send(message.flag, message.good, wrong), FCS_ERR_BAD_LENGTH) << message.opcode;
+    }
+    for (const uint32_t flag : {0U, 1U, 2U, 3U, 4U, 0x103U}) {
+      if (flag != message.flag) {
+        EXPECT_EQ(send(flag, message.good, length), FCS_ERR_BAD_OPERATION) << message.opcode;
+      }
+    }
+    EXPECT_EQ(send(message.flag, message.bad, length), message.fault) << message.opcode;
+  }
+  EXPECT_EQ(ask(fcs::kAgentMessages, 1408, 0, {5}, 4), FCS_ERR_NO_SUCH_RECORD);
+  EXPECT_EQ(export_text(store_), before);
+  EXPECT_EQ(announced(), Announced());
+  for (const auto &message : kMessages) {
+    EXPECT_EQ(
+        ask(message.served, message.opcode, message.flag, message.good, message.good.size() * 4),
+        FCS_OK);
+  }
+  EXPECT_EQ(announced(), (Announced{{FCS_MSG_REG_REQ_REJ, 9},
+                                    {FCS_MSG_IP_ADDR_CHANGE, 6},
+                                    {FCS_MSG_DISC_COMP_ON_VSAN, 6},
+                                    {FCS_MSG_TIMEOUT_ON_VSAN, 6}}));
+  EXPECT_EQ(store_.total_rejects(), 0U); // The counter wraps.
+  EXPECT_EQ(store_.wants_reject_notifications(), 0U);
+  EXPECT_EQ(store_.wants_complete_notifications(), 1U);
+}
+
+TEST(NotificationQueueTest, KeepsTheNewestInOrder) {
+  const auto opcode = [](uint32_t number) { return static_cast<FcsMessage>(number); };
+  fcs::NotificationQueue queue(3);
+  fcs::NotificationQueue undelivered(3);
+  undelivered.push({opcode(1401), ""});
+  undelivered.push({opcode(1402), ""});
+  queue.push({opcode(1403), ""});
+  queue.push({opcode(1404), ""});
+  queue.put_back(undelivered);
+  EXPECT_TRUE(undelivered.empty());
+  EXPECT_TRUE(queue.full());
+  for (const uint32_t expected : {1402U, 1403U, 1404U}) {
+    ASSERT_FALSE(queue.empty());
+    EXPECT_EQ(queue.front().opcode, expected);
+    queue.pop();
+  }
+  EXPECT_TRUE(queue.empty());
+}
+
+} // namespace
