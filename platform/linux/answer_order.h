@@ -12,9 +12,9 @@
  * what was asked for.
  *
  * The module takes the low octet of a sub-identifier in a name, so that a request with a larger one
- * can be answered by a row in front of it. Such a request is asked once more, from the last row that
- * can lie in front of it. Whatever is out of order then comes from a service whose rows do not go
- * forward, and counts as the end of the table.
+ * can be answered by a row in front of it. Such a request is asked once more, from the last row
+ * that can lie in front of it. Whatever is out of order then comes from a service whose rows do not
+ * go forward, and counts as the end of the table.
  */
 int serve_in_order(netsnmp_mib_handler *handler, netsnmp_handler_registration *registration,
                    netsnmp_agent_request_info *request_info, netsnmp_request_info *requests);

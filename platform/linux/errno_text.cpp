@@ -17,6 +17,9 @@ constexpr ErrorText kTexts[] = {
     {FCS_ERR_BAD_LENGTH, "the request has a wrong length"},
     {FCS_ERR_BAD_OPERATION, "the record does not take this operation"},
     {FCS_ERR_STORE, "the FCS service could not read or write its store"},
+    {FCS_ERR_UNKNOWN_VSAN, "the fabric has no such VSAN"},
+    {FCS_ERR_BAD_VALUE, "a value is outside its range"},
+    {FCS_ERR_IN_PROGRESS, "a discovery is in progress on the VSAN"},
 };
 
 } // namespace

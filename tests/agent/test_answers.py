@@ -110,11 +110,11 @@ def test_getbulk_crosses_tables(lab, fabric):
         assert (oid, (kind, value)) == (expected_oid, expected_value)
 
 
-def test_nothing_is_writable_yet(lab, fabric):
+def test_configuration_rows_are_not_writable_yet(lab):
     before = lab.walk()
-    for suffix, kind, value in [("1.1.1.0", "i", "0"), ("1.1.2.0", "s", "x"), ("1.1.3.0", "x", "80"),
-                                ("1.1.5.0", "i", "1"), ("1.1.7.0", "u", "600"), ("1.1.20.0", "i", "1"),
-                                ("1.1.10.0", "i", "1"), ("1.1.12.1.5.1.1", "i", "4")]:
+    for suffix, kind, value in [("1.1.10.0", "i", "1"), ("1.1.12.1.3.1.1", "s", "x"), ("1.1.12.1.5.1.1", "i", "4"),
+                                ("1.1.18.1.2.1.1", "s", "x"), ("1.1.18.1.9.1.1", "i", "6"),
+                                ("1.1.19.1.4.1.32.1.0.0.94.0.83.1", "i", "4")]:
         assert "notWritable" in lab.run("snmpset", WRITER, f"{ROOT}.{suffix}", kind, value)
     assert lab.walk() == before
 

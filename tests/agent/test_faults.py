@@ -190,7 +190,7 @@ def test_no_read_keeps_the_agent_for_long(lab, pause, readable):
 
 
 def test_notifications_are_received(lab):
-    """Nothing is sent yet, but every message is taken, whatever it looks like."""
+    """Every message is taken, whatever it looks like."""
     taken = threading.Event()
 
     def serve(connection):

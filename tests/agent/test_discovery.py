@@ -1,0 +1,133 @@
+"""Managers run discoveries: the guide as written, races, refusals, faults, notifications."""
+
+import os
+import re
+import signal
+import subprocess
+import threading
+import time
+
+from lab import READER, REPOSITORY, ROOT, WRITER, eventually, v3
+
+LIST_2K, LIST_4K = f"{ROOT}.1.1.3.0", f"{ROOT}.1.1.4.0"
+START, LOCK = f"{ROOT}.1.1.5.0", f"{ROOT}.1.1.1.0"
+DEADLINE = 0.2
+
+
+def put(lab, *bindings, options=WRITER, timeout=5):
+    return lab.run("snmpset", options, *bindings, timeout=timeout)
+
+
+def guide_steps(text):
+    """The commands of a guide, each with the lines that it is said to answer."""
+    steps = []
+    for block in re.findall(r"```\n(.*?)```", text, re.DOTALL):
+        for line in block.splitlines():
+            if line.startswith("$ "):
+                steps.append((line[2:], []))
+            else:
+                steps[-1][1].append(line)
+    return steps
+
+
+def test_the_guide_is_true(lab):
+    shell = subprocess.Popen(["bash"], cwd=REPOSITORY, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                             stderr=subprocess.DEVNULL, text=True)
+    watchdog = threading.Timer(60, shell.kill)
+    watchdog.start()
+    try:
+        steps = guide_steps((REPOSITORY / "docs" / "discovery.md").read_text())
+        assert len(steps) > 15
+        for command, expected in steps:
+            command = command.replace("127.0.0.1:1161", f"127.0.0.1:{lab.port}")
+            shell.stdin.write(command.replace("build/lab", str(lab.directory)) + "\necho '--'\n")
+            shell.stdin.flush()
+            answer = [line.rstrip("\n") for line in iter(shell.stdout.readline, "--\n")]
+            assert [line.rstrip() for line in answer] == [line.rstrip() for line in expected], command
+    finally:
+        watchdog.cancel()
+        shell.stdin.close()
+        shell.wait()
+
+
+def traps(lab, name):
+    return [line for line in (lab.directory / "traps.log").read_text().splitlines() if name in line]
+
+
+def test_switches_rule_and_survive(lab):
+    complete, rejected = f"{ROOT}.1.1.21.0", f"{ROOT}.1.1.20.0"
+    put(lab, complete, "i", "1", rejected, "i", "2")
+    before = len(traps(lab, "fcsReqRejNotify")), len(traps(lab, "fcsMgmtAddrChangeNotify"))
+    lab.control("event", "reject", "--vsan", "1")
+    lab.control("event", "address", "--vsan", "1", "--address", "192.0.2.8")
+    eventually(lambda: len(traps(lab, "fcsMgmtAddrChangeNotify")) > before[1])
+    assert len(traps(lab, "fcsReqRejNotify")) == before[0], "switched off"
+    os.kill(lab.agent, signal.SIGKILL)
+    eventually(lambda: lab.env()["FCS_AGENT_PID"] == "")
+    lab.up()
+    for _ in range(2):
+        assert lab.get(complete)[2] == "1" and lab.get(rejected)[2] == "2"
+        lab.reconfigure()
+    put(lab, rejected, "i", "1")
+    eventually(lambda: lab.control("event", "reject", "--vsan", "1").returncode == 0 and
+               len(traps(lab, "fcsReqRejNotify")) > before[0])
+
+
+def test_one_manager_wins_the_lock(lab):
+    for _ in range(20):
+        lock = lab.get(LOCK)[2]
+        answers = []
+        managers = [threading.Thread(target=lambda: answers.append(put(lab, LOCK, "i", lock))) for _ in range(3)]
+        for manager in managers:
+            manager.start()
+        for manager in managers:
+            manager.join()
+        assert sum("inconsistentValue" in answer for answer in answers) == 2
+        assert int(lab.get(LOCK)[2]) == int(lock) + 1
+
+
+def test_refusals_leave_everything(lab):
+    put(lab, LIST_2K, "x", "80")
+    before = lab.walk(suffix=".1.1")
+    for suffix, kind, value, status in [
+        ("1.1.1.0", "s", "x", "wrongType"), ("1.1.2.0", "i", "1", "wrongType"),
+        ("1.1.2.0", "s", "n" * 33, "wrongLength"), ("1.1.3.0", "x", "00" * 257, "wrongLength"),
+        ("1.1.4.0", "x", "00" * 257, "wrongLength"), ("1.1.8.0", "i", "1", "wrongType"),
+        ("1.1.7.0", "u", "299", "badValue"), ("1.1.7.0", "u", "1801", "badValue"),
+        ("1.1.7.0", "i", "600", "wrongType"), ("1.1.5.0", "i", "3", "badValue"),
+        ("1.1.20.0", "i", "0", "badValue"), ("1.1.21.0", "s", "on", "wrongType"),
+    ]:
+        assert status in put(lab, f"{ROOT}.{suffix}", kind, value), suffix
+    # VSAN 51 is one that the operator reads and may not write; its neighbours do not matter.
+    for suffix in ["1.1.3.0", "1.1.8.0"]:
+        assert "notWritable" in put(lab, f"{ROOT}.{suffix}", "x", "80" + "00" * 5 + "20", options=v3("operator"))
+    assert "notWritable" in put(lab, LIST_4K, "x", "80", options=v3("operator"))
+    assert lab.walk(suffix=".1.1") == before
+    assert "user 'operator' refused: it names a VSAN" in lab.log()
+    assert "= " in put(lab, LIST_2K, "x", "80" + "00" * 5 + "40", options=v3("operator")), "VSANs 1 and 50"
+
+
+def test_every_vsan_starts_within_one_set(lab):
+    put(lab, LIST_2K, "x", "FF" * 256)
+    put(lab, LIST_4K, "x", "FF" * 255 + "FC")
+    answer = put(lab, START, "i", "1", timeout=20)
+    assert "INTEGER: 1" in answer, "the service knows three of the 4,094 VSANs; the SET succeeds all the same"
+    events = lab.control("history", "--level", "event").stdout
+    for failed in ["Discovery on VSAN 2048 fails with err 6", "Discovery on VSAN 2049 fails\n",
+                   "Discovery on VSAN 4094 fails\n", "Discovery started successfully"]:
+        assert failed in events
+    eventually(lambda: "INTEGER: 2" in lab.run("snmpget", READER, f"{ROOT}.1.1.6.1.1.2100"))
+
+
+def test_a_service_that_hangs_costs_one_deadline(lab):
+    service = lab.service
+    os.kill(service, signal.SIGSTOP)
+    try:
+        start = time.monotonic()
+        put(lab, LIST_2K, "x", "FF" * 256)
+        assert "INTEGER: 1" in put(lab, START, "i", "1")
+        assert time.monotonic() - start < DEADLINE + 1
+        assert "Timeticks" in lab.uptime()
+    finally:
+        os.kill(service, signal.SIGCONT)
+    eventually(lambda: lab.walk(suffix=".1.1.11"))
