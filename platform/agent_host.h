@@ -75,5 +75,13 @@ struct SetErrorRecord {
 /** Records a failed write in the agent host's log. */
 void agent_log_error(const SetErrorRecord *record);
 
+/** The message of a VSAN that the user's role may not write. */
+constexpr uint32_t AGENT_VSAN_NOT_ALLOWED = 0x4049002C;
+
+/** Records in the agent host's log that a role refused a SET of a row. The number names the
+ * message.
+ */
+void agent_log_role_error(uint32_t message);
+
 /** Records in the agent host's log that a role refused a SET. Its two numbers name the message. */
 void agent_log_set_error(uint32_t message, uint32_t number);

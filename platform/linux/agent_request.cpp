@@ -4,6 +4,7 @@
 #include "integer_words.h"
 #include "platform/agent_host.h"
 #include "settings.h"
+#include "writable_object.h"
 
 #include <chrono>
 #include <cstring>
@@ -36,8 +37,8 @@ long read_transaction = -1;
 Clock::time_point read_began;
 /** Whether the message being served is a read. */
 bool current_is_read;
-/** The registration of the object being served; null outside of a request. */
-const netsnmp_handler_registration *current_object;
+/** The binding of a SET that is being served; null outside of one. */
+const netsnmp_variable_list *current_binding;
 /** Its user, once somebody has asked. */
 std::string current_user;
 bool current_user_known;
@@ -73,10 +74,8 @@ std::string security_name(const netsnmp_pdu &pdu) {
 /** Marks a request as the one being served. */
 class CurrentRequest {
 public:
-  CurrentRequest(const netsnmp_agent_request_info &info,
-                 const netsnmp_handler_registration &registration) {
+  explicit CurrentRequest(const netsnmp_agent_request_info &info) {
     current = info.asp->pdu;
-    current_object = &registration;
     current_user_known = false;
     current_is_read = !MODE_IS_SET(info.mode);
     if (current_is_read && current->transid != read_transaction) {
@@ -84,21 +83,49 @@ public:
       read_began = Clock::now();
     }
   }
-  ~CurrentRequest() {
-    current = nullptr;
-    current_object = nullptr;
-  }
+  ~CurrentRequest() { current = nullptr; }
   CurrentRequest(const CurrentRequest &) = delete;
   CurrentRequest &operator=(const CurrentRequest &) = delete;
 };
 
+/** Keeps a SET from an instance that the user may not write, before anything has changed. */
+bool is_refused(const netsnmp_agent_request_info &info, netsnmp_request_info *request) {
+  if (info.mode != MODE_SET_RESERVE1 ||
+      writable_instance_allowed(current_binding->name, current_binding->name_length)) {
+    return false;
+  }
+  agent_log_role_error(AGENT_VSAN_NOT_ALLOWED);
+  // The status with which the module refuses.
+  netsnmp_request_set_error(request, SNMP_ERR_GENERR);
+  return true;
+}
+
+/** Serves the bindings of a SET one by one, so that it is known which of them is being served. */
+int serve_set(netsnmp_mib_handler *handler, netsnmp_handler_registration *registration,
+              netsnmp_agent_request_info *request_info, netsnmp_request_info *requests) {
+  int status = SNMP_ERR_NOERROR;
+  for (netsnmp_request_info *request = requests; request != nullptr;) {
+    netsnmp_request_info *const following = request->next;
+    request->next = nullptr;
+    current_binding = request->requestvb;
+    if (!is_refused(*request_info, request)) {
+      const IntegerWords words(request);
+      const int result = netsnmp_call_next_handler(handler, registration, request_info, request);
+      status = status == SNMP_ERR_NOERROR ? result : status;
+    }
+    current_binding = nullptr;
+    request->next = following;
+    request = following;
+  }
+  return status;
+}
+
 int serve(netsnmp_mib_handler *handler, netsnmp_handler_registration *registration,
           netsnmp_agent_request_info *request_info, netsnmp_request_info *requests) {
   before_request();
-  const CurrentRequest scope(*request_info, *registration);
+  const CurrentRequest scope(*request_info);
   if (MODE_IS_SET(request_info->mode)) {
-    const IntegerWords words(requests);
-    return netsnmp_call_next_handler(handler, registration, request_info, requests);
+    return serve_set(handler, registration, request_info, requests);
   }
   if (request_info->mode == MODE_GETNEXT) {
     return serve_in_order(handler, registration, request_info, requests);
@@ -161,12 +188,8 @@ void agent_request_release() {
   }
 }
 
-std::string agent_request_object() {
-  std::string text;
-  for (size_t i = 0; current_object != nullptr && i < current_object->rootoid_len; ++i) {
-    text += (text.empty() ? "" : ".") + std::to_string(current_object->rootoid[i]);
-  }
-  return text;
+const netsnmp_variable_list *agent_request_binding() {
+  return current_binding;
 }
 
 bool agent_request_is_overdue() {

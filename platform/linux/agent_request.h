@@ -4,7 +4,9 @@
  */
 #pragma once
 
-#include <string>
+#include <net-snmp/net-snmp-config.h>
+
+#include <net-snmp/net-snmp-includes.h>
 
 /**
  * Puts the agent host in front of every registration of the module, once each.
@@ -18,8 +20,8 @@ void agent_request_intercept(void (*before)());
  */
 void agent_request_release();
 
-/** The object being served, as an OID in dotted form; empty outside of a request. */
-std::string agent_request_object();
+/** The binding of the SET that is being served; null outside of one. */
+const netsnmp_variable_list *agent_request_binding();
 
 /**
  * Whether the read being served has had more than its share of time: ten exchange timeouts since

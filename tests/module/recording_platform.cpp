@@ -137,6 +137,69 @@ int write_object(FcsObject object, u_char type, const Bytes &value,
   return status;
 }
 
+namespace {
+
+/** A binding of a SET as the agent goes through the phases with it. */
+struct BindingInProgress {
+  explicit BindingInProgress(const Binding &binding) : given(binding) {
+    const variable &column = platform.registered_for(binding.object);
+    variable entry = column;
+    std::copy_n(column.name, column.namelen, name);
+    std::copy(binding.index.begin(), binding.index.end(), name + column.namelen);
+    name_length = column.namelen + binding.index.size();
+    oid found[MAX_OID_LEN];
+    std::copy_n(name, name_length, found);
+    size_t found_length = name_length;
+    size_t value_length = 0;
+    const u_char *answer =
+        entry.findVar(&entry, found, &found_length, 1, &value_length, &write_method);
+    // Each has a buffer of its own: other reads of the SET answer through the same one.
+    is_row = answer != nullptr;
+    std::copy(binding.value.begin(), binding.value.end(), value);
+  }
+
+  int write(int phase) {
+    return write_method == nullptr ? SNMP_ERR_NOTWRITABLE
+                                   : write_method(phase, value, given.type, given.value.size(),
+                                                  is_row ? current : nullptr, name, name_length);
+  }
+
+  const Binding &given;
+  oid name[MAX_OID_LEN] = {};
+  size_t name_length;
+  WriteMethod *write_method = nullptr;
+  bool is_row;
+  u_char current[8] = {};
+  uint8_t value[1024] = {};
+};
+
+} // namespace
+
+int write_set(const std::vector<Binding> &bindings) {
+  std::vector<BindingInProgress> set;
+  for (const Binding &binding : bindings) {
+    set.emplace_back(binding);
+  }
+  platform.lines.clear();
+  int status = SNMP_ERR_NOERROR;
+  const auto run = [&](int phase) {
+    for (BindingInProgress &binding : set) {
+      if (const int refusal = binding.write(phase); status == SNMP_ERR_NOERROR) {
+        status = refusal;
+      }
+    }
+  };
+  for (const int phase : {kReserve1, kReserve2, kAction}) {
+    run(phase);
+    if (status != SNMP_ERR_NOERROR) {
+      run(phase == kAction ? kUndo : kFree);
+      return status;
+    }
+  }
+  run(kCommit);
+  return status;
+}
+
 IpcMessage::IpcMessage(const Bytes &octets) : payload{} {
   std::copy(octets.begin(), octets.end(), payload);
 }
@@ -181,6 +244,9 @@ int32_t ipc_req_resp(uint32_t opcode, uint32_t flag, const void *request, void *
   }
   Request asked{flag, 0, Bytes(octets + sizeof(uint32_t), octets + *length)};
   memcpy(&asked.record_id, octets, sizeof(asked.record_id));
+  if (flag == FCS_OP_SET || flag == FCS_OP_DELETE) {
+    platform.changes.push_back(asked);
+  }
   record("ipc %u/%u record %u length %u from %s/%u to %u/%u/%u", opcode, flag, asked.record_id,
          *length, user, session, service, queue, reserved);
   const Reply reply = platform.service(asked);
@@ -252,6 +318,10 @@ void agent_log_error(const SetErrorRecord *error) {
   const bool rest_is_zero = std::all_of(std::begin(error->reserved), std::end(error->reserved),
                                         [](uint8_t octet) { return octet == 0; });
   record("log error %d '%s'%s", error->code, error->text, rest_is_zero ? "" : " dirty");
+}
+
+void agent_log_role_error(uint32_t message) {
+  record("log role error %x", message);
 }
 
 void agent_log_set_error(uint32_t message, uint32_t number) {
@@ -356,11 +426,26 @@ void debug_printf(int console, const char *module, int instance, const char *for
   record("console %d/%s/%d %s", console, module, instance, text);
 }
 
-// ---- Pending-row stores: only their making and unmaking is of interest here.
+// ---- Pending-row stores
 
 struct RowIndex {
   int number;
+  RowIndexCompare *compare;
+  std::vector<void *> rows;     ///< In no order: what counts is what they are found by.
+  std::vector<void *> not_kept; ///< What the store did not take and nobody releases.
 };
+
+static void release(RowIndex &store) {
+  std::for_each(store.rows.begin(), store.rows.end(), free);
+  std::for_each(store.not_kept.begin(), store.not_kept.end(), free);
+  store.rows.clear();
+  store.not_kept.clear();
+}
+
+static std::vector<void *>::iterator row_of(RowIndex *store, const void *key) {
+  return std::find_if(store->rows.begin(), store->rows.end(),
+                      [&](const void *row) { return store->compare(row, key) == 0; });
+}
 
 int row_index_create(RowIndex **store, int options, int unique, RowIndexCompare *compare,
                      int sorted) {
@@ -375,13 +460,43 @@ int row_index_create(RowIndex **store, int options, int unique, RowIndexCompare 
     return 0;
   }
   static RowIndex stores[3];
+  release(stores[number]);
   stores[number].number = number;
+  stores[number].compare = compare;
   *store = &stores[number];
   return ROW_INDEX_CREATED;
 }
 
+void *row_index_find(RowIndex *store, const void *key, int /*options*/) {
+  const auto row = row_of(store, key);
+  return row == store->rows.end() ? nullptr : *row;
+}
+
+void *row_index_add(RowIndex *store, void *element, const void *key) {
+  if (platform.failing_adds || element != key) {
+    store->not_kept.push_back(element);
+    return nullptr;
+  }
+  store->rows.push_back(element);
+  return element;
+}
+
+void *row_index_remove(RowIndex *store, const void *key) {
+  const auto row = row_of(store, key);
+  if (row == store->rows.end()) {
+    return nullptr;
+  }
+  void *element = *row;
+  store->rows.erase(row);
+  return element;
+}
+
 void row_index_destroy(RowIndex *store) {
   record("store %d destroy", store == nullptr ? 0 : store->number);
+}
+
+size_t pending_rows() {
+  return temp_mgmt_addr_table->rows.size() + temp_platform_table->rows.size();
 }
 
 // ---- Net-SNMP's registration and debug output, in front of the library's own

@@ -47,6 +47,9 @@ struct RecordingPlatform {
   int register_result = MIB_REGISTERED_OK;
   std::set<int> failing_stores; ///< Which calls of row_index_create fail, counted from 1.
   int stores_created = 0;
+  bool failing_adds = false; ///< Whether the stores take no row.
+
+  std::vector<Request> changes; ///< The records that were to be set or deleted.
 
   /** The variables of the last register_mib, with whole names. */
   std::vector<variable> registered;
@@ -92,6 +95,23 @@ enum Phase : int {
  */
 int write_object(FcsObject object, u_char type, const Bytes &value,
                  const std::vector<int> &phases = {kReserve1, kReserve2, kAction, kCommit});
+
+/** A variable binding of a SET of rows. */
+struct Binding {
+  FcsObject object;
+  std::vector<oid> index;
+  u_char type;
+  Bytes value;
+};
+
+/**
+ * A whole SET, phase by phase over its bindings as the agent goes. Its lines are those of the write
+ * handlers alone. \return the status of the first binding that failed.
+ */
+int write_set(const std::vector<Binding> &bindings);
+
+/** How many rows are in the pending-row stores. */
+size_t pending_rows();
 
 /** A message of the service; its payload is followed by zeros to the end of the room. */
 struct IpcMessage {

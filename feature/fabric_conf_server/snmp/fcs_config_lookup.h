@@ -2,6 +2,7 @@
 #pragma once
 
 #include "fcs_exchange.h"
+#include "fcs_write.h"
 #include "feature/fabric_conf_server/fcs_protocol.h"
 
 #include <net-snmp/net-snmp-config.h>
@@ -10,12 +11,15 @@
 
 #include <net-snmp/agent/net-snmp-agent-includes.h>
 
+/** Sub-identifiers of a column of these tables; the index of an instance follows. */
+constexpr size_t FCS_COLUMN_LENGTH = 14;
+
 /**
  * Locates a row of the management-address table: the one that `name` names (exact nonzero) or the
  * one that follows it.
  *
  * \param base         The column; a SET gives the instance OID itself.
- * \param base_length  Its sub-identifiers; 14.
+ * \param base_length  Its sub-identifiers; FCS_COLUMN_LENGTH.
  * \param name         The instance asked for; replaced by the row's on success.
  * \param length       Its sub-identifiers; replaced on success.
  * \param var_len      Receives 4 on success; may be null.
@@ -38,3 +42,22 @@ int32_t header_fcs_node_name_list_table(const oid *base, size_t base_length, oid
                                         size_t *length, int exact, size_t *var_len,
                                         WriteMethod **write_method,
                                         FcsAnswer<NodeNameEntry> *record);
+
+/** One of the above. */
+template <typename Row>
+using FcsRowLookup = int32_t(const oid *base, size_t base_length, oid *name, size_t *length,
+                             int exact, size_t *var_len, WriteMethod **write_method,
+                             FcsAnswer<Row> *record);
+
+/** The live row of a write, into `row`. \return false when the FCS service has none. */
+template <typename Row>
+bool fcs_find_live_row(FcsRowLookup<Row> *lookup, const FcsRowWrite &write, FcsAnswer<Row> *row) {
+  *row = {};
+  size_t length = write.name_length;
+  return lookup(write.name, FCS_COLUMN_LENGTH, write.name, &length, 1, nullptr, nullptr, row) != -1;
+}
+
+template <typename Row> bool fcs_is_live(FcsRowLookup<Row> *lookup, const FcsRowWrite &write) {
+  FcsAnswer<Row> row;
+  return fcs_find_live_row(lookup, write, &row);
+}

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "fcs_exchange.h"
+#include "feature/fabric_conf_server/fcs_protocol.h"
 #include "platform/agent_host.h"
 #include "platform/bitmap.h"
 #include "platform/row_index.h"
@@ -117,15 +118,18 @@ WriteMethod write_fcsDiscoveryInvalidateCache4k;
 WriteMethod write_fcsReqRejNotifyEnable; // fcs_notif_enable.cpp
 WriteMethod write_fcsDiscoveryCompleteNotifyEnable;
 
-WriteMethod write_fcsMgmtAddr; // fcs_config_rows.cpp
+WriteMethod write_fcsMgmtAddr; // fcs_mgmt_addr_rows.cpp
 WriteMethod write_fcsMgmtAddrRowStatus;
-WriteMethod write_fcsPlatformName;
-WriteMethod write_fcsPlatformType;
+
+WriteMethod write_fcsPlatformName; // fcs_platform_rows.cpp
+WriteMethod write_fcsPlatformRowStatus;
+
+WriteMethod write_fcsPlatformType; // fcs_platform_columns.cpp
 WriteMethod write_fcsPlatformNodeNameListIndex;
 WriteMethod write_fcsPlatformMgmtAddrListIndex;
 WriteMethod write_fcsPlatformValidation;
-WriteMethod write_fcsPlatformRowStatus;
-WriteMethod write_fcsNodeNameRowStatus;
+
+WriteMethod write_fcsNodeNameRowStatus; // fcs_node_name_rows.cpp
 
 // ---- Handlers of the service's notifications (fcs_notifications.cpp).
 
@@ -135,10 +139,14 @@ AgentNotifHandler handle_fcs_disc_comp_on_vsan_notif;
 AgentNotifHandler handle_fcs_timeout_on_vsan_notif;
 AgentNotifHandler handle_fcs_ip_addr_change_notif;
 
-// ---- Order of the pending rows (fcs_config_rows.cpp).
+// ---- Pending rows: their order, and what a platform begins with.
 
-RowIndexCompare mgmt_addr_cmp;
-RowIndexCompare platform_cmp;
+RowIndexCompare mgmt_addr_cmp; // fcs_mgmt_addr_rows.cpp
+RowIndexCompare platform_cmp;  // fcs_platform_rows.cpp
+
+/** Sets what `write_fcsPlatformName` gives a row that it creates; index, name and row status stay.
+ */
+void set_platform_defaults(PlatformEntry *row);
 
 // ---- Module state. A 2k bitmap holds VSANs 1 to 2048, a 4k bitmap VSANs 2049 to 4096.
 

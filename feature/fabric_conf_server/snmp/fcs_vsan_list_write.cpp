@@ -27,7 +27,7 @@ int fcs_reserve_vsan_list(const VsanListLimits &limits, const VsanHalf &half, co
     return refusal;
   }
   if (!may_write(half, value, length, name, name_length)) {
-    agent_log_set_error(0x4049002C, 584);
+    agent_log_set_error(AGENT_VSAN_NOT_ALLOWED, 584);
     FCS_DETAIL_AS(handler, "%s:%s\n", limits.not_writable);
     return SNMP_ERR_NOTWRITABLE;
   }

@@ -4,6 +4,7 @@
 #include "platform/errno_text.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 
@@ -24,9 +25,14 @@ int fcs_check_value(const FcsWriteLimits &limits, const char *handler, u_char ty
     FCS_DETAIL_AS(handler, "%s:%s\n", limits.wrong_type);
     return SNMP_ERR_WRONGTYPE;
   }
-  if (length > limits.max_length) {
+  if (length < limits.min_length || length > limits.max_length) {
+    if (limits.length_traced_first) {
+      FCS_DETAIL_AS(handler, "%s:%s\n", limits.bad_length);
+    }
     fprintf(stderr, "write to %s: bad length\n", limits.object);
-    FCS_DETAIL_AS(handler, "%s:%s\n", limits.bad_length);
+    if (!limits.length_traced_first) {
+      FCS_DETAIL_AS(handler, "%s:%s\n", limits.bad_length);
+    }
     return SNMP_ERR_WRONGLENGTH;
   }
   return SNMP_ERR_NOERROR;
@@ -42,4 +48,8 @@ void fcs_report_set_error(int32_t code) {
   set_error_record.code = code;
   snprintf(set_error_record.text, sizeof(set_error_record.text), "%s", errno_text(code));
   agent_log_error(&set_error_record);
+}
+
+const char *fcs_exchange_error_text(int32_t result) {
+  return result == -1 ? strerror(errno) : errno_text(result);
 }

@@ -36,6 +36,8 @@ struct FcsWriteLimits {
   size_t max_length;
   const char *wrong_type; ///< The handler's traces, without its name.
   const char *bad_length;
+  size_t min_length = 0;
+  bool length_traced_first = false; ///< Whether a bad length is traced before it is written.
 };
 
 /**
@@ -50,3 +52,20 @@ uint32_t fcs_value_word(const u_char *value, size_t length);
 
 /** Reports error `code` of a write to the agent host's log, with its text. */
 void fcs_report_set_error(int32_t code);
+
+/** What events say of a failed fcs_set_data: the system's text when the exchange itself failed. */
+const char *fcs_exchange_error_text(int32_t result);
+
+/** One call of the write handler of a row's column. */
+struct FcsRowWrite {
+  const char *handler; ///< Its name, for the traces.
+  int action;
+  const u_char *value;
+  u_char type;
+  size_t length;
+  u_char *current; ///< What the read handler returned for the instance; null when it is no row.
+  oid *name;
+  size_t name_length;
+
+  int32_t integer() const { return static_cast<int32_t>(fcs_value_word(value, length)); }
+};

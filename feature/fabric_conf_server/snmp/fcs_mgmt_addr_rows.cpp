@@ -1,0 +1,58 @@
+/** Management addresses: creating and deleting rows. */
+#include "fcs_config_lookup.h"
+#include "fcs_mib.h"
+#include "fcs_pending_rows.h"
+
+namespace {
+
+void trace_failure(int32_t /*status*/, const char *error) {
+  FCS_EVENT("Setting of mgmt addr fails witherror : %s\n", error);
+}
+
+constexpr FcsAssembledTable<MgmtAddrEntry> kTable = {
+    .record_id = FCS_REC_MGMT_ADDR,
+    .store = &temp_mgmt_addr_table,
+    .lookup = header_fcs_mgmt_addr_table,
+    .length = &MgmtAddrEntry::address_length,
+    .octets = &MgmtAddrEntry::address,
+    .text = {.limits = {"fcsMgmtAddr", ASN_OCTET_STR, 255, "wrong type", "bad length"},
+             .refuse = nullptr,
+             .set_defaults = nullptr,
+             .live = "inconsistent val",
+             .not_pending = "ptr null",
+             .no_status = "row st 0",
+             .reserved = "exit rev2"},
+    // A bad length of the RowStatus is deliberately traced before it is written, unlike all others.
+    .status = {.limits = {.value = {.object = "fcsMgmtAddrRowStatus",
+                                    .type = ASN_INTEGER,
+                                    .max_length = 4,
+                                    .wrong_type = "wrong type",
+                                    .bad_length = "wrong length",
+                                    .length_traced_first = true},
+                          .unknown = "inconsis val",
+                          .taken = "inval val",
+                          .taken_on_stderr = true},
+               .authorize = nullptr,
+               .live = "inconsis val",
+               .reserved = "exit rev2",
+               .not_acted_on = "inconsistent val",
+               .trace_failure = trace_failure},
+};
+
+} // namespace
+
+int mgmt_addr_cmp(const void *a, const void *b) {
+  return fcs_compare_row_keys(a, b);
+}
+
+int write_fcsMgmtAddr(int action, u_char *value, u_char type, size_t length, u_char *current,
+                      oid *name, size_t name_length) {
+  return fcs_write_text(kTable,
+                        {__func__, action, value, type, length, current, name, name_length});
+}
+
+int write_fcsMgmtAddrRowStatus(int action, u_char *value, u_char type, size_t length,
+                               u_char *current, oid *name, size_t name_length) {
+  return fcs_write_status(kTable,
+                          {__func__, action, value, type, length, current, name, name_length});
+}
