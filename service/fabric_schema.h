@@ -9,7 +9,9 @@ namespace fcs {
 /** Tells a store of this service from other databases: "FCSf". */
 constexpr int kApplicationId = 0x46435366;
 /** Changes with every change of the tables. */
-constexpr int kSchemaVersion = 3;
+constexpr int kSchemaVersion = 4;
+/** The first version that can be brought up to date. */
+constexpr int kOldestSchemaVersion = 2;
 
 /**
  * The counts in `vsan` are kept by whoever adds or removes rows, because counting a large fabric
@@ -126,7 +128,7 @@ CREATE TABLE mgmt_addr (
 ) STRICT, WITHOUT ROWID;
 )";
 
-/** What the service itself is told to do; a new fabric leaves it as it is. Came with version 3. */
+/** What the service itself is told to do; a new fabric leaves it as it is. */
 constexpr char kSettingsSchema[] = R"(
 CREATE TABLE settings (
   id INTEGER PRIMARY KEY CHECK (id = 1),
@@ -136,5 +138,17 @@ CREATE TABLE settings (
 ) STRICT;
 INSERT INTO settings VALUES (1, 900, 1, 1);
 )";
+
+/** Leads from a management address to the elements that have it. */
+constexpr char kElementAddressIndex[] = R"(
+CREATE INDEX element_mgmt_addr_list ON element (mgmt_addr_list) WHERE mgmt_addr_list <> 0;
+)";
+
+/** What has come since the oldest version, in its order. */
+struct SchemaAddition {
+  int version; ///< The first that has it.
+  const char *sql;
+};
+constexpr SchemaAddition kSchemaAdditions[] = {{3, kSettingsSchema}, {4, kElementAddressIndex}};
 
 } // namespace fcs

@@ -25,7 +25,7 @@ void create_file(const std::string &path) {
   }
 }
 
-/** Makes the tables of a new store, or those that a store of version 2 does not have yet. */
+/** Makes the tables of a new store, or what a store of an older version does not have yet. */
 void create_tables(Database &database) {
   WriteTransaction transaction(database);
   // Another program may have been quicker.
@@ -37,10 +37,12 @@ void create_tables(Database &database) {
     database.execute(kSchema);
     database.execute(("PRAGMA application_id = " + std::to_string(kApplicationId)).c_str());
   }
-  if (version != kSchemaVersion) {
-    database.execute(kSettingsSchema);
-    database.execute(("PRAGMA user_version = " + std::to_string(kSchemaVersion)).c_str());
+  for (const SchemaAddition &addition : kSchemaAdditions) {
+    if (version < addition.version) {
+      database.execute(addition.sql);
+    }
   }
+  database.execute(("PRAGMA user_version = " + std::to_string(kSchemaVersion)).c_str());
   transaction.commit();
 }
 
@@ -50,7 +52,7 @@ void prepare_database(Database &database, std::chrono::milliseconds busy_wait) {
   if (version != 0 && single(database, "PRAGMA application_id") != kApplicationId) {
     throw std::runtime_error("it is a database of another program");
   }
-  if (version == 0 || version == 2) {
+  if (version == 0 || (version >= kOldestSchemaVersion && version < kSchemaVersion)) {
     create_tables(database);
     version = single(database, "PRAGMA user_version");
   }
@@ -58,7 +60,8 @@ void prepare_database(Database &database, std::chrono::milliseconds busy_wait) {
     throw std::runtime_error("it has the schema version " + std::to_string(version) +
                              ", this program knows version " + std::to_string(kSchemaVersion));
   }
-  database.execute("PRAGMA journal_mode = WAL; PRAGMA synchronous = FULL;"
+  // EXTRA makes a commit durable on file systems that have no WAL, too.
+  database.execute("PRAGMA journal_mode = WAL; PRAGMA synchronous = EXTRA;"
                    "PRAGMA journal_size_limit = 16777216; PRAGMA cache_size = -16384;");
 }
 
