@@ -44,9 +44,6 @@ constexpr HidingTable kPorts = {
 constexpr HidingTable kPortLists = {"t.port_list, t.name", "port", "port_list", from_next_list};
 constexpr HidingTable kAttachedNames = {"t.list, t.name", "attached_name", "list", from_next_list};
 
-/** RowStatus active: rows that are being created are not in the store. */
-constexpr uint32_t kActive = 1;
-
 std::string exact_sql(const std::string &select, const std::string &key,
                       const std::string &parameters) {
   return select + " WHERE (" + key + ") = (" + parameters + ")";
@@ -99,7 +96,7 @@ MgmtAddrEntry read_mgmt_addr(const Rows &rows) {
   entry.address_index = columns.signed_word();
   entry.address_length = columns.octets(entry.address);
   entry.config_source = columns.word();
-  entry.row_status = kActive;
+  entry.row_status = FCS_ROW_ACTIVE;
   return entry;
 }
 
@@ -144,7 +141,7 @@ PlatformEntry read_platform(const Rows &rows) {
   entry.mgmt_addr_list_index = columns.word();
   entry.config_source = columns.word();
   entry.validation_result = columns.word();
-  entry.row_status = kActive;
+  entry.row_status = FCS_ROW_ACTIVE;
   return entry;
 }
 

@@ -1,6 +1,7 @@
 /**
  * fcsd: the FCS service. Owns the fabric and answers the SNMP module's requests.
  */
+#include "service/configuration.h"
 #include "service/defaults.h"
 #include "service/discovery.h"
 #include "service/fabric_json.h"
@@ -104,8 +105,10 @@ void serve(const Options &options) {
   // Before the import: what that brings in progress is no leftover.
   fcs::Discovery discovery(store, notifications, options.time_scale);
   import_initial_fabric(store, options.fabric, stop.get());
+  fcs::Configuration configuration(store, notifications);
   const fcs::FabricTotals totals = store.totals();
-  fcs::Server server({listener, store, discovery, notifications}, {geteuid(), group});
+  fcs::Server server({listener, store, discovery, configuration, notifications},
+                     {geteuid(), group});
   fcs::log_line("ready: socket %s, store %s with %u VSANs, %u elements, %u ports, %u platforms",
                 listener.path().c_str(), store.path().c_str(), totals.vsans, totals.elements,
                 totals.ports, totals.platforms);

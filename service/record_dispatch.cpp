@@ -14,6 +14,7 @@ constexpr uint32_t bit(FcsOperation operation) {
 }
 constexpr uint32_t kGet = bit(FCS_OP_GET);
 constexpr uint32_t kRead = kGet | bit(FCS_OP_GETNEXT);
+constexpr uint32_t kWrite = bit(FCS_OP_SET) | bit(FCS_OP_DELETE);
 
 /** How a table tells that no row follows. */
 enum class PastEnd {
@@ -33,13 +34,13 @@ template <typename Record> Answer write_record(const Record &record, std::span<u
  */
 template <typename Key, typename Record, bool (FabricRows::*find)(Lookup, const Key &, Record &),
           PastEnd past_end>
-Answer answer_row(FabricStore &store, FcsOperation operation, const uint8_t *request,
+Answer answer_row(const RequestContext &context, FcsOperation operation, const uint8_t *request,
                   std::span<uint8_t> room) {
   Key key{};
   std::memcpy(&key, request, sizeof(key));
   Record record{};
   const Lookup lookup = operation == FCS_OP_GETNEXT ? Lookup::kNext : Lookup::kExact;
-  if ((store.rows().*find)(lookup, key, record)) {
+  if ((context.store.rows().*find)(lookup, key, record)) {
     return write_record(record, room);
   }
   if (lookup == Lookup::kNext && past_end == PastEnd::kRecord) {
@@ -51,9 +52,18 @@ Answer answer_row(FabricStore &store, FcsOperation operation, const uint8_t *req
 
 /** A record without a key that is one word. */
 template <uint32_t (FabricStore::*count)()>
-Answer answer_word(FabricStore &store, FcsOperation /*operation*/, const uint8_t * /*request*/,
-                   std::span<uint8_t> room) {
-  return write_record((store.*count)(), room);
+Answer answer_word(const RequestContext &context, FcsOperation /*operation*/,
+                   const uint8_t * /*request*/, std::span<uint8_t> room) {
+  return write_record((context.store.*count)(), room);
+}
+
+/** A row to be set or deleted, answered by the result alone. */
+template <typename Entry>
+Answer apply_row(const RequestContext &context, FcsOperation operation, const uint8_t *request,
+                 std::span<uint8_t> /*room*/) {
+  Entry entry{};
+  std::memcpy(&entry, request, sizeof(entry));
+  return {context.configuration.apply(operation, entry, context.user), 0};
 }
 
 /** A record that is served, with the operations and the request that its handler takes. */
@@ -61,9 +71,14 @@ struct ServedRecord {
   FcsRecordId id;
   uint32_t operations;
   uint32_t request_length;
-  Answer (*answer)(FabricStore &store, FcsOperation operation, const uint8_t *request,
+  Answer (*answer)(const RequestContext &context, FcsOperation operation, const uint8_t *request,
                    std::span<uint8_t> room);
 };
+
+/** A record whose rows are set and deleted, too; both take the whole record. */
+template <typename Entry> constexpr ServedRecord written(FcsRecordId id) {
+  return {id, kWrite, sizeof(Entry), apply_row<Entry>};
+}
 
 constexpr ServedRecord kServed[] = {
     {FCS_REC_DISCOVERY_STATUS, kRead, sizeof(uint32_t),
@@ -73,6 +88,7 @@ constexpr ServedRecord kServed[] = {
      answer_row<IeKey, IeEntry, &FabricRows::find_element, PastEnd::kRecord>},
     {FCS_REC_MGMT_ADDR, kRead, sizeof(MgmtAddrEntry),
      answer_row<MgmtAddrEntry, MgmtAddrEntry, &FabricRows::find_mgmt_addr, PastEnd::kResult>},
+    written<MgmtAddrEntry>(FCS_REC_MGMT_ADDR),
     {FCS_REC_PORT_LIST, kRead, sizeof(FcsPortListRecord),
      answer_row<FcsPortListRecord, FcsPortListRecord, &FabricRows::find_port_list_entry,
                 PastEnd::kRecord>},
@@ -83,8 +99,10 @@ constexpr ServedRecord kServed[] = {
                 PastEnd::kRecord>},
     {FCS_REC_PLATFORM, kRead, sizeof(PlatformKey),
      answer_row<PlatformKey, PlatformEntry, &FabricRows::find_platform, PastEnd::kResult>},
+    written<PlatformEntry>(FCS_REC_PLATFORM),
     {FCS_REC_NODE_NAME, kRead, sizeof(NodeNameEntry),
      answer_row<NodeNameEntry, NodeNameEntry, &FabricRows::find_node_name, PastEnd::kResult>},
+    written<NodeNameEntry>(FCS_REC_NODE_NAME),
     {FCS_REC_STATISTICS, kRead, sizeof(uint32_t),
      answer_row<uint32_t, FcsStatsRecord, &FabricRows::find_statistics, PastEnd::kResult>},
     {FCS_REC_TOTAL_REJECTS, kGet, 0, answer_word<&FabricStore::total_rejects>},
@@ -95,15 +113,15 @@ constexpr ServedRecord kServed[] = {
     {FCS_REC_COMPLETE_TRAP, kGet, 0, answer_word<&FabricStore::wants_complete_notifications>},
 };
 
-Answer run(const ServedRecord &record, FabricStore &store, uint32_t operation, Octets request,
-           std::span<uint8_t> room) {
+Answer run(const ServedRecord &record, const RequestContext &context, uint32_t operation,
+           Octets request, std::span<uint8_t> room) {
   if (request.size() != record.request_length) {
     return {FCS_ERR_BAD_LENGTH, 0};
   }
   try {
-    return record.answer(store, static_cast<FcsOperation>(operation), request.data(), room);
+    return record.answer(context, static_cast<FcsOperation>(operation), request.data(), room);
   } catch (const SqliteError &error) {
-    log_line("cannot read the store %s for record %d: %s", store.path().c_str(), record.id,
+    log_line("cannot use the store %s for record %d: %s", context.store.path().c_str(), record.id,
              error.what());
     return {FCS_ERR_STORE, 0};
   }
@@ -111,7 +129,7 @@ Answer run(const ServedRecord &record, FabricStore &store, uint32_t operation, O
 
 } // namespace
 
-Answer answer_request(FabricStore &store, uint32_t operation, Octets request,
+Answer answer_request(const RequestContext &context, uint32_t operation, Octets request,
                       std::span<uint8_t> room) {
   uint32_t id = 0;
   if (request.size() < sizeof(id)) {
@@ -124,7 +142,7 @@ Answer answer_request(FabricStore &store, uint32_t operation, Octets request,
       continue;
     }
     if (operation < 32 && (record.operations & 1U << operation) != 0) {
-      return run(record, store, operation, request.subspan(sizeof(id)), room);
+      return run(record, context, operation, request.subspan(sizeof(id)), room);
     }
     fault = FCS_ERR_BAD_OPERATION;
   }

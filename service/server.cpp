@@ -30,12 +30,17 @@ const char *purpose_name(uint32_t purpose) {
   }
 }
 
+/** The user's name, which a client may have left without its NUL. */
+std::string_view user_of(const ipc_wire::FrameHeader &header) {
+  return {header.user, strnlen(header.user, sizeof(header.user))};
+}
+
 } // namespace
 
 Server::Server(const Parts &parts, PeerPolicy policy)
     : listener_(parts.listener), store_(parts.store), discovery_(parts.discovery),
-      notifications_(parts.notifications), policy_(policy), started_(Clock::now()),
-      accept_again_(started_) {}
+      configuration_(parts.configuration), notifications_(parts.notifications), policy_(policy),
+      started_(Clock::now()), accept_again_(started_) {}
 
 void Server::run(int stop_fd) {
   for (;;) {
@@ -209,7 +214,8 @@ Answer Server::answer(const Client &client, Octets payload) {
     return answer_control(payload);
   }
   if (request_.header.opcode == FCS_MSG_REQUEST) {
-    return answer_request(store_, request_.header.flag, payload, reply_.payload);
+    return answer_request({store_, configuration_, user_of(request_.header)}, request_.header.flag,
+                          payload, reply_.payload);
   }
   return answer_message(kAgentMessages, {store_, discovery_}, request_.header, payload,
                         reply_.payload);

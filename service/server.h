@@ -4,6 +4,7 @@
 #pragma once
 
 #include "platform/linux/ipc_wire.h"
+#include "service/configuration.h"
 #include "service/discovery.h"
 #include "service/fabric_store.h"
 #include "service/listener.h"
@@ -32,6 +33,7 @@ public:
     Listener &listener;
     FabricStore &store;
     Discovery &discovery;
+    Configuration &configuration;
     NotificationQueue &notifications; ///< Wait here for as long as no client takes them.
   };
 
@@ -74,6 +76,7 @@ private:
   Listener &listener_;
   FabricStore &store_;
   Discovery &discovery_;
+  Configuration &configuration_;
   NotificationQueue &notifications_;
   PeerPolicy policy_;
   Clock::time_point started_;

@@ -63,14 +63,19 @@ enum FcsRecordId : uint32_t {
  */
 enum FcsResult : int32_t {
   FCS_OK = 0,
-  FCS_ERR_NO_SUCH_RECORD = 1, ///< The service does not serve this record id or opcode.
-  FCS_ERR_NO_SUCH_ROW = 2,    ///< No row has this key, or none follows it.
-  FCS_ERR_BAD_LENGTH = 3,     ///< The request is shorter or longer than its record.
-  FCS_ERR_BAD_OPERATION = 4,  ///< The record does not take this operation.
-  FCS_ERR_STORE = 5,          ///< The service could not read or write its store.
-  FCS_ERR_UNKNOWN_VSAN = 6,   ///< The fabric has no such VSAN.
-  FCS_ERR_BAD_VALUE = 7,      ///< A word of the request is outside its range.
-  FCS_ERR_IN_PROGRESS = 8,    ///< A discovery of the VSAN is in progress, which forbids this.
+  FCS_ERR_NO_SUCH_RECORD = 1,       ///< The service does not serve this record id or opcode.
+  FCS_ERR_NO_SUCH_ROW = 2,          ///< No row has this key, or none follows it.
+  FCS_ERR_BAD_LENGTH = 3,           ///< The request is shorter or longer than its record.
+  FCS_ERR_BAD_OPERATION = 4,        ///< The record does not take this operation.
+  FCS_ERR_STORE = 5,                ///< The service could not read or write its store.
+  FCS_ERR_UNKNOWN_VSAN = 6,         ///< The fabric has no such VSAN.
+  FCS_ERR_BAD_VALUE = 7,            ///< A word of the request is outside its range.
+  FCS_ERR_IN_PROGRESS = 8,          ///< A discovery of the VSAN is in progress, which forbids this.
+  FCS_ERR_ROW_EXISTS = 9,           ///< A row that was to be created is there already.
+  FCS_ERR_PLATFORM_NAME_TAKEN = 10, ///< Another platform of the VSAN has this name.
+  FCS_ERR_NODE_NAME_TAKEN = 11,     ///< Another list has this node name.
+  FCS_ERR_BAD_PLATFORM_NAME = 12,   ///< A platform's name has no octets, or a blank among them.
+  FCS_ERR_EMPTY_ADDRESS = 13,       ///< A management address has no octets.
 };
 
 /** First VSAN or list index word of an answer that says: no row follows. */
@@ -182,14 +187,23 @@ struct FcsAttachPortRecord {
 };
 static_assert(offsetof(FcsAttachPortRecord, name) == 4 && sizeof(FcsAttachPortRecord) == 16);
 
-/** Record 30, request and answer: a management address. */
+/** Status word of a row: that of every answer, and what a request to set the row asks for. */
+enum FcsRowStatus : uint32_t {
+  FCS_ROW_ACTIVE = 1,        ///< Change the row, which has to be there.
+  FCS_ROW_CREATE_AND_GO = 4, ///< Create the row, which must not be there.
+};
+
+/**
+ * Record 30, request and answer: a management address. Deleting takes its key words alone, as does
+ * reading; setting stores the row as configured, whatever its configuration source says.
+ */
 struct MgmtAddrEntry {
   int32_t list_index;
   int32_t address_index;
   uint8_t address_length;
   uint8_t address[255];
   uint32_t config_source; ///< Nonzero: set by configuration.
-  uint32_t row_status;
+  uint32_t row_status;    ///< FcsRowStatus.
 };
 static_assert(offsetof(MgmtAddrEntry, address_index) == 4);
 static_assert(offsetof(MgmtAddrEntry, address_length) == 8);
@@ -205,7 +219,18 @@ struct PlatformKey {
 };
 static_assert(offsetof(PlatformKey, platform_index) == 4 && sizeof(PlatformKey) == 8);
 
-/** Record 70, answer: a platform. */
+/** What the last validation of a platform has found. */
+enum FcsValidationResult : uint32_t {
+  FCS_NOT_VALIDATED = 1, ///< Not validated since it was last set.
+  FCS_VALID = 2,
+  FCS_INVALID = 3, ///< It refers to a list that has no rows.
+};
+
+/**
+ * Record 70, answer, and request to set or delete: a platform. Deleting takes its key words alone.
+ * Setting stores the row as configured; configuration source and validation result are the
+ * service's to say, and its type 0 stands for unknown.
+ */
 struct PlatformEntry {
   int32_t vsan;
   int32_t platform_index;
@@ -214,10 +239,10 @@ struct PlatformEntry {
   uint32_t type; ///< The service's platform type.
   uint32_t node_name_list_index;
   uint32_t mgmt_addr_list_index;
-  uint32_t config_source; ///< Nonzero: set by configuration.
-  uint32_t validation_result;
-  uint32_t validation_request;
-  uint32_t row_status;
+  uint32_t config_source;      ///< Nonzero: set by configuration.
+  uint32_t validation_result;  ///< FcsValidationResult.
+  uint32_t validation_request; ///< 1: validate the row as it is set; 0, as in answers: do not.
+  uint32_t row_status;         ///< FcsRowStatus.
 };
 static_assert(offsetof(PlatformEntry, platform_index) == 4);
 static_assert(offsetof(PlatformEntry, name_length) == 8);
@@ -231,7 +256,7 @@ static_assert(offsetof(PlatformEntry, validation_request) == 284);
 static_assert(offsetof(PlatformEntry, row_status) == 288);
 static_assert(sizeof(PlatformEntry) == 292);
 
-/** Record 80, request and answer: a node name of a list. */
+/** Record 80, request and answer: a node name of a list. Setting creates the row. */
 struct NodeNameEntry {
   int32_t list_index;
   uint8_t name[FCS_WWN_LENGTH];

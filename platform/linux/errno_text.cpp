@@ -20,6 +20,11 @@ constexpr ErrorText kTexts[] = {
     {FCS_ERR_UNKNOWN_VSAN, "the fabric has no such VSAN"},
     {FCS_ERR_BAD_VALUE, "a value is outside its range"},
     {FCS_ERR_IN_PROGRESS, "a discovery is in progress on the VSAN"},
+    {FCS_ERR_ROW_EXISTS, "the row exists already"},
+    {FCS_ERR_PLATFORM_NAME_TAKEN, "another platform of the VSAN has this name"},
+    {FCS_ERR_NODE_NAME_TAKEN, "another list has this node name"},
+    {FCS_ERR_BAD_PLATFORM_NAME, "the platform name is empty or contains a blank"},
+    {FCS_ERR_EMPTY_ADDRESS, "the management address is empty"},
 };
 
 } // namespace

@@ -3,12 +3,17 @@
  */
 #pragma once
 
+#include "service/configuration.h"
 #include "service/fabric_store.h"
 #include "service/fd.h"
+#include "service/record_dispatch.h"
 
+#include <array>
 #include <chrono>
+#include <cstring>
 #include <filesystem>
 #include <functional>
+#include <gtest/gtest.h>
 #include <string>
 #include <sys/types.h>
 #include <vector>
@@ -24,6 +29,30 @@ public:
 
 private:
   std::filesystem::path path_;
+};
+
+/** A store of its own, and what answers record requests out of it. */
+class ServedStore : public testing::Test {
+protected:
+  fcs::Answer ask(uint32_t operation, fcs::Octets request) {
+    room_.fill(0xAA);
+    return fcs::answer_request({store_, configuration_, "admin"}, operation, request, room_);
+  }
+
+  /** The answer's record, if it has its length. */
+  template <typename Record> Record record(const fcs::Answer &answer) {
+    Record copy{};
+    EXPECT_EQ(answer.result, FCS_OK);
+    EXPECT_EQ(answer.length, sizeof(copy));
+    std::memcpy(&copy, room_.data(), sizeof(copy));
+    return copy;
+  }
+
+  TempDir dir_;
+  fcs::FabricStore store_{dir_.path("fabric.db"), std::chrono::milliseconds(100)};
+  fcs::NotificationQueue notifications_;
+  fcs::Configuration configuration_{store_, notifications_};
+  std::array<uint8_t, FCS_MESSAGE_ROOM> room_{};
 };
 
 /** Imports a description into the store; the result is the error, empty for success. */

@@ -180,6 +180,25 @@ TEST_F(LiveService, StopsCleanlyAndStartsAnew) {
   EXPECT_FALSE(std::filesystem::exists(socket_));
 }
 
+TEST_F(LiveService, KeepsWhatItHasAcknowledged) {
+  const std::vector<uint32_t> new_name = {FCS_REC_NODE_NAME, 77, 0x5e000120, 0x01015300, 0, 0};
+  {
+    Client client(socket_);
+    ASSERT_EQ(client.greet(ipc_wire::kExchange), "");
+    EXPECT_EQ(client.ask(FCS_MSG_REQUEST, FCS_OP_SET, new_name), FCS_OK);
+    EXPECT_EQ(service_.finish(SIGKILL), 128 + SIGKILL);
+  }
+  const std::string row = "node name 20:01:00:5e:00:53:01:01 of list 77";
+  EXPECT_TRUE(service_.logs("user \"operator?2\": " + row + " created\n")) << service_.log();
+  const Process again(command(), dir_.path("log-2"));
+  EXPECT_TRUE(again.logs("ready: "));
+  Client client(socket_);
+  ASSERT_EQ(client.greet(ipc_wire::kExchange), "");
+  EXPECT_EQ(client.ask(FCS_MSG_REQUEST, FCS_OP_GET, new_name), FCS_OK);
+  EXPECT_EQ(client.ask(FCS_MSG_REQUEST, FCS_OP_SET, new_name), FCS_ERR_ROW_EXISTS);
+  EXPECT_TRUE(again.logs("user \"operator?2\": " + row + " not created: the row exists already\n"));
+}
+
 TEST_F(LiveService, LeavesAStoppedButLivingServiceItsSocket) {
   kill(service_.pid(), SIGSTOP);
   const Outcome second = run(command());

@@ -1,13 +1,11 @@
 #include "fixtures.h"
 
 #include "service/fabric_writer.h"
-#include "service/record_dispatch.h"
 
 #include <algorithm>
 #include <array>
 #include <bit>
 #include <cstring>
-#include <gtest/gtest.h>
 #include <map>
 #include <random>
 #include <set>
@@ -48,7 +46,7 @@ constexpr Table kAttachedNames = {
 constexpr Table kPlatforms = {70, 2, 0, sizeof(PlatformKey), sizeof(PlatformEntry), false};
 constexpr Table kNodeNames = {80, 1, 8, sizeof(NodeNameEntry), sizeof(NodeNameEntry), false};
 
-class Rows : public testing::Test {
+class Rows : public ServedStore {
 protected:
   /** Asks with the key and what has been left behind it; words are native in requests. */
   fcs::Answer ask(const Table &table, uint32_t operation, const Key &key) {
@@ -58,8 +56,7 @@ protected:
       const size_t in_words = i < table.words * 4 && kLittle ? i - i % 4 + 3 - i % 4 : i;
       request[sizeof(uint32_t) + in_words] = key[i];
     }
-    room_.fill(0xAA);
-    return fcs::answer_request(store_, operation, request, room_);
+    return ServedStore::ask(operation, request);
   }
 
   Key answered_key(const Table &table) const {
@@ -120,16 +117,10 @@ protected:
   }
 
   template <typename Record> Record record(const Table &table, const Key &key) {
-    Record row{};
-    EXPECT_EQ(ask(table, FCS_OP_GET, key).result, FCS_OK);
-    std::memcpy(&row, room_.data(), sizeof(row));
-    return row;
+    return ServedStore::record<Record>(ask(table, FCS_OP_GET, key));
   }
 
   static constexpr bool kLittle = std::endian::native == std::endian::little;
-  TempDir dir_;
-  fcs::FabricStore store_{dir_.path("fabric.db"), std::chrono::milliseconds(100)};
-  std::array<uint8_t, FCS_MESSAGE_ROOM> room_{};
 };
 
 /** A fabric whose names and list indexes come in no order, and what of it can be seen. */
@@ -179,6 +170,7 @@ private:
     for (uint32_t i = below(4); i > 0; --i) {
       add_element(id, i == local, i == local || !local_only);
     }
+    writer_.count_rows(id);
   }
 
   void add_element(uint32_t vsan, bool local, bool shown) {
@@ -219,6 +211,10 @@ TEST_F(Rows, LocalOnlyVsansHideWhatIsNotLocal) {
     for (const Table &table : {kElements, kPortLists, kPorts, kAttachedNames}) {
       expect_rows(table, fabric.visible[table.id], fabric.hidden[table.id]);
     }
+    EXPECT_EQ(store_.visible_elements(), fabric.visible[20].size());
+    EXPECT_EQ(store_.visible_ports(), fabric.visible[50].size());
+    EXPECT_EQ(store_.totals().elements, fabric.visible[20].size() + fabric.hidden[20].size());
+    EXPECT_EQ(store_.totals().ports, fabric.visible[50].size() + fabric.hidden[50].size());
     EXPECT_FALSE(fabric.hidden[60].empty());
     EXPECT_FALSE(fabric.visible[60].empty());
     if (HasFailure()) {

@@ -19,6 +19,9 @@
 /** A client of the service. Receiving has a deadline of five seconds. */
 class Client {
 public:
+  /** Who asks: somebody who tries to start a line of their own in the log. */
+  static constexpr char kUser[64] = "operator\n2";
+
   explicit Client(const std::string &path) : fd_(ipc_wire::connect_to(path, 0)) {
     EXPECT_TRUE(fd_) << std::strerror(errno);
     const timeval patience{5, 0};
@@ -50,6 +53,7 @@ public:
     frame.header.sequence = ++sequence_;
     frame.header.opcode = opcode;
     frame.header.flag = flag;
+    std::memcpy(frame.header.user, kUser, sizeof(kUser));
     std::ranges::copy(std::as_bytes(std::span(payload)),
                       reinterpret_cast<std::byte *>(frame.payload));
     send(&frame, sizeof(frame.header) + payload.size() * 4);
