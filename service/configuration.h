@@ -20,22 +20,22 @@ namespace fcs {
  */
 class Configuration {
 public:
-  /** Store and notifications have to outlive this; these take the changes of elements' addresses.
-   */
+  /** \param notifications takes the changes of elements' addresses; has to outlive this, as has the
+   * store. */
   Configuration(FabricStore &store, NotificationQueue &notifications);
 
   /**
    * Does what a request to set or delete a row asks for, and logs it.
    * \param operation FCS_OP_SET or FCS_OP_DELETE.
    * \param user who asks, for the log.
-   * \return FCS_ERR_BAD_VALUE, FCS_ERR_ROW_EXISTS, FCS_ERR_NO_SUCH_ROW and
-   * FCS_ERR_EMPTY_ADDRESS for management addresses.
+   * \return FCS_OK; FCS_ERR_BAD_VALUE, FCS_ERR_ROW_EXISTS or FCS_ERR_NO_SUCH_ROW; for a management
+   * address also FCS_ERR_EMPTY_ADDRESS.
    */
   FcsResult apply(FcsOperation operation, const MgmtAddrEntry &entry, std::string_view user);
-  /** The same for platforms; moreover FCS_ERR_UNKNOWN_VSAN, FCS_ERR_BAD_PLATFORM_NAME and
+  /** For a platform also FCS_ERR_UNKNOWN_VSAN, FCS_ERR_BAD_PLATFORM_NAME or
    * FCS_ERR_PLATFORM_NAME_TAKEN. */
   FcsResult apply(FcsOperation operation, const PlatformEntry &entry, std::string_view user);
-  /** The same for node names; moreover FCS_ERR_NODE_NAME_TAKEN. */
+  /** For a node name also FCS_ERR_NODE_NAME_TAKEN. */
   FcsResult apply(FcsOperation operation, const NodeNameEntry &entry, std::string_view user);
 
 private:
