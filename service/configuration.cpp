@@ -12,9 +12,6 @@ namespace fcs {
 
 namespace {
 
-/** Platform type unknown, for which a row in the making has a 0. */
-constexpr uint32_t kUnknownPlatform = 1;
-
 bool is_index(int32_t index) {
   return index > 0;
 }
@@ -159,10 +156,9 @@ FcsResult Configuration::set(const PlatformEntry &entry) {
   const auto vsan = static_cast<uint32_t>(entry.vsan);
   const auto index = static_cast<uint32_t>(entry.platform_index);
   store_.delete_platform(vsan, index);
-  store_.add(Platform{vsan, index, std::string(text_of(name_of(entry))),
-                      entry.type == 0 ? kUnknownPlatform : entry.type, entry.node_name_list_index,
-                      entry.mgmt_addr_list_index, true,
-                      entry.validation_request != 0 ? validate(entry) : FCS_NOT_VALIDATED});
+  store_.add(Platform{vsan, index, std::string(text_of(name_of(entry))), entry.type,
+                      entry.node_name_list_index, entry.mgmt_addr_list_index, true,
+                      validation_result(entry)});
   return FCS_OK;
 }
 
@@ -192,6 +188,16 @@ FcsResult Configuration::platform_fault(const PlatformEntry &entry) {
     return FCS_ERR_BAD_PLATFORM_NAME;
   }
   return store_.has_platform_named(vsan, name) ? FCS_ERR_PLATFORM_NAME_TAKEN : FCS_OK;
+}
+
+/** What is known of the row as it is set: a new one may come without so much as a result. */
+FcsValidationResult Configuration::validation_result(const PlatformEntry &entry) {
+  if (entry.validation_request != 0) {
+    return validate(entry);
+  }
+  return entry.row_status == FCS_ROW_CREATE_AND_GO && entry.validation_result == FCS_NO_RESULT
+             ? FCS_NO_RESULT
+             : FCS_NOT_VALIDATED;
 }
 
 /** Whether every list that the platform refers to has rows. */

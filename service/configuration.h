@@ -47,6 +47,7 @@ private:
   FcsResult remove(const NodeNameEntry &entry);
 
   FcsResult platform_fault(const PlatformEntry &entry);
+  FcsValidationResult validation_result(const PlatformEntry &entry);
   FcsValidationResult validate(const PlatformEntry &entry);
 
   template <typename Entry>

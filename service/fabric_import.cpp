@@ -298,7 +298,7 @@ void FabricImporter::read_platform(const json &value, const Place &place, uint32
   platform.node_name_list = node_name_lists_.read(object, "nodeNameList");
   platform.mgmt_addr_list = mgmt_addr_lists_.read(object, "mgmtAddrList");
   platform.configured = object.get_or(false, "configured", read_flag);
-  platform.validation_result = object.get_or(1U, "validationResult", read_number, 1U, 3U);
+  platform.validation_result = object.get_or(1U, "validationResult", read_number, 0U, 3U);
   add_unique(place, [&] { writer_.add(platform); });
   ++totals_.platforms;
 }

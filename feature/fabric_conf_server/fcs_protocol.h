@@ -221,6 +221,7 @@ static_assert(offsetof(PlatformKey, platform_index) == 4 && sizeof(PlatformKey) 
 
 /** What the last validation of a platform has found. */
 enum FcsValidationResult : uint32_t {
+  FCS_NO_RESULT = 0,     ///< Not even that: a row that its agent has created of zeros.
   FCS_NOT_VALIDATED = 1, ///< Not validated since it was last set.
   FCS_VALID = 2,
   FCS_INVALID = 3, ///< It refers to a list that has no rows.
@@ -229,7 +230,7 @@ enum FcsValidationResult : uint32_t {
 /**
  * Record 70, answer, and request to set or delete: a platform. Deleting takes its key words alone.
  * Setting stores the row as configured; configuration source and validation result are the
- * service's to say, and its type 0 stands for unknown.
+ * service's to say, but a new row may come without type and result, which then read 0.
  */
 struct PlatformEntry {
   int32_t vsan;

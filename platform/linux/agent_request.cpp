@@ -90,13 +90,14 @@ public:
 
 /** Keeps a SET from an instance that the user may not write, before anything has changed. */
 bool is_refused(const netsnmp_agent_request_info &info, netsnmp_request_info *request) {
-  if (info.mode != MODE_SET_RESERVE1 ||
-      writable_instance_allowed(current_binding->name, current_binding->name_length)) {
+  if (writable_instance_allowed(current_binding->name, current_binding->name_length)) {
     return false;
   }
-  agent_log_role_error(AGENT_VSAN_NOT_ALLOWED);
-  // The status with which the module refuses.
-  netsnmp_request_set_error(request, SNMP_ERR_GENERR);
+  if (info.mode == MODE_SET_RESERVE1) {
+    agent_log_role_error(AGENT_VSAN_NOT_ALLOWED);
+    // The status with which the module refuses.
+    netsnmp_request_set_error(request, SNMP_ERR_GENERR);
+  }
   return true;
 }
 

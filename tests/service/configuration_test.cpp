@@ -171,10 +171,10 @@ TEST_F(ConfigurationTest, StoresRowsAsConfiguredAndSurvivesARoundTrip) {
       {kSet, address(77, 2147483647, std::string(255, '\xFF'), kChange), R"("hex": "ffffff)", 2},
       {kDelete, address(77, 2147483647), R"("index": 77)", 2},
       {kSet, address(12, 1, "y", kChange), R"("address": "y", "configured": true)", 2},
-      // The same name in another VSAN; type 0 is unknown.
+      // The same name in another VSAN, and a row of zeros.
       {kSet, platform(2, 1, "host-1", {kCreate, 0}),
-       R"({"index": 1, "name": "host-1", "type": "unknown", "nodeNameList": 0, "mgmtAddrList": 0, )"
-       R"("configured": true, "validationResult": 1})",
+       R"({"index": 1, "name": "host-1", "type": 0, "nodeNameList": 0, "mgmtAddrList": 0, )"
+       R"("configured": true, "validationResult": 0})",
        3},
       {kSet, platform(1, 2147483647, long_name), long_name, 4},
       // What an imported row has already is not judged again.

@@ -91,7 +91,7 @@ TEST_F(FabricJson, RefusesFaultyDescriptionsWithTheirPlace) {
       {port(R"("state":null)"),
        "vsans[0].elements[0].ports[0].state: must be a string or a number, not null"},
       {platform(R"("validationResult":4)"),
-       "vsans[0].platforms[0].validationResult: 4 is not within 1 to 3"},
+       "vsans[0].platforms[0].validationResult: 4 is not within 0 to 3"},
       // Octets.
       {element(R"("fabricName":"20:01")"),
        "vsans[0].elements[0].fabricName: \"20:01\" is not 8 octets in hexadecimal"},
