@@ -5,7 +5,6 @@ import random
 import signal
 import sqlite3
 import threading
-import time
 
 import pytest
 from lab import READER, ROOT, WRITER, eventually, v3
@@ -197,7 +196,7 @@ def test_roles_hold_and_the_log_says_who(lab):
         changed = put(lab, column(TYPE, 2, "7", vsan=vsan), options=operator)
         assert changed == expected
         assert (row(lab, 1, vsan) is None) == (expected == "noError")
-    assert f"fcsPlatformType.100.2 (VSAN 100) by user 'operator' refused" in lab.log()
+    assert "fcsPlatformType.100.2 (VSAN 100) by user 'operator' refused" in lab.log()
     assert put(lab, name(121, "web-1.example.net"), status(121, CREATE), options=operator) == "genError"
     assert ("fcsPlatformRowStatus.1.121 (VSAN 1) by user 'operator' failed: another platform of the VSAN has this name"
             in lab.log())

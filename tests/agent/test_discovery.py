@@ -2,7 +2,6 @@
 
 import os
 import signal
-import subprocess
 import threading
 import time
 
