@@ -363,6 +363,7 @@ TEST_F(Tables, DiscoveryStatusAndCompletion) {
     uint32_t shown; ///< Hundredths of a second.
   } completions[] = {{0, 0, 0},
                      {seconds + 50, microseconds, 5000},
+                     {seconds + 300 * 86400, microseconds, 300U * 8640000U},
                      {seconds, microseconds, 0},
                      {seconds - 50, microseconds, 0},
                      {1, 0, 0}};

@@ -3,7 +3,7 @@
 #include "fcs_trace.h"
 #include "feature/fabric_conf_server/fcs_protocol.h"
 
-#include <algorithm>
+#include <sys/time.h>
 
 namespace {
 
@@ -40,9 +40,13 @@ uint32_t uptime_at_completion(const fcs_disc_status_record &record) {
     return 0;
   }
   timeval completed = {record.completed_seconds, record.completed_microseconds};
-  // Negative, behind the unsigned type of the result, when the agent started later.
-  const auto uptime = static_cast<long>(netsnmp_timeval_uptime(&completed));
-  return static_cast<uint32_t>(std::max(0L, uptime));
+  const auto *started = static_cast<const timeval *>(netsnmp_get_agent_starttime());
+  // What lies before the start cannot be told by the sign of the difference: where a long has 32
+  // bits, eight months of hundredths do not fit.
+  if (timercmp(&completed, started, <)) {
+    return 0;
+  }
+  return static_cast<uint32_t>(netsnmp_timeval_uptime(&completed));
 }
 
 } // namespace
