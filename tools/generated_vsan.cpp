@@ -169,7 +169,10 @@ void VsanGenerator::add_switch(uint32_t index) {
   std::string info("Zephrin\0", 8);
   info += element.local ? "Director" : "Edge Switch";
   info += '\0';
-  info += "4." + std::to_string(dice_.below(4)) + "." + std::to_string(dice_.below(9));
+  // Two throws in one expression would come in an order of the compiler's own.
+  const uint32_t patch = dice_.below(9);
+  const uint32_t minor = dice_.below(4);
+  info += "4." + std::to_string(minor) + "." + std::to_string(patch);
   std::ranges::copy(info, entry.info_list);
   entry.port_list_index = list(port_lists_per_vsan(shape_), index);
   made_.switches.push_back({element, {}});
