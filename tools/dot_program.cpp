@@ -16,6 +16,11 @@ namespace fcsctl {
 
 namespace {
 
+[[noreturn]] void fail_without_dot() {
+  throw std::runtime_error("drawing needs the program dot, which is not installed: install the "
+                           "package graphviz, or write the graph with --format dot");
+}
+
 /** Starts dot with its standard output going to `output`. */
 pid_t start_dot(const std::string &graph, const std::string &format, int output) {
   posix_spawn_file_actions_t actions;
@@ -29,8 +34,7 @@ pid_t start_dot(const std::string &graph, const std::string &format, int output)
   const int fault = posix_spawnp(&pid, "dot", &actions, nullptr, argv.data(), environ);
   posix_spawn_file_actions_destroy(&actions);
   if (fault == ENOENT) {
-    throw std::runtime_error("drawing needs the program dot, which is not installed: install the "
-                             "package graphviz, or write the graph with --format dot");
+    fail_without_dot();
   }
   if (fault != 0) {
     throw std::runtime_error(std::string("cannot run dot: ") + std::strerror(fault));
@@ -66,6 +70,10 @@ void run_dot(const std::string &graph, const std::string &format, std::ostream &
   copy_all(output.get(), out);
   int status = 0;
   while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {
+  }
+  // Where a spawn cannot tell by itself that there is no such program, this status does.
+  if (WIFEXITED(status) && WEXITSTATUS(status) == 127) {
+    fail_without_dot();
   }
   if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
     throw std::runtime_error("dot could not draw the graph");
