@@ -28,13 +28,16 @@ std::vector<gid_t> supplementary_groups(int fd) {
 
 } // namespace
 
-Peer peer_of(int fd) {
+Peer peer_of(int fd, const PeerPolicy &policy) {
   ucred credentials{};
   socklen_t length = sizeof(credentials);
   if (getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &credentials, &length) != 0) {
     fail();
   }
-  Peer peer{credentials.pid, credentials.uid, supplementary_groups(fd)};
+  Peer peer{credentials.pid, credentials.uid, {}};
+  if (policy.group) {
+    peer.groups = supplementary_groups(fd);
+  }
   peer.groups.push_back(credentials.gid);
   return peer;
 }

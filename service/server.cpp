@@ -123,7 +123,7 @@ void Server::add_client(Fd fd) {
     return;
   }
   try {
-    Peer peer = peer_of(fd.get());
+    Peer peer = peer_of(fd.get(), policy_);
     std::string refusal = peer_fault(peer, policy_);
     if (refusal.empty() && clients_.size() >= kMaxClients) {
       refusal = "the service has " + std::to_string(kMaxClients) + " clients already";
