@@ -7,7 +7,7 @@
 namespace fcsctl {
 
 std::string time_text(int64_t time_ns) {
-  const time_t seconds = time_ns / 1000000000;
+  const auto seconds = static_cast<time_t>(time_ns / 1000000000);
   tm local{};
   localtime_r(&seconds, &local);
   std::array<char, 32> text{};

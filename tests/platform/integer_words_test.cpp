@@ -9,9 +9,14 @@ TEST(IntegerWords, AreWordsInsideAndWhatTheyWereOutside) {
   const struct {
     u_char type;
     long value;
-  } cases[] = {{ASN_INTEGER, 1},          {ASN_INTEGER, -1},           {ASN_INTEGER, INT32_MIN},
-               {ASN_INTEGER, INT32_MAX},  {ASN_UNSIGNED, 0xFFFFFFFFL}, {ASN_UNSIGNED, 1800},
-               {ASN_TIMETICKS, 1L << 31}, {ASN_COUNTER, 0x80000000L}};
+  } cases[] = {{ASN_INTEGER, 1},
+               {ASN_INTEGER, -1},
+               {ASN_INTEGER, INT32_MIN},
+               {ASN_INTEGER, INT32_MAX},
+               {ASN_UNSIGNED, static_cast<long>(0xFFFFFFFFU)},
+               {ASN_UNSIGNED, 1800},
+               {ASN_TIMETICKS, static_cast<long>(0x80000000U)},
+               {ASN_COUNTER, static_cast<long>(0x80000000U)}};
   for (const auto &c : cases) {
     long storage = c.value;
     netsnmp_variable_list binding{};

@@ -4,6 +4,7 @@
 #include "feature/fabric_conf_server/fcs_protocol.h"
 #include "service/fcs_control.h"
 
+#include <arpa/inet.h>
 #include <csignal>
 #include <gtest/gtest.h>
 #include <memory>
@@ -49,7 +50,7 @@ TEST_F(Notifications, ReachEveryClientAndWaitForTheFirst) {
 
   const auto first = connect(ipc_wire::kNotification);
   EXPECT_EQ(first->notification(), (Words{FCS_MSG_REG_REQ_REJ, 9, 97}));
-  EXPECT_EQ(first->notification(), (Words{FCS_MSG_IP_ADDR_CHANGE, 100, 0x070200C0, 0}));
+  EXPECT_EQ(first->notification(), (Words{FCS_MSG_IP_ADDR_CHANGE, 100, htonl(0xC0000207), 0}));
   EXPECT_EQ(first->notification(), (Words{FCS_MSG_DISC_COMP_ON_VSAN, 1}));
   const auto second = connect(ipc_wire::kNotification);
   EXPECT_EQ(fcsctl({"event", "timeout", "--vsan", "2100"}).output, "");
