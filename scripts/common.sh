@@ -21,21 +21,30 @@ as_root() {
 
 installed() { [ "$(dpkg-query -W -f '${db:Status-Status}' "$1" 2>/dev/null)" = installed ]; }
 
-# install_missing PURPOSE...: the packages that scripts/packages lists for these purposes.
-install_missing() {
-  local missing=() package purpose why
-  command -v apt-get >/dev/null || die "this script installs Debian packages, and there is no apt-get; install what scripts/packages lists by other means"
-  while read -r package purpose why; do
+# packages_for PURPOSE...: prints the packages that scripts/packages lists for these purposes.
+packages_for() {
+  local package purposes why purpose
+  while read -r package purposes why; do
     case "$package" in '#'* | '') continue ;; esac
-    case " $* " in *" $purpose "*) ;; *) continue ;; esac
+    for purpose in "$@"; do
+      case ",$purposes," in *",$purpose,"*) printf '%s\n' "$package"; break ;; esac
+    done
+  done <"$root/scripts/packages"
+}
+
+# install_missing PURPOSE...: installs the packages for these purposes; removes none for them.
+install_missing() {
+  local missing=() package
+  command -v apt-get >/dev/null || die "this script installs Debian packages, and there is no apt-get; install what scripts/packages lists by other means"
+  for package in $(packages_for "$@"); do
     # npm may well be here without being Debian's.
     [ "$package" = npm ] && command -v npm >/dev/null && continue
     installed "$package" || missing+=("$package")
-  done <"$root/scripts/packages"
+  done
   [ ${#missing[@]} -eq 0 ] && return
   say "installing: ${missing[*]}"
   as_root apt-get -qq update
-  as_root env DEBIAN_FRONTEND=noninteractive apt-get -qq install -y --no-install-recommends \
+  as_root env DEBIAN_FRONTEND=noninteractive apt-get -qq install -y --no-install-recommends --no-remove \
     "${missing[@]}" >&2
   case " ${missing[*]} " in
   *" snmpd "*)
