@@ -7,6 +7,7 @@
 #include "service/peer_policy.h"
 
 #include <algorithm>
+#include <arpa/inet.h>
 #include <csignal>
 #include <cstring>
 #include <filesystem>
@@ -181,7 +182,8 @@ TEST_F(LiveService, StopsCleanlyAndStartsAnew) {
 }
 
 TEST_F(LiveService, KeepsWhatItHasAcknowledged) {
-  const std::vector<uint32_t> new_name = {FCS_REC_NODE_NAME, 77, 0x5e000120, 0x01015300, 0, 0};
+  const std::vector<uint32_t> new_name = {FCS_REC_NODE_NAME, 77, htonl(0x2001005E),
+                                          htonl(0x00530101), 0,  0};
   {
     Client client(socket_);
     ASSERT_EQ(client.greet(ipc_wire::kExchange), "");
