@@ -5,8 +5,8 @@
 
 namespace {
 
-void trace_failure(int32_t /*status*/, const char *error) {
-  FCS_EVENT("Setting of mgmt addr fails witherror : %s\n", error);
+void trace_failure(int32_t /*status*/, int32_t result) {
+  FCS_EVENT("Setting of mgmt addr fails witherror : %s\n", fcs_exchange_error_text(result));
 }
 
 constexpr FcsAssembledTable<MgmtAddrEntry> kTable = {

@@ -55,7 +55,7 @@ template <typename Row> struct FcsAssembledTable {
     const char *live;
     const char *reserved;
     const char *not_acted_on;
-    void (*trace_failure)(int32_t status, const char *error);
+    void (*trace_failure)(int32_t status, int32_t result);
   } status;
 };
 
@@ -199,13 +199,17 @@ int fcs_confirm_status(const FcsAssembledTable<Row> &table, const FcsRowWrite &w
 /** Sends the pending row, or the index of the row that is to go. */
 template <typename Row>
 int32_t fcs_send_status(const FcsAssembledTable<Row> &table, const FcsRowWrite &write) {
-  if (write.integer() == RS_CREATEANDGO) {
-    return fcs_set_data(table.record_id, FCS_OP_SET, fcs_pending_row(table, write), sizeof(Row));
-  }
   const FcsRowKey key = fcs_row_key(write);
   Row row{};
   memcpy(&row, &key, sizeof(key));
-  return fcs_set_data(table.record_id, FCS_OP_DELETE, &row, sizeof(Row));
+  if (write.integer() == RS_DESTROY) {
+    return fcs_set_data(table.record_id, FCS_OP_DELETE, &row, sizeof(Row));
+  }
+  // RESERVE2 has seen to it that there is one.
+  if (const Row *pending = fcs_pending_row(table, write); pending != nullptr) {
+    row = *pending;
+  }
+  return fcs_set_data(table.record_id, FCS_OP_SET, &row, sizeof(Row));
 }
 
 template <typename Row>
@@ -221,7 +225,7 @@ int fcs_act_on_status(const FcsAssembledTable<Row> &table, const FcsRowWrite &wr
     return SNMP_ERR_NOERROR;
   }
   if (const int32_t result = fcs_send_status(table, write); result != 0) {
-    table.status.trace_failure(status, fcs_exchange_error_text(result));
+    table.status.trace_failure(status, result);
     fcs_report_set_error(result);
     return SNMP_ERR_GENERR;
   }

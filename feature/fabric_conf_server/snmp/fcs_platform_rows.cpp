@@ -30,8 +30,9 @@ int authorize(const FcsRowWrite &write) {
   return SNMP_ERR_GENERR;
 }
 
-void trace_failure(int32_t status, const char *error) {
-  FCS_EVENT("%s of platform fails with error %s\n", fcs_row_status_verb(status), error);
+void trace_failure(int32_t status, int32_t result) {
+  FCS_EVENT("%s of platform fails with error %s\n", fcs_row_status_verb(status),
+            fcs_exchange_error_text(result));
 }
 
 // Only a row whose name comes first has the defaults: deliberately, the row status creates one of
