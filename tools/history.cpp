@@ -103,12 +103,23 @@ void print_past(EventHistoryReader &reader, const Options &options) {
   }
 }
 
+/** The history anew, once its writer has started it anew; until then the reader stays. */
+void reopen(const std::string &path, EventHistoryReader &reader) {
+  try {
+    reader = EventHistoryReader(path);
+  } catch (const std::runtime_error &) {
+  }
+}
+
 void show_history(const std::string &path, const Options &options) {
   EventHistoryReader reader(path);
   print_past(reader, options);
   while (options.follow) {
     std::this_thread::sleep_for(kPollInterval);
     read_records(reader, options, print_line);
+    if (reader.is_torn()) {
+      reopen(path, reader);
+    }
   }
 }
 

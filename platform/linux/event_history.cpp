@@ -7,6 +7,7 @@
 #include <ctime>
 #include <fcntl.h>
 #include <stdexcept>
+#include <sys/file.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <system_error>
@@ -54,30 +55,33 @@ bool has_this_shape(const HistoryFile &file) {
          file.version == kVersion;
 }
 
-/** A descriptor that is closed at the end. */
-class Descriptor {
-public:
-  Descriptor(const std::string &path, int flags) : fd_(open(path.c_str(), flags, 0640)) {
-    if (fd_ < 0) {
-      fail(path, strerror(errno));
-    }
-  }
-  ~Descriptor() { close(fd_); }
-  Descriptor(const Descriptor &) = delete;
-  Descriptor &operator=(const Descriptor &) = delete;
-
-  int get() const { return fd_; }
-
-  size_t size() const {
-    struct stat status {};
-    return fstat(fd_, &status) == 0 ? static_cast<size_t>(status.st_size) : 0;
-  }
-
-private:
-  int fd_;
-};
-
 } // namespace
+
+HistoryDescriptor::HistoryDescriptor(const std::string &path, int flags)
+    : fd_(open(path.c_str(), flags, 0640)) {
+  if (fd_ < 0) {
+    fail(path, strerror(errno));
+  }
+}
+
+HistoryDescriptor::HistoryDescriptor(HistoryDescriptor &&other) noexcept
+    : fd_(std::exchange(other.fd_, -1)) {}
+
+HistoryDescriptor &HistoryDescriptor::operator=(HistoryDescriptor &&other) noexcept {
+  std::swap(fd_, other.fd_);
+  return *this;
+}
+
+HistoryDescriptor::~HistoryDescriptor() {
+  if (fd_ >= 0) {
+    close(fd_);
+  }
+}
+
+size_t HistoryDescriptor::size() const {
+  struct stat status {};
+  return fstat(fd_, &status) == 0 ? static_cast<size_t>(status.st_size) : 0;
+}
 
 HistoryMapping::HistoryMapping(int fd, bool writable) {
   const int protection = writable ? PROT_READ | PROT_WRITE : PROT_READ;
@@ -86,13 +90,15 @@ HistoryMapping::HistoryMapping(int fd, bool writable) {
     throw std::system_error(errno, std::generic_category());
   }
   file_ = static_cast<HistoryFile *>(memory);
+  guard_ = MappingGuard(memory, sizeof(HistoryFile));
 }
 
 HistoryMapping::HistoryMapping(HistoryMapping &&other) noexcept
-    : file_(std::exchange(other.file_, nullptr)) {}
+    : file_(std::exchange(other.file_, nullptr)), guard_(std::move(other.guard_)) {}
 
 HistoryMapping &HistoryMapping::operator=(HistoryMapping &&other) noexcept {
   std::swap(file_, other.file_);
+  std::swap(guard_, other.guard_);
   return *this;
 }
 
@@ -102,19 +108,22 @@ HistoryMapping::~HistoryMapping() {
   }
 }
 
-EventHistoryWriter::EventHistoryWriter(const std::string &path) {
-  const Descriptor file(path, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW);
+EventHistoryWriter::EventHistoryWriter(const std::string &path)
+    : file_(path, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW) {
   char magic[sizeof(kMagic)] = {};
-  if (file.size() != 0 && (pread(file.get(), magic, sizeof(magic), 0) != sizeof(magic) ||
-                           memcmp(magic, kMagic, sizeof(magic)) != 0)) {
+  if (file_.size() != 0 && (pread(file_.get(), magic, sizeof(magic), 0) != sizeof(magic) ||
+                            memcmp(magic, kMagic, sizeof(magic)) != 0)) {
     fail(path, "exists and is not an event history");
   }
+  if (flock(file_.get(), LOCK_EX | LOCK_NB) != 0) {
+    fail(path, errno == EWOULDBLOCK ? "another process writes it" : strerror(errno));
+  }
   // The blocks are taken now: a full disk must not surprise a write into the mapping.
-  if (const int error = posix_fallocate(file.get(), 0, sizeof(HistoryFile)); error != 0) {
+  if (const int error = posix_fallocate(file_.get(), 0, sizeof(HistoryFile)); error != 0) {
     fail(path, strerror(error));
   }
   try {
-    mapping_ = HistoryMapping(file.get(), true);
+    mapping_ = HistoryMapping(file_.get(), true);
   } catch (const std::system_error &error) {
     fail(path, error.code().message());
   }
@@ -147,7 +156,7 @@ void EventHistoryWriter::append(uint32_t module, const void *record, size_t leng
 }
 
 EventHistoryReader::EventHistoryReader(const std::string &path) {
-  const Descriptor file(path, O_RDONLY | O_CLOEXEC);
+  const HistoryDescriptor file(path, O_RDONLY | O_CLOEXEC);
   if (file.size() < sizeof(HistoryFile)) {
     fail(path, "is not an event history");
   }

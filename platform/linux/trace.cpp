@@ -34,6 +34,11 @@ int trace_hist_filtered(uint32_t /*module*/, uint32_t level) {
 
 void trace_hist_event(uint32_t module, uint32_t length, const void *record) {
   history.append(module, record, length);
+  if (history.is_torn()) {
+    snmp_log(LOG_WARNING, "fcs: event history %s: was truncated and is started anew\n",
+             settings().history_file.c_str());
+    trace_output_open();
+  }
 }
 
 int trace_debug_on(uint32_t /*level*/, int /*unit*/, int /*instance*/, int /*console*/) {

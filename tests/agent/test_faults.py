@@ -271,6 +271,16 @@ def footprint(pid):
     return len(ours), maps.count("fcs_mib.so"), maps.count("/history"), int(re.search(r"VmRSS:\s+(\d+)", status)[1])
 
 
+def test_truncated_event_history(lab):
+    agent = lab.agent
+    for left in [0, 3000]:
+        os.truncate(lab.directory / "history", left)
+        assert len(lab.walk()) > 100
+        assert lab.agent == agent
+        assert "return" in lab.control("history", "--lines", "1").stdout
+    assert lab.log().count("was truncated and is started anew") == 2
+
+
 def test_reloading_leaves_nothing_behind(lab):
     rows = table_rows(lab)
     agent = lab.agent

@@ -76,6 +76,33 @@ TEST_F(EventHistory, OverwrittenRecordsAreCountedAsLost) {
   EXPECT_EQ(record.text, std::to_string(lost));
 }
 
+TEST_F(EventHistory, TruncationTakesTheFileAndNothingElse) {
+  for (const unsigned left : {0U, 100U, 5000U}) {
+    EventHistoryWriter writer(path_);
+    EventHistoryReader reader(path_);
+    for (int i = 0; i < 100; ++i) { // Far enough to lie behind what is left of the file.
+      write(writer, 101, "before");
+    }
+    std::filesystem::resize_file(path_, left);
+    write(writer, 101, "lost");
+    EXPECT_TRUE(writer.is_torn());
+    EventRecord record;
+    while (reader.next(record)) {
+    }
+    EXPECT_TRUE(reader.is_torn());
+    writer = EventHistoryWriter();
+    writer = EventHistoryWriter(path_);
+    write(writer, 101, "after");
+    EXPECT_FALSE(writer.is_torn());
+    EventHistoryReader fresh(path_);
+    std::string last;
+    while (fresh.next(record)) {
+      last = record.text;
+    }
+    EXPECT_EQ(last, "after");
+  }
+}
+
 TEST_F(EventHistory, OtherFilesAreRefusedAndLeftAlone) {
   const auto fault_of = [](auto open) -> std::string {
     try {
@@ -94,6 +121,10 @@ TEST_F(EventHistory, OtherFilesAreRefusedAndLeftAlone) {
   const std::string nowhere = directory_ / "none" / "ring";
   EXPECT_EQ(fault_of([&] { EventHistoryWriter writer(nowhere); }),
             "event history " + nowhere + ": No such file or directory");
+  const std::string shared = directory_ / "shared";
+  EventHistoryWriter first(shared);
+  EXPECT_EQ(fault_of([&] { EventHistoryWriter second(shared); }),
+            "event history " + shared + ": another process writes it");
   EventHistoryWriter none;
   write(none, 101, "goes nowhere");
 }
