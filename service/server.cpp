@@ -18,8 +18,9 @@ namespace {
 
 /** Clients beyond the limit that are kept only until they can be told so. */
 constexpr size_t kRefusedClients = 16;
-/** Messages of one client in one round, so that a busy one does not starve the others. */
-constexpr int kMessagesPerRound = 16;
+/** Messages of one client in one round, so that a busy one does not starve the others, and other
+ * programs' changes are seen. */
+constexpr int kMessagesPerRound = 64;
 
 const char *purpose_name(uint32_t purpose) {
   switch (purpose) {
@@ -39,8 +40,9 @@ std::string_view user_of(const ipc_wire::FrameHeader &header) {
 
 Server::Server(const Parts &parts, PeerPolicy policy)
     : listener_(parts.listener), store_(parts.store), discovery_(parts.discovery),
-      configuration_(parts.configuration), notifications_(parts.notifications), policy_(policy),
-      started_(Clock::now()), accept_again_(started_) {}
+      configuration_(parts.configuration), notifications_(parts.notifications),
+      reads_(parts.store.database()), policy_(policy), started_(Clock::now()),
+      accept_again_(started_) {}
 
 void Server::run(int stop_fd) {
   for (;;) {
@@ -138,14 +140,31 @@ void Server::add_client(Fd fd) {
 void Server::serve(Client &client) {
   for (int i = 0; i < kMessagesPerRound && !client.gone; ++i) {
     if (!serve_message(client)) {
-      return;
+      break;
     }
   }
+  reads_.end();
+}
+
+/** Looks for a message; without one the result is -1 with errno EAGAIN. */
+ssize_t Server::receive(const Client &client) {
+  const auto look = [&] {
+    return recv(client.fd.get(), &request_, sizeof(request_), MSG_DONTWAIT | MSG_TRUNC);
+  };
+  ssize_t got = look();
+  // The next request of the agent's is likely to follow at once.
+  if (got < 0 && errno == EAGAIN && client.purpose == ipc_wire::kExchange) {
+    patience_.wait([&] {
+      got = look();
+      return got >= 0 || errno != EAGAIN;
+    });
+  }
+  return got;
 }
 
 /** False when the client has sent nothing more. */
 bool Server::serve_message(Client &client) {
-  const ssize_t got = recv(client.fd.get(), &request_, sizeof(request_), MSG_DONTWAIT | MSG_TRUNC);
+  const ssize_t got = receive(client);
   if (got < 0 && (errno == EAGAIN || errno == EINTR)) {
     return errno == EINTR;
   }
@@ -209,7 +228,18 @@ void Server::answer_frame(Client &client, size_t length) {
   }
 }
 
+/** Reads that follow each other share a transaction; any other message may write. */
+void Server::share_reads(const ipc_wire::FrameHeader &header) {
+  if (header.opcode == FCS_MSG_REQUEST &&
+      (header.flag == FCS_OP_GET || header.flag == FCS_OP_GETNEXT)) {
+    reads_.begin();
+  } else {
+    reads_.end();
+  }
+}
+
 Answer Server::answer(const Client &client, Octets payload) {
+  share_reads(request_.header);
   if (client.purpose == ipc_wire::kControl) {
     return answer_control(payload);
   }

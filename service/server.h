@@ -4,6 +4,7 @@
 #pragma once
 
 #include "platform/linux/ipc_wire.h"
+#include "platform/linux/patience.h"
 #include "service/configuration.h"
 #include "service/discovery.h"
 #include "service/fabric_store.h"
@@ -44,6 +45,8 @@ public:
 
 private:
   using Clock = std::chrono::steady_clock;
+  /** Covers what an agent does between two requests of a walk, its manager included. */
+  static constexpr std::chrono::microseconds kRequestPatience{100};
 
   struct Client {
     Fd fd;
@@ -61,9 +64,11 @@ private:
   void add_client(Fd fd);
   void serve(Client &client);
   bool serve_message(Client &client);
+  ssize_t receive(const Client &client);
   void greet(Client &client, size_t length);
   void refuse(Client &client, const std::string &fault);
   void answer_frame(Client &client, size_t length);
+  void share_reads(const ipc_wire::FrameHeader &header);
   Answer answer(const Client &client, Octets payload);
   Answer answer_control(Octets payload);
   std::string status_text();
@@ -78,6 +83,8 @@ private:
   Discovery &discovery_;
   Configuration &configuration_;
   NotificationQueue &notifications_;
+  SharedRead reads_;
+  ipc_wire::Patience patience_{kRequestPatience};
   PeerPolicy policy_;
   Clock::time_point started_;
   Clock::time_point accept_again_;

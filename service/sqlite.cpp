@@ -56,6 +56,18 @@ void WriteTransaction::commit() {
   open_ = false;
 }
 
+void SharedRead::begin() {
+  open_ =
+      open_ || sqlite3_exec(database_.handle(), "BEGIN", nullptr, nullptr, nullptr) == SQLITE_OK;
+}
+
+void SharedRead::end() {
+  if (open_) {
+    sqlite3_exec(database_.handle(), "ROLLBACK", nullptr, nullptr, nullptr);
+    open_ = false;
+  }
+}
+
 bool Rows::next() {
   const int code = sqlite3_step(statement_);
   if (code != SQLITE_ROW && code != SQLITE_DONE) {

@@ -197,23 +197,44 @@ bool ServiceLink::exchange(ipc_wire::FrameHeader &header, const void *payload, s
   return await_reply(header.sequence, deadline, reply, reply_length);
 }
 
+/** Receives the next message, as recv does; -1 with errno ETIMEDOUT when none comes in time. */
+ssize_t ServiceLink::receive(Clock::time_point deadline, ipc_wire::Frame &frame) {
+  if (Clock::now() >= deadline) {
+    errno = ETIMEDOUT;
+    return -1;
+  }
+  ssize_t length = -1;
+  const bool arrived = patience_.wait([&] {
+    length = recv(fd_, &frame, sizeof(frame), MSG_DONTWAIT | MSG_TRUNC);
+    return length >= 0 || errno != EAGAIN;
+  });
+  if (arrived) {
+    return length;
+  }
+  const auto left = deadline - Clock::now();
+  const timespec timeout = {
+      static_cast<time_t>(std::chrono::floor<std::chrono::seconds>(left).count()),
+      static_cast<long>((left % 1s).count())};
+  pollfd readable{fd_, POLLIN, 0};
+  const int ready = left <= 0ns ? 0 : ppoll(&readable, 1, &timeout, nullptr);
+  if (ready == 0) {
+    errno = ETIMEDOUT;
+    return -1;
+  }
+  return ready < 0 ? -1 : recv(fd_, &frame, sizeof(frame), MSG_TRUNC);
+}
+
 bool ServiceLink::await_reply(uint32_t sequence, Clock::time_point deadline, ipc_wire::Frame &reply,
                               size_t &reply_length) {
   while (true) {
-    const auto left = deadline - Clock::now();
-    const timespec timeout = {
-        static_cast<time_t>(std::chrono::floor<std::chrono::seconds>(left).count()),
-        static_cast<long>((left % 1s).count())};
-    pollfd readable{fd_, POLLIN, 0};
-    const int ready = left <= 0ns ? 0 : ppoll(&readable, 1, &timeout, nullptr);
-    if (ready == 0) {
+    const ssize_t length = receive(deadline, reply);
+    if (length < 0 && errno == ETIMEDOUT) {
       fail("no answer within " + std::to_string(settings().exchange_timeout.count()) + " ms");
       retry_at_ = Clock::now() + kRetryInterval * (1 << doublings_);
       doublings_ = std::min(doublings_ + 1, kMostDoublings);
       errno = ETIMEDOUT;
       return false;
     }
-    const ssize_t length = ready < 0 ? -1 : recv(fd_, &reply, sizeof(reply), MSG_TRUNC);
     if (length < 0 && (errno == EINTR || errno == EAGAIN)) {
       continue;
     }

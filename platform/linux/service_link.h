@@ -9,6 +9,7 @@
 #pragma once
 
 #include "ipc_wire.h"
+#include "patience.h"
 
 #include <chrono>
 #include <cstddef>
@@ -54,12 +55,16 @@ private:
   bool peer_is_trusted();
   void read_greeting_reply();
   void read_unasked();
+  ssize_t receive(Clock::time_point deadline, ipc_wire::Frame &frame);
   bool await_reply(uint32_t sequence, Clock::time_point deadline, ipc_wire::Frame &reply,
                    size_t &reply_length);
   void fail(const std::string &why);
   void disconnect();
   void keep_trying();
   void stop_trying();
+
+  /** Most replies take less. */
+  static constexpr std::chrono::microseconds kReplyPatience{50};
 
   const char *label_;
   ipc_wire::Purpose purpose_;
@@ -68,6 +73,7 @@ private:
   int fd_ = -1;
   unsigned int alarm_ = 0;
   uint32_t sequence_ = 0;
+  ipc_wire::Patience patience_{kReplyPatience};
   Clock::time_point greeted_at_;
   Clock::time_point up_since_;
   Clock::time_point retry_at_;
