@@ -9,6 +9,7 @@
 #include "service/listener.h"
 #include "service/log.h"
 #include "service/notification_queue.h"
+#include "service/privileges.h"
 #include "service/server.h"
 
 #include <CLI/CLI.hpp>
@@ -98,6 +99,7 @@ void serve(const Options &options) {
   const std::optional<gid_t> group = group_id(options.group);
   const fcs::Fd stop = catch_stop_signals();
   fcs::Listener listener(options.socket, group);
+  fcs::give_up_privileges(); // The socket's group was the last thing to need one.
   fcs::FabricStore store(options.store, kBusyWait);
   set_wanted(store, fcs::Setting::kRejectNotifications, options.wants_rejects);
   set_wanted(store, fcs::Setting::kCompleteNotifications, options.wants_completions);
