@@ -64,6 +64,8 @@ fcs::Fd catch_stop_signals() {
     sigaddset(&signals, signal);
   }
   sigprocmask(SIG_BLOCK, &signals, nullptr);
+  // A limit on the size of files is no reason to die: the write fails, and its request with it.
+  signal(SIGXFSZ, SIG_IGN);
   fcs::Fd fd(signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
   if (!fd) {
     throw std::runtime_error(std::string("cannot catch signals: ") + std::strerror(errno));

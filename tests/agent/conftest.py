@@ -1,13 +1,1 @@
-import pytest
-from lab import Lab
-
-
-@pytest.fixture(scope="module")
-def lab(tmp_path_factory):
-    """One lab for the tests of a file; a test that harms it mends it."""
-    lab = Lab(tmp_path_factory.mktemp("lab"))
-    try:
-        lab.up()
-        yield lab
-    finally:
-        lab.down()
+from fixtures import lab  # noqa: F401 - for every test of this directory
