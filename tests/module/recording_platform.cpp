@@ -1,5 +1,7 @@
 #include "recording_platform.h"
 
+#include "registered_variables.h"
+
 #include "feature/fabric_conf_server/fcs_protocol.h"
 #include "platform/errno_text.h"
 #include "platform/role.h"
@@ -506,20 +508,7 @@ extern "C" {
 int register_mib(const char *module, const variable *variables, size_t size, size_t count,
                  const oid *root, size_t root_length) {
   record("register %s %zu x %zu at length %zu", module, count, size, root_length);
-  platform.registered.clear();
-  for (size_t i = 0; i < count; ++i) {
-    const auto *entry = reinterpret_cast<const variable7 *>(
-        reinterpret_cast<const uint8_t *>(variables) + i * size);
-    variable whole{};
-    whole.magic = entry->magic;
-    whole.type = static_cast<char>(entry->type);
-    whole.acl = entry->acl;
-    whole.findVar = entry->findVar;
-    whole.namelen = static_cast<u_char>(root_length + entry->namelen);
-    std::copy_n(root, root_length, whole.name);
-    std::copy_n(entry->name, entry->namelen, whole.name + root_length);
-    platform.registered.push_back(whole);
-  }
+  platform.registered = registered_variables(variables, size, count, root, root_length);
   return platform.register_result;
 }
 

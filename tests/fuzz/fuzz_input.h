@@ -1,0 +1,54 @@
+/**
+ * What the fuzzers share: taking an input apart, and stating what must hold whatever it is.
+ */
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <vector>
+
+/** An input, taken apart front to back; behind its end everything is zero. */
+class FuzzInput {
+public:
+  FuzzInput(const uint8_t *octets, size_t length) : octets_(octets), left_(length) {}
+
+  bool empty() const { return left_ == 0; }
+  /** A word or record of any type that may hold anything, as it lies in memory. */
+  template <typename Value> Value take() {
+    Value value{};
+    take_into(&value, sizeof(value));
+    return value;
+  }
+  uint8_t octet() { return take<uint8_t>(); }
+  /** A number up to `most`, in two octets. */
+  size_t up_to(size_t most) { return take<uint16_t>() % (most + 1); }
+  std::vector<uint8_t> octets(size_t length) {
+    std::vector<uint8_t> taken(length);
+    take_into(taken.data(), length);
+    return taken;
+  }
+
+private:
+  void take_into(void *target, size_t length) {
+    const size_t there = std::min(length, left_);
+    if (there > 0) {
+      memcpy(target, octets_, there);
+    }
+    octets_ += there;
+    left_ -= there;
+  }
+
+  const uint8_t *octets_;
+  size_t left_;
+};
+
+/** Ends the fuzzer when a property does not hold. */
+inline void require(bool holds, const char *property) {
+  if (!holds) {
+    fprintf(stderr, "does not hold: %s\n", property);
+    abort();
+  }
+}
