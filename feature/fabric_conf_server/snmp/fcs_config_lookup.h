@@ -5,6 +5,8 @@
 #include "fcs_write.h"
 #include "feature/fabric_conf_server/fcs_protocol.h"
 
+#include <algorithm>
+
 #include <net-snmp/net-snmp-config.h>
 
 #include <net-snmp/net-snmp-includes.h>
@@ -49,12 +51,17 @@ using FcsRowLookup = int32_t(const oid *base, size_t base_length, oid *name, siz
                              int exact, size_t *var_len, WriteMethod **write_method,
                              FcsAnswer<Row> *record);
 
-/** The live row of a write, into `row`. \return false when the FCS service has none. */
+/**
+ * The live row of a write, into `row`; the write stays with the instance that it names, whatever
+ * row the answer is about. \return false when the FCS service has none.
+ */
 template <typename Row>
 bool fcs_find_live_row(FcsRowLookup<Row> *lookup, const FcsRowWrite &write, FcsAnswer<Row> *row) {
   *row = {};
+  oid name[MAX_OID_LEN];
+  std::copy_n(write.name, write.name_length, name);
   size_t length = write.name_length;
-  return lookup(write.name, FCS_COLUMN_LENGTH, write.name, &length, 1, nullptr, nullptr, row) != -1;
+  return lookup(write.name, FCS_COLUMN_LENGTH, name, &length, 1, nullptr, nullptr, row) != -1;
 }
 
 template <typename Row> bool fcs_is_live(FcsRowLookup<Row> *lookup, const FcsRowWrite &write) {

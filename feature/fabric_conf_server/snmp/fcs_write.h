@@ -64,7 +64,7 @@ struct FcsRowWrite {
   u_char type;
   size_t length;
   u_char *current; ///< What the read handler returned for the instance; null when it is no row.
-  oid *name;
+  const oid *name;
   size_t name_length;
 
   int32_t integer() const { return static_cast<int32_t>(fcs_value_word(value, length)); }
