@@ -1,0 +1,224 @@
+/**
+ * The agent's end of the messaging against a service that lies: about its greeting, lengths,
+ * sequence numbers and results, with more replies than requests, and with messages unasked for.
+ *
+ * A socket pair takes the place of the connection. What the service says is on its way before the
+ * agent listens, and the service hangs up where it does not answer, so that nothing has to wait.
+ */
+#include "fuzz_input.h"
+
+#include "platform/agent_host.h"
+#include "platform/ipc.h"
+#include "platform/linux/ipc_wire.h"
+#include "platform/linux/notifications.h"
+#include "platform/linux/service_connection.h"
+#include "platform/linux/settings.h"
+#include "service/fd.h"
+
+#include <cerrno>
+#include <sys/select.h>
+#include <sys/socket.h>
+
+#include <net-snmp/net-snmp-config.h>
+
+#include <net-snmp/net-snmp-includes.h>
+
+#include <net-snmp/library/fd_event_manager.h>
+
+namespace {
+
+using fcs::Fd;
+using ipc_wire::Frame;
+using ipc_wire::FrameHeader;
+
+/** The service's ends of the agent's connections. */
+struct LyingService {
+  FuzzInput *input = nullptr;
+  Fd exchanges;
+  Fd notifications;
+  uint32_t sequence = 0; ///< Of the agent's last request.
+
+  void greet(const Fd &peer) const;
+  void hear_request();
+  void say(const Fd &peer, uint32_t meant_sequence) const;
+  void say_several(const Fd &peer, uint32_t meant_sequence) const;
+  void answer() const;
+} service;
+
+void send_to_agent(const Fd &peer, const void *message, size_t length) {
+  if (peer) {
+    send(peer.get(), message, length, MSG_DONTWAIT | MSG_NOSIGNAL);
+  }
+}
+
+/** Most often as it should be. */
+void LyingService::greet(const Fd &peer) const {
+  auto reply = ipc_wire::reply_to_greeting("");
+  size_t length = sizeof(reply);
+  switch (input->octet() % 16) {
+  case 1: length = input->up_to(sizeof(reply)); break;
+  case 2: reply = input->take<ipc_wire::GreetingReply>(); break;
+  case 3: reply.version = input->octet(); break;
+  case 4: reply.accepted = input->octet(); break;
+  default: break;
+  }
+  send_to_agent(peer, &reply, length);
+}
+
+/** A message of any length, those beyond a frame's included. */
+void LyingService::say(const Fd &peer, uint32_t meant_sequence) const {
+  struct {
+    FrameHeader header;
+    uint8_t payload[ipc_wire::kMessageRoom + 64];
+  } message{};
+  message.header.sequence = meant_sequence + input->octet();
+  message.header.opcode = input->take<uint16_t>();
+  message.header.result = input->octet();
+  const size_t length = input->up_to(sizeof(message));
+  if (length > sizeof(message.header)) {
+    const std::vector<uint8_t> payload = input->octets(length - sizeof(message.header));
+    std::copy(payload.begin(), payload.end(), message.payload);
+  }
+  send_to_agent(peer, &message, length);
+}
+
+void LyingService::say_several(const Fd &peer, uint32_t meant_sequence) const {
+  for (int i = input->octet() % 32; i > 0 && !input->empty(); --i) {
+    say(peer, meant_sequence);
+  }
+}
+
+void LyingService::answer() const {
+  Frame frame{};
+  frame.header.sequence = sequence + 1;
+  frame.header.result = input->take<int32_t>();
+  const size_t length = input->up_to(sizeof(frame.payload));
+  const std::vector<uint8_t> payload = input->octets(length);
+  std::copy(payload.begin(), payload.end(), frame.payload);
+  send_to_agent(exchanges, &frame, sizeof(frame.header) + length);
+}
+
+void LyingService::hear_request() {
+  Frame request{};
+  ssize_t length = 0;
+  while (exchanges &&
+         (length = recv(exchanges.get(), &request, sizeof(request), MSG_DONTWAIT)) > 0) {
+    if (static_cast<size_t>(length) >= sizeof(request.header)) { // Or it is the greeting.
+      require(request.header.user[sizeof(request.header.user) - 1] == '\0', "a user's name ends");
+      sequence = request.header.sequence;
+    }
+  }
+}
+
+/** A request of the agent, with lies in front of the answer, if there is one. */
+void exchange() {
+  const uint8_t choice = service.input->octet();
+  service.say_several(service.exchanges, service.sequence + 1);
+  if (choice % 4 != 0) {
+    service.answer();
+  } else {
+    shutdown(service.exchanges.get(), SHUT_WR);
+  }
+  const uint8_t request[IPC_MESSAGE_ROOM] = {};
+  auto length = static_cast<uint32_t>(service.input->up_to(IPC_MESSAGE_ROOM + 1));
+  void *response = nullptr;
+  const int32_t result = ipc_req_resp(1402, 1, request, choice % 8 < 6 ? &response : nullptr,
+                                      &length, "user", 1, 20, ipc_response_queue, 0);
+  require(result == 0 || result % 256 != 0, "a failure stays one in its low octet");
+  require(result == 0 || response == nullptr, "a failure brings no response");
+  if (response != nullptr) {
+    const auto *octets = static_cast<const uint8_t *>(response);
+    const std::vector<uint8_t> readable(octets, octets + length);
+    require(readable.size() <= IPC_MESSAGE_ROOM, "a response is no longer than the room");
+  }
+  free(response);
+  service.hear_request();
+}
+
+/** A turn of the agent's select loop. */
+void serve_agent() {
+  fd_set readable;
+  fd_set writable;
+  fd_set exceptional;
+  FD_ZERO(&readable);
+  FD_ZERO(&writable);
+  FD_ZERO(&exceptional);
+  int descriptors = 0;
+  netsnmp_external_event_info(&descriptors, &readable, &writable, &exceptional);
+  timeval now{};
+  int ready = select(descriptors, &readable, &writable, &exceptional, &now);
+  if (ready > 0) {
+    netsnmp_dispatch_external_events(&ready, &readable, &writable, &exceptional);
+  }
+}
+
+netsnmp_variable_list *receive(const IpcMessage *message, oid * /*trap_oid*/,
+                               size_t * /*trap_oid_length*/, int *send) {
+  const auto *payload = static_cast<const uint8_t *>(ipc_payload_get(message));
+  const std::vector<uint8_t> readable(payload, payload + IPC_MESSAGE_ROOM);
+  require(readable.size() == IPC_MESSAGE_ROOM, "a payload fills the room");
+  *send = 0;
+  return nullptr;
+}
+
+void start_agent_end() {
+  snmp_disable_log();
+  netsnmp_ds_set_string(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_APPTYPE, "snmpd");
+  netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_ALARM_DONT_USE_SIG, 1);
+  settings_register_tokens();
+  const config_line *token = read_config_get_handlers("snmpd");
+  while (token != nullptr && strcmp(token->config_token, "fcsExchangeTimeout") != 0) {
+    token = token->next;
+  }
+  require(token != nullptr, "the time-out has a token");
+  char shortest[] = "10";
+  token->parse_line(token->config_token, shortest);
+  require(settings().exchange_timeout == std::chrono::milliseconds(10), "the time-out is set");
+  for (const uint32_t opcode : {1407U, 1408U, 1409U}) {
+    agent_notif_register(opcode, receive);
+  }
+}
+
+void take_step(FuzzInput &input) {
+  switch (input.octet() % 4) {
+  case 0: exchange(); break;
+  case 1:
+    service.say_several(service.exchanges, service.sequence);
+    serve_agent();
+    break;
+  case 2:
+    service.say_several(service.notifications, 0);
+    serve_agent();
+    break;
+  case 3: service_connection_open(); break;
+  }
+}
+
+} // namespace
+
+/** In place of the platform's own: the exchanges' connection is opened first. */
+int ipc_wire::connect_to(const std::string & /*path*/, int type_flags) {
+  int ends[2] = {-1, -1};
+  require(socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | type_flags, 0, ends) == 0,
+          "there are sockets");
+  static bool for_exchanges = false;
+  for_exchanges = !for_exchanges;
+  Fd &peer = for_exchanges ? service.exchanges : service.notifications;
+  peer = Fd(ends[1]);
+  service.greet(peer);
+  return ends[0];
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *octets, size_t length) {
+  constexpr int kMostSteps = 8;
+  [[maybe_unused]] static const bool started = (start_agent_end(), true);
+  FuzzInput input(octets, length);
+  service.input = &input;
+  service_connection_open();
+  for (int i = 0; i < kMostSteps && !input.empty(); ++i) {
+    take_step(input);
+  }
+  service_connection_close();
+  notifications_stop();
+  return 0;
+}
