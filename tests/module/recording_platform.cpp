@@ -179,6 +179,7 @@ struct BindingInProgress {
 
 int write_set(const std::vector<Binding> &bindings) {
   std::vector<BindingInProgress> set;
+  set.reserve(bindings.size());
   for (const Binding &binding : bindings) {
     set.emplace_back(binding);
   }
