@@ -1,0 +1,101 @@
+"""The module beside what else an agent can answer from: one agent, the same rows, in turn."""
+
+import json
+import sys
+
+from . import measure
+from .processes import REPOSITORY, BenchError, Lab, Running, run
+
+SHAPE = {"vsans": 200, "switches": 2, "ports": 5, "platforms": 1}
+MODES = {"GETNEXT": 0, "GETBULK 10": 10, "GETBULK 25": 25, "GETBULK 50": 50}
+BENCH_ROOT = "1.3.6.1.4.1.32473.2"
+# Where each contender has the module's rows. 32473 is the enterprise number for documentation.
+ROOTS = {"memory": f"{BENCH_ROOT}.1", "AgentX": f"{BENCH_ROOT}.2", "pass_persist": f"{BENCH_ROOT}.3"}
+# vacmViewTreeFamilyTable: one of the agent's own tables, which it keeps in memory, with a row for each of VIEWS.
+BUILT_IN_ROOT = "1.3.6.1.6.3.16.1.5.2"
+VIEWS = 200
+# Octets of a request and of an answer on the service's socket: a header of 84, then the record.
+ECHO_RECORDS = {"elements": (100, 636), "ports": (100, 120), "statistics": (92, 124)}
+
+
+def write_rows(lab, path):
+    """Writes what the module answers for its tables, as the row file of the other contenders."""
+    with open(path, "w") as rows:
+        for table, (number, _) in measure.TABLES.items():
+            text = measure.manager(lab, "rows", "--root", measure.table_root(table), "--bulk", 25)
+            rows.writelines(f"{number}.{line}\n" for line in text.splitlines())
+
+
+class Comparison:
+    """The running contenders."""
+
+    def __init__(self, programs, directory, rows):
+        self.rows = rows
+        self.lab = Lab(programs, directory / "comparison", SHAPE, self._configuration(programs, directory, rows),
+                       {"BENCH_MEMORY_ROOT": ROOTS["memory"], "BENCH_ROWS": str(rows)})
+        try:
+            self.subagent = self.lab.add(Running(
+                "bench_subagent", [programs.subagent, directory / "agentx", ROOTS["AgentX"], rows],
+                directory / "subagent.out", {"MIBS": "", "SNMP_PERSISTENT_DIR": str(directory / "subagent")}))
+            self.subagent.wait_until(lambda: self._answers("AgentX"), self.subagent.output)
+            self.same_rows()
+        except BaseException:
+            self.lab.stop()
+            raise
+
+    @staticmethod
+    def _configuration(programs, directory, rows):
+        script = REPOSITORY / "bench" / "pass_rows.py"
+        views = "".join(f"view bench{number:03} included .1.3.6.1.4.1.32473.{number}\n" for number in range(VIEWS))
+        return (f"{views}dlmod bench_tables {programs.tables}\n"
+                f"master agentx\nagentXSocket {directory}/agentx\n"
+                f"pass_persist .{ROOTS['pass_persist']} {sys.executable} {script} {ROOTS['pass_persist']} {rows}\n")
+
+    def root(self, contender, table):
+        return measure.table_root(table) if contender == "module" else \
+            f"{ROOTS[contender]}.{measure.TABLES[table][0]}"
+
+    def _rows_of(self, contender, table):
+        return measure.manager(self.lab, "rows", "--root", self.root(contender, table), "--bulk", 25)
+
+    def _answers(self, contender):
+        return self._rows_of(contender, "statistics") != ""
+
+    def same_rows(self):
+        """Fails unless all contenders answer the same varbinds."""
+        for table in measure.TABLES:
+            expected = self._rows_of("module", table)
+            for contender in ROOTS:
+                if self._rows_of(contender, table) != expected:
+                    raise BenchError(f"{contender} does not answer the {table} that the module answers")
+
+    def processes(self, contender):
+        """The agent, and the process that it asks."""
+        pids = {"agent": self.lab.agent.pid}
+        if contender == "module":
+            pids["service"] = self.lab.service.pid
+        if contender == "AgentX":
+            pids["subagent"] = self.subagent.pid
+        if contender == "pass_persist":
+            pids["script"] = self.lab.agent.children()[0]
+        return pids
+
+    def contenders(self, seconds):
+        """Every cell of the comparison, as (contender, table, mode), with its measurement."""
+        cells = {("built-in", "views", mode): self._walk(BUILT_IN_ROOT, bulk, seconds, "built-in")
+                 for mode, bulk in MODES.items()}
+        for table in measure.TABLES:
+            for mode, bulk in MODES.items():
+                for contender in ("module", *ROOTS):
+                    cells[contender, table, mode] = self._walk(self.root(contender, table), bulk, seconds, contender)
+            cells["socket echo", table, "exchange"] = self._echo(table, seconds)
+        return cells
+
+    def _walk(self, root, bulk, seconds, contender):
+        processes = self.processes(contender)
+        return lambda _: measure.walk(self.lab, root, bulk, seconds, processes=processes)
+
+    def _echo(self, table, seconds):
+        request, reply = ECHO_RECORDS[table]
+        return lambda _: measure.per_varbind(json.loads(run(
+            self.lab.programs.echo, "--request", request, "--reply", reply, "--seconds", seconds)))

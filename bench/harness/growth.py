@@ -1,0 +1,149 @@
+"""How the module's cost grows, and what an idle lab takes: labs with nothing but the module."""
+
+import json
+import time
+
+from . import measure
+from .processes import MODULE_ROOT, BenchError, Lab
+
+# Ports, and the fabric that has as many.
+SIZES = {
+    1_000: {"vsans": 10, "switches": 10, "ports": 10, "platforms": 1},
+    20_000: {"vsans": 20, "switches": 20, "ports": 50, "platforms": 1},
+    200_000: {"vsans": 100, "switches": 40, "ports": 50, "platforms": 1},
+}
+MANY_VSANS = {"vsans": 4000, "switches": 1, "ports": 1, "platforms": 0}
+STARTS = (10, 100, 4000)
+ROLE_VSANS = 200
+ROLE_SHAPE = {"vsans": ROLE_VSANS, "switches": 2, "ports": 5, "platforms": 0}
+VISIBLE_ONE_IN = (1, 10, 100)
+
+
+def port_walk(lab, seconds, **options):
+    return measure.walk(lab, measure.table_root("ports"), 25, seconds, **options)
+
+
+def cost(sample):
+    """CPU of agent and service for a varbind, in microseconds."""
+    return sample["agent_us"] + sample["other_us"]
+
+
+def ports(programs, directory, rounds, seconds, progress):
+    """Cost of a varbind by the number of ports, and the resident memory; each round begins in another VSAN."""
+    labs = {}
+    try:
+        for size, shape in SIZES.items():
+            progress(f"importing {size} ports")
+            labs[size] = Lab(programs, directory / f"ports-{size}", shape)
+
+        def contender(size):
+            vsans = SIZES[size]["vsans"]
+            return lambda number: port_walk(labs[size], seconds, start=f"1.2.{1 + number * vsans // rounds}")
+
+        samples = measure.interleaved({size: contender(size) for size in SIZES}, rounds, progress)
+        return samples, {size: {"agent": measure.resident_kib(lab.agent), "service": measure.resident_kib(lab.service)}
+                         for size, lab in labs.items()}
+    finally:
+        for lab in labs.values():
+            lab.stop()
+
+
+def history(programs, directory, rounds, seconds, progress):
+    """Cost of a varbind with event history at detail level and without one."""
+    levels = ("detail", "none")
+    labs = {}
+    try:
+        for level in levels:
+            labs[level] = Lab(programs, directory / f"history-{level}", SIZES[1_000], f"fcsHistoryLevel {level}\n")
+        return measure.interleaved({level: lambda _, lab=labs[level]: port_walk(lab, seconds) for level in levels},
+                                   rounds, progress)
+    finally:
+        for lab in labs.values():
+            lab.stop()
+
+
+def role_lines(one_in):
+    """A community `visibleN` whose role reads one VSAN in N: each VSAN that N divides."""
+    name = f"visible{one_in}"
+    vsans = ",".join(str(vsan) for vsan in range(one_in, ROLE_VSANS + 1, one_in))
+    return (f"com2sec {name} default {name}\ngroup readers v2c {name}\n"
+            f"fcsRole {name} {vsans} none\nfcsRoleUser {name} {name}\n")
+
+
+def hidden_runs(one_in):
+    """Runs of neighbouring VSANs that role_lines(one_in) hides: one in front of each visible VSAN."""
+    return 0 if one_in == 1 else ROLE_VSANS // one_in
+
+
+def restricted(programs, directory, rounds, seconds, progress):
+    """Cost of a visible varbind and number of exchanges of a whole walk, by how much a role shows."""
+    console = directory / "console"
+    lines = "".join(role_lines(one_in) for one_in in VISIBLE_ONE_IN)
+    with Lab(programs, directory / "roles", ROLE_SHAPE, lines, output=console) as lab:
+        exchanges = {one_in: count_exchanges(lab, console, one_in) for one_in in VISIBLE_ONE_IN}
+        walks = {one_in: lambda _, name=f"visible{one_in}": port_walk(lab, seconds, community=name)
+                 for one_in in VISIBLE_ONE_IN}
+        return measure.interleaved(walks, rounds, progress), exchanges
+
+
+def count_exchanges(lab, console, one_in):
+    """Exchanges of one walk by GETNEXT, by the lines that the module prints in front of each."""
+    before = console.read_bytes().count(b"Before CMI\n")
+    rows = measure.manager(lab, "rows", "--root", measure.table_root("ports"),
+                           community=f"visible{one_in}").splitlines()
+    exchanges = console.read_bytes().count(b"Before CMI\n") - before
+    columns = len({row.split(".")[1] for row in rows})
+    # Without roles: one for each varbind, one for the end of each column, and one for the table behind this one.
+    extra = exchanges - len(rows) - columns - 1
+    runs = hidden_runs(one_in) * columns
+    return {"visible": len(rows), "exchanges": exchanges, "extra": extra, "hidden_runs": runs}
+
+
+def vsan_lists(vsans):
+    """The two halves of a VSAN list that holds VSANs 1 to `vsans`, in hexadecimal."""
+    bits = "1" * vsans + "0" * (4096 - vsans)
+    halves = (bits[:2048], bits[2048:])
+    return [f"{int(half, 2):0512x}" if "1" in half else "00" for half in halves]
+
+
+def starts(programs, directory, rounds, progress):
+    """Time and CPU of setting the VSAN lists and starting a discovery, by the number of VSANs. Each number has a lab of
+    its own, for a list is checked against what has been started before."""
+    labs = {}
+    try:
+        for vsans in STARTS:
+            progress(f"importing {MANY_VSANS['vsans']} VSANs")
+            labs[vsans] = Lab(programs, directory / f"starts-{vsans}", MANY_VSANS)
+        return measure.interleaved({vsans: lambda _, vsans=vsans: start(labs[vsans], vsans) for vsans in STARTS},
+                                   rounds, progress)
+    finally:
+        for lab in labs.values():
+            lab.stop()
+
+
+def start(lab, vsans):
+    first, second = vsan_lists(vsans)
+    await_discoveries(lab)
+    # A VSAN starts again only when the list is written after its discovery has been forgotten.
+    measure.manager(lab, "set", f"{MODULE_ROOT}.1.1.8.0=x:{first}", f"{MODULE_ROOT}.1.1.9.0=x:{second}")
+    sample = json.loads(measure.manager(lab, "set", f"{MODULE_ROOT}.1.1.3.0=x:{first}",
+                                        f"{MODULE_ROOT}.1.1.4.0=x:{second}", f"{MODULE_ROOT}.1.1.5.0=i:1"))
+    return {"ms": 1e3 * sample["seconds"], "agent_ms": sample["cpu_us"]["agent"] / 1e3,
+            "service_ms": sample["cpu_us"]["service"] / 1e3}
+
+
+def await_discoveries(lab, seconds=30):
+    """Waits until no discovery is in progress."""
+    deadline = time.monotonic() + seconds
+    in_progress = " 2 1"
+    while any(row.endswith(in_progress) for row in
+              measure.manager(lab, "rows", "--root", f"{MODULE_ROOT}.1.1.6.1.1", "--bulk", 25).splitlines()):
+        if time.monotonic() > deadline:
+            raise BenchError(f"discoveries are in progress for more than {seconds} s")
+        time.sleep(0.1)
+
+
+def idle(lab):
+    """CPU of agent and service, in microseconds, over a second in which nobody asks, right behind a walk."""
+    port_walk(lab, 0.2)
+    return sum(measure.cpu_over(1.0, (lab.agent.pid, lab.service.pid)))
