@@ -119,10 +119,10 @@ TEST_F(ConfigRows, RefusalsOfTypeAndLength) {
     const std::string name = c.name;
     SCOPED_TRACE(name);
     const u_char other = c.type == ASN_INTEGER ? ASN_OCTET_STR : ASN_INTEGER;
-    const std::string type_name = c.type == ASN_INTEGER ? "ASN_INTEGER" : "ASN_OCTET_STR";
+    std::string other_type = "stderr write to " + name;
+    other_type += c.type == ASN_INTEGER ? " not ASN_INTEGER" : " not ASN_OCTET_STR";
     EXPECT_THAT(set({{c.object, kPair, other, Bytes(600, 1)}}, SNMP_ERR_WRONGTYPE),
-                ElementsAre(name + ":enter rev1", "stderr write to " + name + " not " + type_name,
-                            name + ":" + c.wrong_type));
+                ElementsAre(name + ":enter rev1", other_type, name + ":" + c.wrong_type));
     Lines refused = {"stderr write to " + name + ": bad length", name + ":" + c.bad_length};
     if (c.object == fcsMgmtAddrRowStatus) {
       std::swap(refused[0], refused[1]);
