@@ -10,11 +10,14 @@
 
 #include <array>
 #include <fstream>
+#include <optional>
 
 namespace {
 
 class FuzzedService {
 public:
+  FuzzedService() { start_clock(); }
+
   void take_message(FuzzInput &input) {
     constexpr uint8_t kExchanges = 6; // Of 8 messages.
     const uint8_t kind = input.octet() % 8;
@@ -29,24 +32,37 @@ public:
           fcs::answer_request({store_.store, configuration_, "user"}, header.flag, payload, room_));
     } else {
       check(fcs::answer_message(kind < kExchanges ? fcs::kAgentMessages : fcs::kControlMessages,
-                                {store_.store, discovery_}, header, payload, room_));
+                                {store_.store, *discovery_}, header, payload, room_));
     }
     check_greeting(payload);
-    discovery_.run_due();
+    discovery_->run_due();
   }
 
   /** Ends what has begun, and forgets it. */
   void reset() {
-    now_ += std::chrono::hours(1);
-    discovery_.run_due();
+    now_ += kLongestDiscovery;
+    discovery_->run_due();
     for (; !notifications_.empty(); notifications_.pop()) {
       require(notifications_.front().payload.size() <= FCS_MESSAGE_ROOM,
               "a notification has room in a message");
     }
     store_.restore();
+    if (now_ > kEndOfTime) {
+      start_clock();
+    }
   }
 
 private:
+  static constexpr std::chrono::seconds kLongestDiscovery{10}; // In the sample fabric.
+  static constexpr std::chrono::steady_clock::time_point kEndOfTime{std::chrono::years(100)};
+
+  void start_clock() {
+    now_ = {};
+    discovery_.emplace(store_.store, notifications_, 1,
+                       fcs::DiscoveryClock{[this] { return now_; },
+                                           [] { return fcs::DiscoveryClock::TimeOfDay(); }});
+  }
+
   static void check(const fcs::Answer &answer) {
     require(answer.result == FCS_OK || (answer.result % 256 != 0 && answer.length == 0),
             "a failure has a code that stays one, and no record");
@@ -73,11 +89,7 @@ private:
   fcs::NotificationQueue notifications_;
   fcs::Configuration configuration_{store_.store, notifications_};
   std::chrono::steady_clock::time_point now_;
-  fcs::Discovery discovery_{
-      store_.store,
-      notifications_,
-      1,
-      {[this] { return now_; }, [] { return fcs::DiscoveryClock::TimeOfDay(); }}};
+  std::optional<fcs::Discovery> discovery_;
   std::array<uint8_t, FCS_MESSAGE_ROOM> room_{};
 };
 
