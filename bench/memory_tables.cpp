@@ -49,10 +49,11 @@ void register_table(std::vector<oid> name, Table &rows) {
   info->max_column = rows.begin()->second.rbegin()->first;
   netsnmp_handler_registration *registration = netsnmp_create_handler_registration(
       "bench_table", answer, name.data(), name.size(), HANDLER_CAN_RONLY);
+  // The registration owns the table's description from here on.
   if (netsnmp_tdata_register(registration, table, info) != MIB_REGISTERED_OK) {
     throw std::runtime_error("the agent library refuses a table");
   }
-}
+} // NOLINT(clang-analyzer-unix.Malloc)
 
 } // namespace
 

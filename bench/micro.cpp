@@ -94,7 +94,7 @@ void record_history(const char *level) {
 void trace(benchmark::State &state, const char *level) {
   record_history(level);
   int number = 0;
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     FCS_DETAIL("%s:vsan index %d\n", ++number);
   }
 }
@@ -117,7 +117,7 @@ void exchange_without_transport(benchmark::State &state) {
   answer_octets = static_cast<uint32_t>(state.range(0));
   const FcsPortKey key{1, {}};
   FcsAnswer<FcsPortRecord> answer;
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     fcs_get_data(FCS_REC_PORT, FCS_OP_GETNEXT, &key, sizeof(key), &answer);
     benchmark::DoNotOptimize(answer);
   }
@@ -133,7 +133,7 @@ void port_handler(benchmark::State &state, const char *level) {
   const oid base[] = {1, 3, 6, 1, 4, 1, 32473, 1, 1, 1, 1, 15, 1, 2};
   column.namelen = static_cast<u_char>(std::size(base));
   std::copy(std::begin(base), std::end(base), column.name);
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     oid name[MAX_OID_LEN] = {1, 3, 6, 1, 4, 1, 32473, 1, 1, 1, 1, 15, 1, 2, 7, 33, 0, 0, 0, 94};
     size_t length = 20;
     size_t value_length = 0;
@@ -164,7 +164,7 @@ void index_step(benchmark::State &state) {
   size_t value_length = 0;
   WriteMethod *write = nullptr;
   const FcsRowRequest request{base, std::size(base), name, &length, 0, &value_length, &write};
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     benchmark::DoNotOptimize(fcs_read_index(form, request, &record));
     fcs_write_index(form, request, &record);
   }
@@ -175,7 +175,7 @@ BENCHMARK(index_step);
 
 void role_copy_and_test(benchmark::State &state) {
   VsanBitmap allowed;
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     fcs_bitmap_init(&allowed, FCS_WHOLE_BYTES);
     benchmark::DoNotOptimize(role_allowed_vsans(&allowed, nullptr, 0, ROLE_ACCESS_READ));
     benchmark::DoNotOptimize(role_vsan_allowed(100, allowed));
@@ -196,7 +196,7 @@ template <void shift(const VsanBitmap *, VsanBitmap *)> void bitmap_shift(benchm
   const VsanBitmap source = every_tenth(FCS_HALF_BYTES);
   VsanBitmap target;
   fcs_bitmap_init(&target, FCS_WHOLE_BYTES);
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     shift(&source, &target);
     benchmark::DoNotOptimize(target);
   }
