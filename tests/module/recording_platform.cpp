@@ -432,18 +432,19 @@ void debug_printf(int console, const char *module, int instance, const char *for
 // ---- Pending-row stores
 
 struct RowIndex {
-  int number;
-  RowIndexCompare *compare;
+  int number = 0;
+  RowIndexCompare *compare = nullptr;
   std::vector<void *> rows;     ///< In no order: what counts is what they are found by.
   std::vector<void *> not_kept; ///< What the store did not take and nobody releases.
-};
 
-static void release(RowIndex &store) {
-  std::for_each(store.rows.begin(), store.rows.end(), free);
-  std::for_each(store.not_kept.begin(), store.not_kept.end(), free);
-  store.rows.clear();
-  store.not_kept.clear();
-}
+  ~RowIndex() { release(); }
+  void release() {
+    std::for_each(rows.begin(), rows.end(), free);
+    std::for_each(not_kept.begin(), not_kept.end(), free);
+    rows.clear();
+    not_kept.clear();
+  }
+};
 
 static std::vector<void *>::iterator row_of(RowIndex *store, const void *key) {
   return std::find_if(store->rows.begin(), store->rows.end(),
@@ -463,7 +464,7 @@ int row_index_create(RowIndex **store, int options, int unique, RowIndexCompare 
     return 0;
   }
   static RowIndex stores[3];
-  release(stores[number]);
+  stores[number].release();
   stores[number].number = number;
   stores[number].compare = compare;
   *store = &stores[number];
