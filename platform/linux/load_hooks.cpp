@@ -5,6 +5,7 @@
 #include "agent_request.h"
 #include "notification_switches.h"
 #include "notifications.h"
+#include "row_index_release.h"
 #include "service_connection.h"
 #include "settings.h"
 #include "trace_output.h"
@@ -65,8 +66,8 @@ extern "C" void init_fcs() {
 extern "C" void deinit_fcs() {
   deinit_fcs_mib();
   agent_request_release();
-  row_index_destroy(temp_mgmt_addr_table);
-  row_index_destroy(temp_platform_table);
+  row_index_release(temp_mgmt_addr_table);
+  row_index_release(temp_platform_table);
   service_connection_close();
   notifications_stop();
   snmp_alarm_unregister(first_turn_alarm);

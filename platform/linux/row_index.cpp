@@ -1,5 +1,6 @@
-#include "platform/row_index.h"
+#include "row_index_release.h"
 
+#include <cstdlib>
 #include <map>
 #include <new>
 
@@ -47,4 +48,13 @@ void *row_index_remove(RowIndex *store, const void *key) {
 
 void row_index_destroy(RowIndex *store) {
   delete store;
+}
+
+void row_index_release(RowIndex *store) {
+  if (store != nullptr) {
+    for (const auto &[key, row] : store->rows) {
+      free(row);
+    }
+    row_index_destroy(store);
+  }
 }

@@ -77,6 +77,9 @@ TEST_F(EventHistory, OverwrittenRecordsAreCountedAsLost) {
 }
 
 TEST_F(EventHistory, TruncationTakesTheFileAndNothingElse) {
+#ifdef EMULATED
+  GTEST_SKIP() << "QEMU swaps the words of the address that a signal handler is told";
+#endif
   for (const unsigned left : {0U, 100U, 5000U}) {
     EventHistoryWriter writer(path_);
     EventHistoryReader reader(path_);
