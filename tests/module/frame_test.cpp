@@ -5,6 +5,7 @@
 
 #include <fstream>
 #include <gmock/gmock.h>
+#include <limits>
 #include <map>
 #include <sstream>
 
@@ -230,6 +231,24 @@ TEST(Trace, HistoryAndConsoleAreFilteredIndependently) {
       }
       EXPECT_EQ(lines_of([] { trace_one_line("x"); }), expected);
     }
+  }
+}
+
+TEST(Trace, LinesAreWhatPrintfMakes) {
+  start_module();
+  for (const int number :
+       {std::numeric_limits<int>::min(), -1, 0, std::numeric_limits<int>::max()}) {
+    const std::string digits = std::to_string(number);
+    char hexadecimal[20];
+    snprintf(hexadecimal, sizeof(hexadecimal), "%2x", static_cast<unsigned>(number) & 0xFFU);
+    EXPECT_THAT(lines_of([&] {
+                  FCS_EVENT("%d", number);
+                  FCS_EVENT("%s:len = %d val = %d", "f", number, number);
+                  FCS_EVENT("%s%d %2x%s", "", number, static_cast<unsigned>(number) & 0xFFU, "%d");
+                  FCS_EVENT("100%%");
+                }),
+                ElementsAre("100 " + digits, "100 f:len = " + digits + " val = " + digits,
+                            "100 " + digits + " " + hexadecimal + "%d", "100 100%"));
   }
 }
 
