@@ -11,6 +11,7 @@ from pathlib import Path
 REPOSITORY = Path(__file__).resolve().parents[2]
 BUILD = Path(os.environ.get("FCS_BUILD", REPOSITORY / "build"))
 ROOT = "1.3.6.1.4.1.32473.1.1"
+SANITIZERS = ("ERROR: AddressSanitizer", "ERROR: LeakSanitizer", "runtime error:")
 
 # Ways to ask: the options of Net-SNMP's tools.
 READER_V1 = ["-v1", "-c", "public"]
@@ -79,6 +80,18 @@ class Lab:
 
     def down(self):
         self.script("down")
+        report = self.sanitizer_report()
+        assert not report, report
+
+    def sanitizer_report(self):
+        """What the sanitizers of a build with them have said in the agent and in the service; empty for nothing."""
+        for part in ("snmpd.out", "fcsd.out"):
+            output = self.directory / part
+            text = output.read_text(errors="replace") if output.exists() else ""
+            places = [place for sign in SANITIZERS if (place := text.find(sign)) >= 0]
+            if places:
+                return f"{part}: {text[min(places):][:4000]}"
+        return ""
 
     def env(self):
         done = self.script("env")

@@ -66,16 +66,6 @@ class Manager:
         return False
 
 
-def sanitizer_reports(lab):
-    """What the sanitizers have said in the agent and in the service; empty for nothing."""
-    for part in ("snmpd.out", "fcsd.out"):
-        output = (lab.directory / part).read_text(errors="replace")
-        places = [output.find(sign) for sign in ("ERROR: AddressSanitizer", "runtime error:") if sign in output]
-        if places:
-            return f"{part}: {output[min(places):][:4000]}"
-    return ""
-
-
 def has_sanitizer(pid):
     return "libasan" in Path(f"/proc/{pid}/maps").read_text()
 
@@ -97,7 +87,7 @@ def attack(lab, count, seed):
         manager.send(packet)
         if (sent % WINDOW == 0 or sent == count) and not manager.ask():
             (lab.directory / "latest-packets").write_text("\n".join(p.hex() for p in latest) + "\n")
-            return f"after {sent} packets the agent does not answer\n{sanitizer_reports(lab)}"
+            return f"after {sent} packets the agent does not answer\n{lab.sanitizer_report()}"
         if sent % 100000 == 0:
             print(f"{sent} packets, {manager.answers} answers, {time.monotonic() - started:.0f} s", flush=True)
     print(f"{count} packets, {manager.answers} answers, {time.monotonic() - started:.0f} s", flush=True)
@@ -105,7 +95,7 @@ def attack(lab, count, seed):
         return "the agent or the service has died"
     if not lab.walk():
         return "a walk of the module finds nothing"
-    return sanitizer_reports(lab)
+    return lab.sanitizer_report()
 
 
 def main():
