@@ -41,6 +41,17 @@ def eventually(condition, seconds=5.0):
         time.sleep(0.02)
 
 
+def has_sanitizer(pid):
+    return "libasan" in Path(f"/proc/{pid}/maps").read_text()
+
+
+def resident_kilobytes(pid):
+    """Resident size; 0 under AddressSanitizer, which keeps what has been freed for a while."""
+    if has_sanitizer(pid):
+        return 0
+    return int(re.search(r"VmRSS:\s+(\d+)", Path(f"/proc/{pid}/status").read_text())[1])
+
+
 def parse_walk(text):
     """Varbinds of `-On -Ox` output: [(oid, type, value)], octets as hexadecimal digits."""
     varbinds = []

@@ -10,7 +10,7 @@ import time
 from contextlib import contextmanager
 
 import pytest
-from lab import BUILD, READER, ROOT, WRITER, eventually, v3
+from lab import BUILD, READER, ROOT, WRITER, eventually, resident_kilobytes, v3
 
 DEADLINE = 0.2  # The exchange deadline, in seconds.
 DLMOD_STATUS = "1.3.6.1.4.1.2021.13.14.2.1.5"
@@ -264,11 +264,10 @@ def footprint(pid):
     A network socket is left out: the agent itself loses one with every SIGHUP, with or without the module.
     """
     maps = open(f"/proc/{pid}/maps").read()
-    status = open(f"/proc/{pid}/status").read()
     local_sockets = {f"socket:[{line.split()[6]}]" for line in open("/proc/net/unix")}
     descriptors = [os.readlink(f"/proc/{pid}/fd/{fd}") for fd in os.listdir(f"/proc/{pid}/fd")]
     ours = [name for name in descriptors if not name.startswith("socket:") or name in local_sockets]
-    return len(ours), maps.count("fcs_mib.so"), maps.count("/history"), int(re.search(r"VmRSS:\s+(\d+)", status)[1])
+    return len(ours), maps.count("fcs_mib.so"), maps.count("/history"), resident_kilobytes(pid)
 
 
 def test_truncated_event_history(lab):

@@ -1,12 +1,11 @@
 """A fabric with more than 20,000 visible ports: every row once, and an agent that stays as it was."""
 
 import json
-import re
 import subprocess
 
 import pytest
 from fabric_view import expected_varbinds
-from lab import BUILD, READER, ROOT, Lab
+from lab import BUILD, READER, ROOT, Lab, resident_kilobytes
 
 VARBINDS = 1_000_000
 
@@ -23,10 +22,6 @@ def large(tmp_path_factory):
         yield lab
     finally:
         lab.down()
-
-
-def resident_kilobytes(pid):
-    return int(re.search(r"VmRSS:\s+(\d+)", open(f"/proc/{pid}/status").read())[1])
 
 
 def test_every_row_once_and_no_growth(large):

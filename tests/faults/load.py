@@ -5,7 +5,7 @@ import re
 import threading
 import time
 
-from lab import READER, ROOT, WRITER
+from lab import READER, ROOT, WRITER, resident_kilobytes
 
 PLATFORM_NAME, PLATFORM_STATUS = f"{ROOT}.1.1.18.1.2", f"{ROOT}.1.1.18.1.9"
 
@@ -69,5 +69,4 @@ class Load:
 
 def footprint(pid):
     """Open descriptors and resident kilobytes."""
-    resident = re.search(r"VmRSS:\s+(\d+)", open(f"/proc/{pid}/status").read())[1]
-    return len(os.listdir(f"/proc/{pid}/fd")), int(resident)
+    return len(os.listdir(f"/proc/{pid}/fd")), resident_kilobytes(pid)

@@ -19,7 +19,7 @@ sys.path[:0] = [str(Path(__file__).resolve().parents[1] / "agent")]
 
 import ber
 import mutations
-from lab import BUILD, ROOT, Lab
+from lab import BUILD, ROOT, Lab, has_sanitizer
 from recorder import record
 
 WINDOW = 40  # Packets between two good requests: what the agent's socket has room for.
@@ -64,10 +64,6 @@ class Manager:
                 return True
             self.answers += 1
         return False
-
-
-def has_sanitizer(pid):
-    return "libasan" in Path(f"/proc/{pid}/maps").read_text()
 
 
 def attack(lab, count, seed):
