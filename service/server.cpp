@@ -64,7 +64,7 @@ void Server::run(int stop_fd) {
       return;
     }
     for (size_t i = 0; i < clients_.size(); ++i) {
-      if (polled_[i + 2].revents != 0) {
+      if (polled_[i + 2].revents != 0 || clients_[i].lane.has_frame()) {
         serve(clients_[i]);
       }
     }
@@ -80,6 +80,9 @@ void Server::run(int stop_fd) {
 
 /** Until a client's time to greet is over or discovery has something to do; milliseconds. */
 int Server::poll_timeout() const {
+  if (std::ranges::any_of(clients_, &ipc_wire::Lane::has_frame, &Client::lane)) {
+    return 0;
+  }
   const Clock::time_point now = Clock::now();
   Clock::time_point wake = discovery_.next_due();
   if (now < accept_again_) {
@@ -138,24 +141,40 @@ void Server::add_client(Fd fd) {
 }
 
 void Server::serve(Client &client) {
+  client.lane.watch();
   for (int i = 0; i < kMessagesPerRound && !client.gone; ++i) {
     if (!serve_message(client)) {
       break;
     }
   }
+  client.lane.stop_watching(); // What came all the same is served in the next round.
   reads_.end();
 }
 
+/** Looks for a message in the lane, or through the socket without one, as recv does. */
+ssize_t Server::look(Client &client) {
+  if (const size_t length = client.lane.look(request_); length > 0) {
+    client.by_lane = true;
+    return static_cast<ssize_t>(length);
+  }
+  client.by_lane = false;
+  if (client.purpose == 0) {
+    int descriptor = -1;
+    const ssize_t got =
+        ipc_wire::receive_greeting(client.fd.get(), &request_, sizeof(request_), descriptor);
+    client.offered = Fd(descriptor);
+    return got;
+  }
+  return recv(client.fd.get(), &request_, sizeof(request_), MSG_DONTWAIT | MSG_TRUNC);
+}
+
 /** Looks for a message; without one the result is -1 with errno EAGAIN. */
-ssize_t Server::receive(const Client &client) {
-  const auto look = [&] {
-    return recv(client.fd.get(), &request_, sizeof(request_), MSG_DONTWAIT | MSG_TRUNC);
-  };
-  ssize_t got = look();
+ssize_t Server::receive(Client &client) {
+  ssize_t got = look(client);
   // The next request of the agent's is likely to follow at once.
   if (got < 0 && errno == EAGAIN && client.purpose == ipc_wire::kExchange) {
     patience_.wait([&] {
-      got = look();
+      got = look(client);
       return got >= 0 || errno != EAGAIN;
     });
   }
@@ -191,6 +210,10 @@ void Server::greet(Client &client, size_t length) {
   }
   ipc_wire::Greeting greeting{};
   std::memcpy(&greeting, &request_, sizeof(greeting));
+  if (greeting.purpose == ipc_wire::kExchange && client.offered) {
+    client.lane = ipc_wire::Lane::take(client.offered.get());
+  }
+  client.offered = Fd();
   const ipc_wire::GreetingReply reply = ipc_wire::reply_to_greeting(fault);
   if (!send_message(client, &reply, sizeof(reply))) {
     drop(client, "cannot be answered");
@@ -218,14 +241,26 @@ void Server::answer_frame(Client &client, size_t length) {
     drop(client, "sent a message on a connection for notifications");
     return;
   }
+  if (client.lane && !client.by_lane && request_.header.opcode == ipc_wire::kLookAtLane) {
+    return; // The frame that was called out is taken by the next look, if it has not been before.
+  }
   const Answer made = answer(client, {request_.payload, length - sizeof(request_.header)});
   reply_.header = {};
   reply_.header.sequence = request_.header.sequence;
   reply_.header.opcode = request_.header.opcode;
   reply_.header.result = made.result;
-  if (!send_message(client, &reply_, sizeof(reply_.header) + made.length)) {
+  if (!reply_to(client, made.length)) {
     drop(client, "does not read its answers");
   }
+}
+
+/** False when the client cannot be told. */
+bool Server::reply_to(Client &client, size_t length) {
+  if (!client.by_lane) {
+    return send_message(client, &reply_, sizeof(reply_.header) + length);
+  }
+  return client.lane.put(reply_.header, reply_.payload, length) ||
+         send_message(client, &ipc_wire::kWakeUp, sizeof(ipc_wire::kWakeUp));
 }
 
 /** Reads that follow each other share a transaction; any other message may write. */

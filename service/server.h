@@ -4,6 +4,7 @@
 #pragma once
 
 #include "platform/linux/ipc_wire.h"
+#include "platform/linux/lane.h"
 #include "platform/linux/patience.h"
 #include "service/configuration.h"
 #include "service/discovery.h"
@@ -55,6 +56,9 @@ private:
     Clock::time_point greet_by;
     std::string refusal;        ///< Why its greeting will be refused, if it will.
     bool gone;                  ///< To be forgotten after this round.
+    Fd offered{};               ///< A lane, until the client has greeted.
+    ipc_wire::Lane lane{};      ///< Of a client for exchanges, if it has one.
+    bool by_lane = false;       ///< Whether the request came by it, and so goes the reply.
     NotificationQueue outbox{}; ///< What a notification client's socket has no room for yet.
   };
 
@@ -64,7 +68,9 @@ private:
   void add_client(Fd fd);
   void serve(Client &client);
   bool serve_message(Client &client);
-  ssize_t receive(const Client &client);
+  ssize_t receive(Client &client);
+  ssize_t look(Client &client);
+  bool reply_to(Client &client, size_t length);
   void greet(Client &client, size_t length);
   void refuse(Client &client, const std::string &fault);
   void answer_frame(Client &client, size_t length);

@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <sys/types.h>
 
 namespace ipc_wire {
 
@@ -86,5 +87,14 @@ std::string greeting_reply_fault(const void *message, size_t length);
  * \return the descriptor, or -1 with errno set (ENAMETOOLONG for a path that no socket can have).
  */
 int connect_to(const std::string &path, int type_flags);
+
+/** Sends a greeting, as send does, and with it a descriptor unless that is negative. */
+ssize_t send_greeting(int socket, const Greeting &greeting, int descriptor);
+
+/**
+ * Receives what should be a greeting, as recv does with MSG_DONTWAIT and MSG_TRUNC, and the
+ * descriptor that came with it, now the caller's to close; without one it becomes -1.
+ */
+ssize_t receive_greeting(int socket, void *room, size_t length, int &descriptor);
 
 } // namespace ipc_wire

@@ -3,15 +3,16 @@
 
 #include <algorithm>
 #include <chrono>
+#include <sched.h>
 
 namespace ipc_wire {
 
 /**
  * Being put to sleep and woken up again takes longer than most answers do. Both ends of a busy
  * connection therefore look for the next message again and again before they sleep. That pays only
- * while the other end has a processor of its own: whoever has looked in vain several times in a row
- * sleeps at once for a while, and for longer each time that a further look is in vain. On a machine
- * with a single processor nobody looks.
+ * while the other end has a processor of its own and answers soon: every look in vain takes credit
+ * that several successful ones have to earn, and whoever has none left sleeps at once for a while,
+ * and for longer each time. On a machine with a single processor nobody looks.
  */
 class Patience {
 public:
@@ -27,14 +28,20 @@ public:
       --naps_;
       return false;
     }
-    const auto until = Clock::now() + longest_;
+    const auto began = Clock::now();
+    const auto until = began + longest_;
+    const auto generous_from = began + kSelfish;
     bool in_time = true;
     while (!look()) {
       if (!in_time) {
         miss();
         return false;
       }
-      in_time = Clock::now() < until;
+      const auto now = Clock::now();
+      in_time = now < until;
+      if (now > generous_from) {
+        sched_yield(); // The other end may be waiting for this very processor.
+      }
     }
     // Whoever was kept from looking has to share a processor, if not with the other end.
     if (in_time) {
@@ -45,40 +52,37 @@ public:
     return true;
   }
 
-  /** Waits in vain, in a row, that show that looking does not pay at present. */
-  static constexpr int kMostMisses = 8;
-  /** Messages to be slept for then, and at most. */
+  /** How long the processor is kept to oneself; most messages that come at all come sooner. */
+  static constexpr std::chrono::microseconds kSelfish{10};
+  /** A successful look earns 1. A look in vain costs about as much as these save. */
+  static constexpr int kCostOfMiss = 8;
+  static constexpr int kMostCredit = 8 * kCostOfMiss;
+  /** Messages to be slept for without credit, and at most. */
   static constexpr int kFewestNaps = 200;
   static constexpr int kMostNaps = 100 * kFewestNaps;
-  /** Waits with success, in a row, that show that it pays again. */
-  static constexpr int kHitsToRecover = 50;
 
 private:
   using Clock = std::chrono::steady_clock;
 
   void hit() {
-    misses_ = 0;
-    if (suspicious_ && ++hits_ == kHitsToRecover) {
-      suspicious_ = false;
+    credit_ = std::min(credit_ + 1, kMostCredit);
+    if (credit_ == kMostCredit) {
       next_naps_ = kFewestNaps;
     }
   }
 
   void miss() {
-    hits_ = 0;
-    if (++misses_ == kMostMisses || suspicious_) {
-      misses_ = 0;
-      suspicious_ = true;
+    credit_ -= kCostOfMiss;
+    if (credit_ <= 0) {
+      credit_ = 1; // The next look is a trial.
       naps_ = next_naps_;
       next_naps_ = std::min(2 * next_naps_, kMostNaps);
     }
   }
 
   std::chrono::microseconds longest_;
-  bool suspicious_ = false; ///< Whether a single miss is enough.
-  int misses_ = 0;          ///< In a row.
-  int hits_ = 0;            ///< In a row, while suspicious.
-  int naps_ = 0;            ///< Still to be taken.
+  int credit_ = kMostCredit;
+  int naps_ = 0; ///< Still to be taken.
   int next_naps_ = kFewestNaps;
 };
 

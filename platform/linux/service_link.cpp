@@ -38,6 +38,11 @@ std::string ending(ssize_t result) {
                      : "the connection failed: " + std::string(strerror(errno));
 }
 
+/** Whether the message that recv has received calls for a look at the lane. */
+bool asks_to_look(const ipc_wire::Frame &frame, ssize_t length) {
+  return length == sizeof(frame.header) && frame.header.opcode == ipc_wire::kLookAtLane;
+}
+
 timeval to_timeval(std::chrono::microseconds duration) {
   return {static_cast<time_t>(duration.count() / 1'000'000),
           static_cast<suseconds_t>(duration.count() % 1'000'000)};
@@ -82,8 +87,11 @@ void ServiceLink::connect() {
   if (!peer_is_trusted()) {
     return;
   }
+  if (purpose_ == ipc_wire::kExchange) {
+    lane_ = ipc_wire::Lane::make();
+  }
   const ipc_wire::Greeting greeting = ipc_wire::greeting_for(purpose_);
-  if (send(fd_, &greeting, sizeof(greeting), MSG_NOSIGNAL) != sizeof(greeting)) {
+  if (ipc_wire::send_greeting(fd_, greeting, lane_.fd()) != sizeof(greeting)) {
     fail("cannot greet: " + std::string(strerror(errno)));
     return;
   }
@@ -145,6 +153,9 @@ void ServiceLink::read_greeting_reply() {
     fail(fault);
     return;
   }
+  if (!lane_.is_taken()) {
+    lane_ = {};
+  }
   state_ = State::kUp;
   up_since_ = Clock::now();
   stop_trying();
@@ -166,6 +177,8 @@ void ServiceLink::read_unasked() {
     }
     if (length <= 0) {
       fail(ending(length));
+    } else if (asks_to_look(frame, length) && lane_) {
+      continue; // The reply was seen before it was called out.
     } else if (receiver_ == nullptr || static_cast<size_t>(length) < sizeof(frame.header) ||
                static_cast<size_t>(length) > sizeof(frame)) {
       fail("the service sent a message that nobody asked for, of " + std::to_string(length) +
@@ -183,18 +196,44 @@ bool ServiceLink::exchange(ipc_wire::FrameHeader &header, const void *payload, s
     return false;
   }
   header.sequence = ++sequence_;
-  iovec parts[] = {{&header, sizeof(header)}, {const_cast<void *>(payload), length}};
-  msghdr message{};
-  message.msg_iov = parts;
-  message.msg_iovlen = 2;
   const auto deadline = Clock::now() + settings().exchange_timeout;
-  if (sendmsg(fd_, &message, MSG_NOSIGNAL) < 0) {
+  if (!send(header, payload, length)) {
     const int error = errno;
     fail("cannot send a request: " + std::string(strerror(error)));
     errno = error;
     return false;
   }
   return await_reply(header.sequence, deadline, reply, reply_length);
+}
+
+/** Sends through the lane if the service watches it. */
+bool ServiceLink::send(const ipc_wire::FrameHeader &header, const void *payload, size_t length) {
+  by_lane_ = lane_.peer_watches();
+  if (!by_lane_) {
+    return send_through_socket(header, payload, length);
+  }
+  lane_.watch();
+  return lane_.put(header, payload, length) || send_through_socket(ipc_wire::kWakeUp, nullptr, 0);
+}
+
+bool ServiceLink::send_through_socket(const ipc_wire::FrameHeader &header, const void *payload,
+                                      size_t length) {
+  iovec parts[] = {{const_cast<ipc_wire::FrameHeader *>(&header), sizeof(header)},
+                   {const_cast<void *>(payload), length}};
+  msghdr message{};
+  message.msg_iov = parts;
+  message.msg_iovlen = 2;
+  return sendmsg(fd_, &message, MSG_NOSIGNAL) >= 0;
+}
+
+/** Looks for a message where the reply will be, without waiting, as recv does. */
+ssize_t ServiceLink::look(ipc_wire::Frame &frame) {
+  if (!by_lane_) {
+    return recv(fd_, &frame, sizeof(frame), MSG_DONTWAIT | MSG_TRUNC);
+  }
+  const size_t length = lane_.look(frame);
+  errno = EAGAIN;
+  return length > 0 ? static_cast<ssize_t>(length) : -1;
 }
 
 /** Receives the next message, as recv does; -1 with errno ETIMEDOUT when none comes in time. */
@@ -205,11 +244,14 @@ ssize_t ServiceLink::receive(Clock::time_point deadline, ipc_wire::Frame &frame)
   }
   ssize_t length = -1;
   const bool arrived = patience_.wait([&] {
-    length = recv(fd_, &frame, sizeof(frame), MSG_DONTWAIT | MSG_TRUNC);
+    length = look(frame);
     return length >= 0 || errno != EAGAIN;
   });
   if (arrived) {
     return length;
+  }
+  if (by_lane_ && lane_.stop_watching()) {
+    return look(frame);
   }
   const auto left = deadline - Clock::now();
   const timespec timeout = {
@@ -221,7 +263,8 @@ ssize_t ServiceLink::receive(Clock::time_point deadline, ipc_wire::Frame &frame)
     errno = ETIMEDOUT;
     return -1;
   }
-  return ready < 0 ? -1 : recv(fd_, &frame, sizeof(frame), MSG_TRUNC);
+  length = ready < 0 ? -1 : recv(fd_, &frame, sizeof(frame), MSG_TRUNC);
+  return by_lane_ && asks_to_look(frame, length) ? look(frame) : length;
 }
 
 bool ServiceLink::await_reply(uint32_t sequence, Clock::time_point deadline, ipc_wire::Frame &reply,
@@ -277,6 +320,7 @@ void ServiceLink::disconnect() {
     ::close(fd_);
     fd_ = -1;
   }
+  lane_ = {};
   state_ = State::kDown;
 }
 

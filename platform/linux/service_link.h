@@ -9,6 +9,7 @@
 #pragma once
 
 #include "ipc_wire.h"
+#include "lane.h"
 #include "patience.h"
 
 #include <chrono>
@@ -55,7 +56,10 @@ private:
   bool peer_is_trusted();
   void read_greeting_reply();
   void read_unasked();
+  bool send(const ipc_wire::FrameHeader &header, const void *payload, size_t length);
+  bool send_through_socket(const ipc_wire::FrameHeader &header, const void *payload, size_t length);
   ssize_t receive(Clock::time_point deadline, ipc_wire::Frame &frame);
+  ssize_t look(ipc_wire::Frame &frame);
   bool await_reply(uint32_t sequence, Clock::time_point deadline, ipc_wire::Frame &reply,
                    size_t &reply_length);
   void fail(const std::string &why);
@@ -73,6 +77,8 @@ private:
   int fd_ = -1;
   unsigned int alarm_ = 0;
   uint32_t sequence_ = 0;
+  ipc_wire::Lane lane_;  ///< Of an open connection for exchanges.
+  bool by_lane_ = false; ///< Whether the request was put into the lane, and so will be the reply.
   ipc_wire::Patience patience_{kReplyPatience};
   Clock::time_point greeted_at_;
   Clock::time_point up_since_;

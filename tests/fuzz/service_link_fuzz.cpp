@@ -10,6 +10,7 @@
 #include "platform/agent_host.h"
 #include "platform/ipc.h"
 #include "platform/linux/ipc_wire.h"
+#include "platform/linux/lane.h"
 #include "platform/linux/notifications.h"
 #include "platform/linux/service_connection.h"
 #include "platform/linux/settings.h"
@@ -36,13 +37,15 @@ struct LyingService {
   FuzzInput *input = nullptr;
   Fd exchanges;
   Fd notifications;
+  ipc_wire::Lane lane;   ///< Of the exchanges, when the service has taken it.
   uint32_t sequence = 0; ///< Of the agent's last request.
 
   void greet(const Fd &peer) const;
-  void hear_request();
-  void say(const Fd &peer, uint32_t meant_sequence) const;
-  void say_several(const Fd &peer, uint32_t meant_sequence) const;
-  void answer() const;
+  void hear_requests();
+  void hear(const Frame &request, size_t length);
+  void say(const Fd &peer, uint32_t meant_sequence);
+  void say_several(const Fd &peer, uint32_t meant_sequence);
+  void answer();
 } service;
 
 void send_to_agent(const Fd &peer, const void *message, size_t length) {
@@ -66,7 +69,7 @@ void LyingService::greet(const Fd &peer) const {
 }
 
 /** A message of any length, those beyond a frame's included. */
-void LyingService::say(const Fd &peer, uint32_t meant_sequence) const {
+void LyingService::say(const Fd &peer, uint32_t meant_sequence) {
   struct {
     FrameHeader header;
     uint8_t payload[ipc_wire::kMessageRoom + 64];
@@ -79,34 +82,49 @@ void LyingService::say(const Fd &peer, uint32_t meant_sequence) const {
     const std::vector<uint8_t> payload = input->octets(length - sizeof(message.header));
     std::copy(payload.begin(), payload.end(), message.payload);
   }
+  if (lane && &peer == &exchanges && length >= sizeof(message.header) && length <= sizeof(Frame)) {
+    lane.put(message.header, message.payload, length - sizeof(message.header));
+  }
   send_to_agent(peer, &message, length);
 }
 
-void LyingService::say_several(const Fd &peer, uint32_t meant_sequence) const {
+void LyingService::say_several(const Fd &peer, uint32_t meant_sequence) {
   for (int i = input->octet() % 32; i > 0 && !input->empty(); --i) {
     say(peer, meant_sequence);
   }
 }
 
-void LyingService::answer() const {
+void LyingService::answer() {
   Frame frame{};
   frame.header.sequence = sequence + 1;
   frame.header.result = input->take<int32_t>();
   const size_t length = input->up_to(sizeof(frame.payload));
   const std::vector<uint8_t> payload = input->octets(length);
   std::copy(payload.begin(), payload.end(), frame.payload);
-  send_to_agent(exchanges, &frame, sizeof(frame.header) + length);
+  if (lane) {
+    lane.put(frame.header, frame.payload, length);
+  } else {
+    send_to_agent(exchanges, &frame, sizeof(frame.header) + length);
+  }
 }
 
-void LyingService::hear_request() {
+void LyingService::hear_requests() {
   Frame request{};
+  if (const size_t length = lane.look(request); length > 0) {
+    hear(request, length);
+  }
   ssize_t length = 0;
   while (exchanges &&
          (length = recv(exchanges.get(), &request, sizeof(request), MSG_DONTWAIT)) > 0) {
-    if (static_cast<size_t>(length) >= sizeof(request.header)) { // Or it is the greeting.
-      require(request.header.user[sizeof(request.header.user) - 1] == '\0', "a user's name ends");
-      sequence = request.header.sequence;
-    }
+    hear(request, static_cast<size_t>(length));
+  }
+}
+
+void LyingService::hear(const Frame &request, size_t length) {
+  require(length >= sizeof(request.header), "a request has a header");
+  require(request.header.user[sizeof(request.header.user) - 1] == '\0', "a user's name ends");
+  if (request.header.opcode != ipc_wire::kLookAtLane) {
+    sequence = request.header.sequence;
   }
 }
 
@@ -132,7 +150,7 @@ void exchange() {
     require(readable.size() <= IPC_MESSAGE_ROOM, "a response is no longer than the room");
   }
   free(response);
-  service.hear_request();
+  service.hear_requests();
 }
 
 /** A turn of the agent's select loop. */
@@ -207,6 +225,19 @@ int ipc_wire::connect_to(const std::string & /*path*/, int type_flags) {
   peer = Fd(ends[1]);
   service.greet(peer);
   return ends[0];
+}
+
+/** In place of the platform's own: the service may take the lane that it is offered. */
+ssize_t ipc_wire::send_greeting(int /*socket*/, const Greeting &greeting, int descriptor) {
+  if (descriptor >= 0) {
+    service.lane = {};
+    if (service.input->octet() % 2 == 0) {
+      service.lane = Lane::take(descriptor);
+      require(static_cast<bool>(service.lane), "the agent offers a lane that is fit");
+      service.lane.watch();
+    }
+  }
+  return sizeof(greeting);
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *octets, size_t length) {

@@ -6,31 +6,36 @@ using ipc_wire::Patience;
 
 namespace {
 
-TEST(Patience, LooksUntilThereIsSomethingAndSleepsAfterMissesInARow) {
-  Patience patience(std::chrono::microseconds(100));
+TEST(Patience, LooksForAsLongAsThatPays) {
+  Patience patience(std::chrono::microseconds(20));
   int looks = 0;
-  const auto nothing = [&looks] {
-    ++looks;
-    return false;
-  };
-  // A message in between starts the count anew.
-  for (int i = 1; i < Patience::kMostMisses; ++i) {
-    EXPECT_FALSE(patience.wait(nothing));
-  }
-  EXPECT_TRUE(patience.wait([] { return true; }));
-  for (int i = 0; i < Patience::kMostMisses; ++i) {
+  const auto looks_in_vain = [&] {
     const int before = looks;
-    EXPECT_FALSE(patience.wait(nothing));
-    EXPECT_GT(looks, before);
+    EXPECT_FALSE(patience.wait([&looks] {
+      ++looks;
+      return false;
+    }));
+    return looks > before;
+  };
+  for (int i = 0; i < 1000; ++i) { // A walk: now and then the manager takes its time.
+    for (int hits = 0; hits <= Patience::kCostOfMiss; ++hits) {
+      EXPECT_TRUE(patience.wait([] { return true; }));
+    }
+    EXPECT_TRUE(looks_in_vain());
   }
-  const int before = looks;
-  for (int i = 0; i < Patience::kFewestNaps; ++i) {
-    EXPECT_FALSE(patience.wait(nothing));
+  int misses = 0;
+  while (looks_in_vain()) {
+    ++misses;
   }
-  EXPECT_EQ(looks, before) << "looked although it does not pay";
-  int further = 0;
-  EXPECT_TRUE(patience.wait([&further] { return ++further == 3; }) || further == 1)
-      << "with one processor it looks once";
+  EXPECT_GE(misses, Patience::kMostCredit / Patience::kCostOfMiss - 1);
+  EXPECT_LE(misses, Patience::kMostCredit / Patience::kCostOfMiss);
+  for (int naps = 1; naps < Patience::kFewestNaps; ++naps) {
+    EXPECT_FALSE(looks_in_vain()) << "looked although it does not pay";
+  }
+  EXPECT_TRUE(looks_in_vain()) << "never tried again";
+  for (int naps = 0; naps < 2 * Patience::kFewestNaps; ++naps) {
+    EXPECT_FALSE(looks_in_vain()) << "tried again too soon";
+  }
 }
 
 } // namespace

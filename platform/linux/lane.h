@@ -1,0 +1,84 @@
+/**
+ * Memory that both ends of a connection share, for what they exchange while both are awake: a frame
+ * through a socket costs two system calls and the kernel's buffers, through a lane it costs none.
+ *
+ * The client makes the lane and offers its descriptor with the greeting; the service takes it or
+ * leaves it. The socket remains what a connection lives by: whoever does not watch the lane is sent
+ * frames, or woken, through the socket, and its end is the end of the lane.
+ */
+#pragma once
+
+#include "ipc_wire.h"
+
+#include <cstddef>
+
+namespace ipc_wire {
+
+struct LaneMemory;
+
+/** One end of a lane. Without a lane nothing is ever watched and no frame is ever there. */
+class Lane {
+public:
+  Lane() = default;
+  Lane(Lane &&other) noexcept;
+  Lane &operator=(Lane &&other) noexcept;
+  ~Lane();
+
+  /** A new lane, seen from the client; none when there is no memory for it. */
+  static Lane make();
+
+  /** The lane that a client offers, seen from the service; none when it is not fit for one. */
+  static Lane take(int fd);
+
+  explicit operator bool() const { return memory_ != nullptr; }
+
+  /** What the client offers. */
+  int fd() const { return fd_; }
+
+  /** Whether the service has taken what the client offered. */
+  bool is_taken() const;
+
+  /** Whether the other end watches: only then may frames be put in. */
+  bool peer_watches() const;
+
+  /**
+   * Puts a frame in. The one before must have been answered.
+   * \return false when the other end has just ceased to watch and has to be woken.
+   */
+  bool put(const FrameHeader &header, const void *payload, size_t length);
+
+  /** Declares that this end looks for frames from now on. */
+  void watch();
+
+  /** The contrary. \return whether a frame has come in time all the same. */
+  bool stop_watching();
+
+  /** Whether there is a frame that has not been taken. */
+  bool has_frame() const;
+
+  /**
+   * Takes the frame that is there.
+   * \return its octets, as the other end says: only sizeof(Frame) of more are taken; 0 without one.
+   */
+  size_t look(Frame &frame);
+
+private:
+  struct Slot;
+  friend struct LaneMemory;
+
+  Lane(int fd, LaneMemory *memory, Slot *outgoing, Slot *incoming)
+      : fd_(fd), memory_(memory), outgoing_(outgoing), incoming_(incoming) {}
+  void swap(Lane &other) noexcept;
+
+  int fd_ = -1; ///< The client's only.
+  LaneMemory *memory_ = nullptr;
+  Slot *outgoing_ = nullptr;
+  Slot *incoming_ = nullptr;
+  uint32_t taken_ = 0; ///< Number of the last frame taken.
+};
+
+/** The opcode of a frame without payload that wakes the other end to look at the lane. */
+constexpr uint32_t kLookAtLane = 0;
+constexpr FrameHeader kWakeUp = {.opcode = kLookAtLane};
+
+} // namespace ipc_wire
