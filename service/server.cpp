@@ -148,16 +148,22 @@ void Server::serve(Client &client) {
     }
   }
   client.lane.stop_watching(); // What came all the same is served in the next round.
-  reads_.end();
+  end_reads();
 }
 
-/** Looks for a message in the lane, or through the socket without one, as recv does. */
+/** Looks for a message in the lane, as recv does. */
+ssize_t Server::look_into_lane(Client &client) {
+  const size_t length = client.lane.look(request_);
+  client.by_lane = length > 0;
+  errno = EAGAIN;
+  return client.by_lane ? static_cast<ssize_t>(length) : -1;
+}
+
+/** Looks for a message in the lane and behind the socket, as recv does. */
 ssize_t Server::look(Client &client) {
-  if (const size_t length = client.lane.look(request_); length > 0) {
-    client.by_lane = true;
-    return static_cast<ssize_t>(length);
+  if (const ssize_t length = look_into_lane(client); length > 0) {
+    return length;
   }
-  client.by_lane = false;
   if (client.purpose == 0) {
     int descriptor = -1;
     const ssize_t got =
@@ -171,10 +177,11 @@ ssize_t Server::look(Client &client) {
 /** Looks for a message; without one the result is -1 with errno EAGAIN. */
 ssize_t Server::receive(Client &client) {
   ssize_t got = look(client);
-  // The next request of the agent's is likely to follow at once.
+  // The next request of the agent's is likely to follow at once, in the lane if it has one.
   if (got < 0 && errno == EAGAIN && client.purpose == ipc_wire::kExchange) {
+    ahead_.prepare(context());
     patience_.wait([&] {
-      got = look(client);
+      got = client.lane ? look_into_lane(client) : look(client);
       return got >= 0 || errno != EAGAIN;
     });
   }
@@ -269,8 +276,18 @@ void Server::share_reads(const ipc_wire::FrameHeader &header) {
       (header.flag == FCS_OP_GET || header.flag == FCS_OP_GETNEXT)) {
     reads_.begin();
   } else {
-    reads_.end();
+    end_reads();
   }
+}
+
+void Server::end_reads() {
+  ahead_.forget();
+  reads_.end();
+}
+
+/** Of the request that was received last. */
+RequestContext Server::context() {
+  return {store_, configuration_, user_of(request_.header)};
 }
 
 Answer Server::answer(const Client &client, Octets payload) {
@@ -279,8 +296,7 @@ Answer Server::answer(const Client &client, Octets payload) {
     return answer_control(payload);
   }
   if (request_.header.opcode == FCS_MSG_REQUEST) {
-    return answer_request({store_, configuration_, user_of(request_.header)}, request_.header.flag,
-                          payload, reply_.payload);
+    return ahead_.answer(context(), request_.header.flag, payload, reply_.payload);
   }
   return answer_message(kAgentMessages, {store_, discovery_}, request_.header, payload,
                         reply_.payload);

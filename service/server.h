@@ -12,6 +12,7 @@
 #include "service/listener.h"
 #include "service/notification_queue.h"
 #include "service/peer_policy.h"
+#include "service/read_ahead.h"
 #include "service/record_dispatch.h"
 
 #include <chrono>
@@ -70,6 +71,9 @@ private:
   bool serve_message(Client &client);
   ssize_t receive(Client &client);
   ssize_t look(Client &client);
+  ssize_t look_into_lane(Client &client);
+  void end_reads();
+  RequestContext context();
   bool reply_to(Client &client, size_t length);
   void greet(Client &client, size_t length);
   void refuse(Client &client, const std::string &fault);
@@ -90,6 +94,7 @@ private:
   Configuration &configuration_;
   NotificationQueue &notifications_;
   SharedRead reads_;
+  ReadAhead ahead_;
   ipc_wire::Patience patience_{kRequestPatience};
   PeerPolicy policy_;
   Clock::time_point started_;

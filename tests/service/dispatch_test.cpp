@@ -1,5 +1,7 @@
 #include "fixtures.h"
 
+#include "service/read_ahead.h"
+
 #include <cstring>
 #include <fstream>
 #include <map>
@@ -124,6 +126,47 @@ TEST_F(Dispatch, TellsAFailureOfTheStore) {
   fcs::Database(dir_.path("fabric.db")).execute("ALTER TABLE vsan RENAME TO gone");
   EXPECT_EQ(ask(FCS_OP_GET, words({10, 1})).result, FCS_ERR_STORE);
   EXPECT_EQ(ask(FCS_OP_GET, words({100})).result, FCS_ERR_STORE);
+}
+
+TEST_F(Dispatch, ReadingAheadTellsWhatReadingTells) {
+  const fcs::RequestContext context{store_, configuration_, "admin"};
+  const std::map<uint32_t, size_t> key_lengths = {{10, 4},  {20, 12}, {30, 272}, {40, 12}, {50, 12},
+                                                  {60, 16}, {70, 8},  {80, 20},  {90, 4}};
+  std::array<uint8_t, FCS_MESSAGE_ROOM> room{};
+  fcs::ReadAhead ahead;
+  for (const auto &[id, length] : key_lengths) {
+    SCOPED_TRACE(id);
+    Bytes next = words({id});
+    next.resize(next.size() + length, 0);
+    for (int rows = 0; rows < 200; ++rows) {
+      // The walk goes on, or somebody asks for something else first.
+      const Bytes start = words({id, 0});
+      for (const auto &[operation, request] :
+           std::initializer_list<std::pair<uint32_t, Bytes>>{{FCS_OP_GETNEXT, next},
+                                                             {FCS_OP_GET, next},
+                                                             {FCS_OP_GETNEXT, start},
+                                                             {FCS_OP_GETNEXT, next}}) {
+        room.fill(0xAA);
+        const fcs::Answer told = ahead.answer(context, operation, request, room);
+        const fcs::Answer read = ask(operation, request);
+        EXPECT_EQ(told.result, read.result);
+        EXPECT_EQ(told.length, read.length);
+        EXPECT_EQ(room, room_);
+        ahead.prepare(context);
+      }
+      if (ask(FCS_OP_GETNEXT, next).result != FCS_OK ||
+          std::memcmp(room_.data(), &FCS_END_OF_TABLE, sizeof(FCS_END_OF_TABLE)) == 0) {
+        break;
+      }
+      std::copy_n(room_.begin(), length, next.begin() + 4);
+    }
+  }
+  ahead.answer(context, FCS_OP_GETNEXT, words({10, 0}), room);
+  ahead.prepare(context);
+  ahead.forget();
+  EXPECT_EQ(import_text(store_, R"({"vsans": []})"), "");
+  ahead.answer(context, FCS_OP_GETNEXT, words({10, 1}), room);
+  EXPECT_EQ(std::memcmp(room.data(), &FCS_END_OF_TABLE, sizeof(FCS_END_OF_TABLE)), 0);
 }
 
 } // namespace
