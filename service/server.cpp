@@ -179,8 +179,8 @@ ssize_t Server::receive(Client &client) {
   ssize_t got = look(client);
   // The next request of the agent's is likely to follow at once, in the lane if it has one.
   if (got < 0 && errno == EAGAIN && client.purpose == ipc_wire::kExchange) {
-    ahead_.prepare(context());
     patience_.wait([&] {
+      ahead_.prepare(context());
       got = client.lane ? look_into_lane(client) : look(client);
       return got >= 0 || errno != EAGAIN;
     });
@@ -248,7 +248,8 @@ void Server::answer_frame(Client &client, size_t length) {
     drop(client, "sent a message on a connection for notifications");
     return;
   }
-  if (client.lane && !client.by_lane && request_.header.opcode == ipc_wire::kLookAtLane) {
+  if (client.lane && !client.by_lane &&
+      ipc_wire::is_wake_up(request_, static_cast<ssize_t>(length))) {
     return; // The frame that was called out is taken by the next look, if it has not been before.
   }
   const Answer made = answer(client, {request_.payload, length - sizeof(request_.header)});

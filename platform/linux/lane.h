@@ -81,4 +81,9 @@ private:
 constexpr uint32_t kLookAtLane = 0;
 constexpr FrameHeader kWakeUp = {.opcode = kLookAtLane};
 
+/** Whether the `length` octets received through the socket are such a frame. */
+inline bool is_wake_up(const Frame &frame, ssize_t length) {
+  return length == sizeof(frame.header) && frame.header.opcode == kLookAtLane;
+}
+
 } // namespace ipc_wire

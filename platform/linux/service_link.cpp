@@ -38,11 +38,6 @@ std::string ending(ssize_t result) {
                      : "the connection failed: " + std::string(strerror(errno));
 }
 
-/** Whether the message that recv has received calls for a look at the lane. */
-bool asks_to_look(const ipc_wire::Frame &frame, ssize_t length) {
-  return length == sizeof(frame.header) && frame.header.opcode == ipc_wire::kLookAtLane;
-}
-
 timeval to_timeval(std::chrono::microseconds duration) {
   return {static_cast<time_t>(duration.count() / 1'000'000),
           static_cast<suseconds_t>(duration.count() % 1'000'000)};
@@ -177,7 +172,7 @@ void ServiceLink::read_unasked() {
     }
     if (length <= 0) {
       fail(ending(length));
-    } else if (asks_to_look(frame, length) && lane_) {
+    } else if (lane_ && ipc_wire::is_wake_up(frame, length)) {
       continue; // The reply was seen before it was called out.
     } else if (receiver_ == nullptr || static_cast<size_t>(length) < sizeof(frame.header) ||
                static_cast<size_t>(length) > sizeof(frame)) {
@@ -264,7 +259,7 @@ ssize_t ServiceLink::receive(Clock::time_point deadline, ipc_wire::Frame &frame)
     return -1;
   }
   length = ready < 0 ? -1 : recv(fd_, &frame, sizeof(frame), MSG_TRUNC);
-  return by_lane_ && asks_to_look(frame, length) ? look(frame) : length;
+  return by_lane_ && ipc_wire::is_wake_up(frame, length) ? look(frame) : length;
 }
 
 bool ServiceLink::await_reply(uint32_t sequence, Clock::time_point deadline, ipc_wire::Frame &reply,

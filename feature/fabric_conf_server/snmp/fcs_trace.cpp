@@ -57,8 +57,8 @@ bool format_plain(LineEnd &line, const char *format, va_list arguments) {
 }
 
 /** \return the characters of the line, at most `room` - 1 of them. */
-[[gnu::format(printf, 3, 0)]]
-size_t format_line(char *text, size_t room, const char *format, va_list arguments) {
+[[gnu::format(printf, 3, 0)]] size_t format_line(char *text, size_t room, const char *format,
+                                                 va_list arguments) {
   va_list for_plain;
   va_copy(for_plain, arguments);
   LineEnd line{text, text + room - 1};
