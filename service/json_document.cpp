@@ -51,7 +51,7 @@ public:
     if (open_.empty()) {
       section_ = name;
       if (!root_members_.insert(name).second) {
-        throw DescriptionFault(name + ": member given twice");
+        throw DescriptionFault(root_member(name) + ": member given twice");
       }
       return true;
     }
@@ -159,7 +159,8 @@ private:
 
   /** Of the value that is being read. */
   std::string place() const {
-    std::string text = section_ + (in_section_ ? "[" + std::to_string(index_) + "]" : "");
+    std::string text =
+        root_member(section_) + (in_section_ ? "[" + std::to_string(index_) + "]" : "");
     for (const Open &level : open_) {
       // An array holds the value being read already if that one is a container itself.
       const size_t next = level.value->size() - (&level == &open_.back() ? 0 : 1);

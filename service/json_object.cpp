@@ -26,16 +26,21 @@ std::string number_text(double number) {
 
 } // namespace
 
-std::string member_suffix(std::string_view name) {
+std::string root_member(std::string_view name) {
   const bool plain = !name.empty() && std::ranges::all_of(name, [](unsigned char letter) {
     return std::isalnum(letter) != 0 || letter == '_';
   });
-  return plain ? "." + std::string(name) : "[" + show(json(name)) + "]";
+  return plain ? std::string(name) : "[" + show(json(name)) + "]";
+}
+
+std::string member_suffix(std::string_view name) {
+  const std::string member = root_member(name);
+  return member.starts_with('[') ? member : "." + member;
 }
 
 std::string Place::text() const {
   const std::string own = member_.data() == nullptr ? "[" + std::to_string(index_) + "]"
-                          : parent_ == nullptr      ? std::string(member_)
+                          : parent_ == nullptr      ? root_member(member_)
                                                     : member_suffix(member_);
   return parent_ == nullptr ? own : parent_->text() + own;
 }

@@ -41,6 +41,9 @@ private:
 /** Throws DescriptionFault. */
 [[noreturn]] void refuse(const Place &place, const std::string &fault);
 
+/** The name of a member of the document itself, as name, or ["odd name"]. */
+std::string root_member(std::string_view name);
+
 /** A member's name after its parent, as .name, or ["odd name"]. */
 std::string member_suffix(std::string_view name);
 
