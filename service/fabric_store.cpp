@@ -1,7 +1,7 @@
 #include "service/fabric_store.h"
 
+#include "platform/linux/fd.h"
 #include "service/fabric_schema.h"
-#include "service/fd.h"
 
 #include <cerrno>
 #include <cstring>

@@ -57,7 +57,7 @@ std::optional<gid_t> group_id(const std::string &name) {
 }
 
 /** A descriptor that is readable once the process has been told to stop. */
-fcs::Fd catch_stop_signals() {
+Fd catch_stop_signals() {
   sigset_t signals;
   sigemptyset(&signals);
   for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
@@ -66,7 +66,7 @@ fcs::Fd catch_stop_signals() {
   sigprocmask(SIG_BLOCK, &signals, nullptr);
   // A limit on the size of files is no reason to die: the write fails, and its request with it.
   signal(SIGXFSZ, SIG_IGN);
-  fcs::Fd fd(signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
+  Fd fd(signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
   if (!fd) {
     throw std::runtime_error(std::string("cannot catch signals: ") + std::strerror(errno));
   }
@@ -99,7 +99,7 @@ void set_wanted(fcs::FabricStore &store, fcs::Setting setting, std::optional<boo
 void serve(const Options &options) {
   umask(S_IRWXG | S_IRWXO);
   const std::optional<gid_t> group = group_id(options.group);
-  const fcs::Fd stop = catch_stop_signals();
+  const Fd stop = catch_stop_signals();
   fcs::Listener listener(options.socket, group);
   fcs::give_up_privileges(); // The socket's group was the last thing to need one.
   fcs::FabricStore store(options.store, kBusyWait);

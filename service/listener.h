@@ -3,7 +3,7 @@
  */
 #pragma once
 
-#include "service/fd.h"
+#include "platform/linux/fd.h"
 
 #include <optional>
 #include <string>

@@ -1,6 +1,6 @@
 #include "tools/dot_program.h"
 
-#include "service/fd.h"
+#include "platform/linux/fd.h"
 
 #include <array>
 #include <cerrno>
@@ -63,10 +63,10 @@ void run_dot(const std::string &graph, const std::string &format, std::ostream &
   if (pipe2(ends, O_CLOEXEC) != 0) {
     throw std::system_error(errno, std::generic_category(), "cannot make a pipe");
   }
-  const fcs::Fd output(ends[0]);
-  fcs::Fd input(ends[1]);
+  const Fd output(ends[0]);
+  Fd input(ends[1]);
   const pid_t pid = start_dot(graph, format, input.get());
-  input = fcs::Fd();
+  input = Fd();
   copy_all(output.get(), out);
   int status = 0;
   while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {

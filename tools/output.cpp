@@ -1,6 +1,6 @@
 #include "tools/output.h"
 
-#include "service/fd.h"
+#include "platform/linux/fd.h"
 
 #include <cerrno>
 #include <cstring>
@@ -26,7 +26,7 @@ using Write = std::function<void(std::ostream &)>;
  */
 void write_file(const std::string &path, const Write &write) {
   std::string beside = path + ".XXXXXX";
-  const fcs::Fd file(mkostemp(beside.data(), O_CLOEXEC));
+  const Fd file(mkostemp(beside.data(), O_CLOEXEC));
   if (!file) {
     fail(path);
   }

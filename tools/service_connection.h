@@ -3,8 +3,8 @@
  */
 #pragma once
 
+#include "platform/linux/fd.h"
 #include "platform/linux/ipc_wire.h"
-#include "service/fd.h"
 
 #include <cstddef>
 #include <string>
@@ -29,7 +29,7 @@ private:
   void greet(ipc_wire::Purpose purpose);
 
   std::string path_;
-  fcs::Fd fd_;
+  Fd fd_;
 };
 
 } // namespace fcsctl

@@ -51,19 +51,16 @@ bool is_fit(int fd) {
 } // namespace
 
 Lane Lane::make() {
-  const int fd = memfd_create("fcs-lane", MFD_CLOEXEC | MFD_ALLOW_SEALING);
-  if (fd < 0) {
-    return {};
-  }
+  Fd fd(memfd_create("fcs-lane", MFD_CLOEXEC | MFD_ALLOW_SEALING));
   LaneMemory *memory = nullptr;
-  if (ftruncate(fd, sizeof(LaneMemory)) == 0 && fcntl(fd, F_ADD_SEALS, kSeals) == 0) {
-    memory = map(fd);
+  if (fd && ftruncate(fd.get(), sizeof(LaneMemory)) == 0 &&
+      fcntl(fd.get(), F_ADD_SEALS, kSeals) == 0) {
+    memory = map(fd.get());
   }
   if (memory == nullptr) {
-    close(fd);
     return {};
   }
-  return {fd, memory, &memory->requests, &memory->replies};
+  return {std::move(fd), memory, &memory->requests, &memory->replies};
 }
 
 Lane Lane::take(int fd) {
@@ -72,7 +69,7 @@ Lane Lane::take(int fd) {
     return {};
   }
   memory->taken.store(1);
-  return {-1, memory, &memory->replies, &memory->requests};
+  return {Fd(), memory, &memory->replies, &memory->requests};
 }
 
 Lane::Lane(Lane &&other) noexcept {
@@ -95,9 +92,6 @@ void Lane::swap(Lane &other) noexcept {
 Lane::~Lane() {
   if (memory_ != nullptr) {
     munmap(memory_, sizeof(LaneMemory));
-  }
-  if (fd_ >= 0) {
-    close(fd_);
   }
 }
 

@@ -8,6 +8,7 @@
  */
 #pragma once
 
+#include "fd.h"
 #include "ipc_wire.h"
 
 #include <cstddef>
@@ -33,7 +34,7 @@ public:
   explicit operator bool() const { return memory_ != nullptr; }
 
   /** What the client offers. */
-  int fd() const { return fd_; }
+  int fd() const { return fd_.get(); }
 
   /** Whether the service has taken what the client offered. */
   bool is_taken() const;
@@ -66,11 +67,11 @@ private:
   struct Slot;
   friend struct LaneMemory;
 
-  Lane(int fd, LaneMemory *memory, Slot *outgoing, Slot *incoming)
-      : fd_(fd), memory_(memory), outgoing_(outgoing), incoming_(incoming) {}
+  Lane(Fd fd, LaneMemory *memory, Slot *outgoing, Slot *incoming)
+      : fd_(std::move(fd)), memory_(memory), outgoing_(outgoing), incoming_(incoming) {}
   void swap(Lane &other) noexcept;
 
-  int fd_ = -1; ///< The client's only.
+  Fd fd_; ///< The client's only.
   LaneMemory *memory_ = nullptr;
   Slot *outgoing_ = nullptr;
   Slot *incoming_ = nullptr;

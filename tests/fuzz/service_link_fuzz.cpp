@@ -14,7 +14,7 @@
 #include "platform/linux/notifications.h"
 #include "platform/linux/service_connection.h"
 #include "platform/linux/settings.h"
-#include "service/fd.h"
+#include "platform/linux/fd.h"
 
 #include <cerrno>
 #include <sys/select.h>
@@ -28,7 +28,6 @@
 
 namespace {
 
-using fcs::Fd;
 using ipc_wire::Frame;
 using ipc_wire::FrameHeader;
 

@@ -5,7 +5,7 @@
 
 #include "service/configuration.h"
 #include "service/fabric_store.h"
-#include "service/fd.h"
+#include "platform/linux/fd.h"
 #include "service/record_dispatch.h"
 
 #include <array>

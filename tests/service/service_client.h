@@ -4,7 +4,7 @@
 #pragma once
 
 #include "platform/linux/ipc_wire.h"
-#include "service/fd.h"
+#include "platform/linux/fd.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -94,7 +94,7 @@ public:
   }
 
 private:
-  fcs::Fd fd_;
+  Fd fd_;
   uint32_t sequence_ = 0;
   ipc_wire::Frame reply_{};
 };

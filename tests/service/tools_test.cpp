@@ -15,8 +15,8 @@
 namespace {
 
 /** A socket that takes connections and never says a word. */
-fcs::Fd mute_listener(const std::string &path) {
-  fcs::Fd fd(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
+Fd mute_listener(const std::string &path) {
+  Fd fd(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
   path.copy(address.sun_path, sizeof(address.sun_path) - 1);
@@ -91,7 +91,7 @@ TEST_F(Fcsctl, StatusTellsWhyThereIsNone) {
   Outcome outcome = fcsctl({"status"});
   EXPECT_EQ(outcome.status, 1);
   EXPECT_EQ(outcome.output, "fcsctl: " + socket_ + ": the FCS service is not running\n");
-  const fcs::Fd mute = mute_listener(socket_);
+  const Fd mute = mute_listener(socket_);
   outcome = fcsctl({"status"});
   EXPECT_EQ(outcome.status, 1);
   EXPECT_EQ(outcome.output, "fcsctl: " + socket_ + ": the FCS service does not answer\n");

@@ -6,8 +6,6 @@
 #include <unistd.h>
 #include <utility>
 
-namespace fcs {
-
 /** Closes its descriptor when it goes; -1 stands for none. */
 class Fd {
 public:
@@ -32,5 +30,3 @@ public:
 private:
   int fd_ = -1;
 };
-
-} // namespace fcs
