@@ -6,6 +6,7 @@
 #include <cstring>
 #include <ctime>
 #include <fcntl.h>
+#include <optional>
 #include <stdexcept>
 #include <sys/file.h>
 #include <sys/mman.h>
@@ -18,30 +19,38 @@ namespace {
 
 constexpr char kMagic[8] = "FCSHIST";
 constexpr uint32_t kByteOrderMark = 0x01020304;
-constexpr uint32_t kVersion = 1;
-constexpr uint64_t kSlots = 8192;
+constexpr uint32_t kVersion = 2;
+/** Octets of the ring: some 6,000 lines, and little enough to stay in a processor's cache. */
+constexpr size_t kRing = 512 << 10;
 /** Octets of a record: the level word, 511 characters and a NUL. */
 constexpr size_t kRecordRoom = 516;
 
 using Counter = std::atomic<uint64_t>;
 static_assert(Counter::is_always_lock_free && sizeof(Counter) == 8);
 
-struct Slot {
-  Counter number; ///< Number of the record, counted from 1; 0 while it is being written.
+/** What stands in front of a record. */
+struct Entry {
+  uint64_t number; ///< Counted from 1.
   int64_t time_ns;
   uint32_t module;
-  uint32_t length;
-  char record[kRecordRoom];
+  uint32_t length; ///< Octets of the record.
+
+  size_t record_octets() const { return std::min<size_t>(length, kRecordRoom); }
+  /** Octets in the ring, such that the next entry is aligned. */
+  size_t size() const { return (sizeof(Entry) + record_octets() + 7) / 8 * 8; }
 };
 
 } // namespace
 
+/** Positions count octets since the history began; the octet at a position is at it modulo kRing.
+ */
 struct HistoryFile {
   char magic[8];
   uint32_t byte_order;
   uint32_t version;
-  Counter written; ///< Records written so far; record n lies in slot (n - 1) % kSlots.
-  Slot slots[kSlots];
+  Counter oldest; ///< Position of the oldest whole entry.
+  Counter end;    ///< Position behind the last whole entry.
+  char ring[kRing];
 };
 
 namespace {
@@ -50,38 +59,108 @@ namespace {
   throw std::runtime_error("event history " + path + ": " + what);
 }
 
+/** Opens the file at `path`, or makes it (mode 0640) with O_CREAT. */
+Fd open_file(const std::string &path, int flags) {
+  Fd file(open(path.c_str(), flags, 0640));
+  if (!file) {
+    fail(path, strerror(errno));
+  }
+  return file;
+}
+
+size_t size_of(const Fd &file) {
+  struct stat status {};
+  return fstat(file.get(), &status) == 0 ? static_cast<size_t>(status.st_size) : 0;
+}
+
 bool has_this_shape(const HistoryFile &file) {
   return memcmp(file.magic, kMagic, sizeof(kMagic)) == 0 && file.byte_order == kByteOrderMark &&
          file.version == kVersion;
 }
 
+/** Calls copy(place in the ring, offset, octets) for the one or two pieces that lie in a row. */
+template <typename Copy> void for_pieces(uint64_t position, size_t length, Copy copy) {
+  const size_t place = position % kRing;
+  const size_t first = std::min(length, kRing - place);
+  copy(place, size_t{0}, first);
+  if (first < length) {
+    copy(size_t{0}, first, length - first);
+  }
+}
+
+void write(HistoryFile &history, uint64_t position, const void *from, size_t length) {
+  for_pieces(position, length, [&](size_t place, size_t offset, size_t octets) {
+    memcpy(history.ring + place, static_cast<const char *>(from) + offset, octets);
+  });
+}
+
+void read(const HistoryFile &history, uint64_t position, void *to, size_t length) {
+  for_pieces(position, length, [&](size_t place, size_t offset, size_t octets) {
+    memcpy(static_cast<char *>(to) + offset, history.ring + place, octets);
+  });
+}
+
+/** Gives up the oldest entries until the ring has room up to the position `end`. */
+void make_room(HistoryFile &history, uint64_t end) {
+  uint64_t oldest = history.oldest.load(std::memory_order_relaxed);
+  while (end - oldest > kRing) {
+    Entry entry{};
+    read(history, oldest, &entry, sizeof(entry));
+    oldest += entry.size();
+  }
+  history.oldest.store(oldest, std::memory_order_relaxed);
+  std::atomic_thread_fence(std::memory_order_release);
+}
+
+struct Fetched {
+  Entry entry;
+  char record[kRecordRoom + 1]; ///< Ends with a NUL in any case.
+};
+
+/** Reads the entry at `position`, which becomes that of the oldest one if it has been overwritten.
+ */
+Fetched fetch(const HistoryFile &history, uint64_t &position) {
+  while (true) {
+    Fetched fetched{};
+    read(history, position, &fetched.entry, sizeof(fetched.entry));
+    read(history, position + sizeof(fetched.entry), fetched.record, fetched.entry.record_octets());
+    std::atomic_thread_fence(std::memory_order_acquire);
+    const uint64_t oldest = history.oldest.load(std::memory_order_relaxed);
+    if (position >= oldest) {
+      return fetched;
+    }
+    position = oldest;
+  }
+}
+
+/** Number of the last record; none when something else stands where the records should be. */
+std::optional<uint64_t> last_number(const HistoryFile &history) {
+  const uint64_t end = history.end.load();
+  uint64_t position = history.oldest.load();
+  uint64_t number = 0;
+  if (end - position > kRing) {
+    return std::nullopt;
+  }
+  while (position < end) {
+    Entry entry{};
+    read(history, position, &entry, sizeof(entry));
+    if (entry.number == 0 || (number != 0 && entry.number != number + 1)) {
+      return std::nullopt;
+    }
+    number = entry.number;
+    position += entry.size();
+  }
+  return position == end ? std::optional(number) : std::nullopt;
+}
+
+int64_t time_of_day() {
+  timespec now{};
+  // The exact time would cost as much as all the rest of a record.
+  clock_gettime(CLOCK_REALTIME_COARSE, &now);
+  return static_cast<int64_t>(now.tv_sec) * 1'000'000'000 + now.tv_nsec;
+}
+
 } // namespace
-
-HistoryDescriptor::HistoryDescriptor(const std::string &path, int flags)
-    : fd_(open(path.c_str(), flags, 0640)) {
-  if (fd_ < 0) {
-    fail(path, strerror(errno));
-  }
-}
-
-HistoryDescriptor::HistoryDescriptor(HistoryDescriptor &&other) noexcept
-    : fd_(std::exchange(other.fd_, -1)) {}
-
-HistoryDescriptor &HistoryDescriptor::operator=(HistoryDescriptor &&other) noexcept {
-  std::swap(fd_, other.fd_);
-  return *this;
-}
-
-HistoryDescriptor::~HistoryDescriptor() {
-  if (fd_ >= 0) {
-    close(fd_);
-  }
-}
-
-size_t HistoryDescriptor::size() const {
-  struct stat status {};
-  return fstat(fd_, &status) == 0 ? static_cast<size_t>(status.st_size) : 0;
-}
 
 HistoryMapping::HistoryMapping(int fd, bool writable) {
   const int protection = writable ? PROT_READ | PROT_WRITE : PROT_READ;
@@ -109,10 +188,10 @@ HistoryMapping::~HistoryMapping() {
 }
 
 EventHistoryWriter::EventHistoryWriter(const std::string &path)
-    : file_(path, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW) {
+    : file_(open_file(path, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW)) {
   char magic[sizeof(kMagic)] = {};
-  if (file_.size() != 0 && (pread(file_.get(), magic, sizeof(magic), 0) != sizeof(magic) ||
-                            memcmp(magic, kMagic, sizeof(magic)) != 0)) {
+  if (size_of(file_) != 0 && (pread(file_.get(), magic, sizeof(magic), 0) != sizeof(magic) ||
+                              memcmp(magic, kMagic, sizeof(magic)) != 0)) {
     fail(path, "exists and is not an event history");
   }
   if (flock(file_.get(), LOCK_EX | LOCK_NB) != 0) {
@@ -128,7 +207,9 @@ EventHistoryWriter::EventHistoryWriter(const std::string &path)
     fail(path, error.code().message());
   }
   HistoryFile &history = *mapping_.get();
-  if (!has_this_shape(history)) {
+  const auto kept = has_this_shape(history) ? last_number(history) : std::nullopt;
+  records_ = kept.value_or(0);
+  if (!kept) {
     memset(static_cast<void *>(&history), 0, sizeof(history));
     memcpy(history.magic, kMagic, sizeof(kMagic));
     history.byte_order = kByteOrderMark;
@@ -141,23 +222,19 @@ void EventHistoryWriter::append(uint32_t module, const void *record, size_t leng
   if (history == nullptr) {
     return;
   }
-  const uint64_t number = history->written.load(std::memory_order_relaxed) + 1;
-  Slot &slot = history->slots[(number - 1) % kSlots];
-  slot.number.store(0, std::memory_order_relaxed);
-  std::atomic_thread_fence(std::memory_order_release);
-  timespec now{};
-  clock_gettime(CLOCK_REALTIME, &now);
-  slot.time_ns = static_cast<int64_t>(now.tv_sec) * 1'000'000'000 + now.tv_nsec;
-  slot.module = module;
-  slot.length = static_cast<uint32_t>(std::min(length, kRecordRoom));
-  memcpy(slot.record, record, slot.length);
-  slot.number.store(number, std::memory_order_release);
-  history->written.store(number, std::memory_order_release);
+  const Entry entry{++records_, time_of_day(), module,
+                    static_cast<uint32_t>(std::min(length, kRecordRoom))};
+  const uint64_t position = history->end.load(std::memory_order_relaxed);
+  const uint64_t end = position + entry.size();
+  make_room(*history, end);
+  write(*history, position, &entry, sizeof(entry));
+  write(*history, position + sizeof(entry), record, entry.length);
+  history->end.store(end, std::memory_order_release);
 }
 
 EventHistoryReader::EventHistoryReader(const std::string &path) {
-  const HistoryDescriptor file(path, O_RDONLY | O_CLOEXEC);
-  if (file.size() < sizeof(HistoryFile)) {
+  const Fd file = open_file(path, O_RDONLY | O_CLOEXEC);
+  if (size_of(file) < sizeof(HistoryFile)) {
     fail(path, "is not an event history");
   }
   try {
@@ -168,38 +245,24 @@ EventHistoryReader::EventHistoryReader(const std::string &path) {
   if (!has_this_shape(*mapping_.get())) {
     fail(path, "is not an event history of this version");
   }
-  const uint64_t written = mapping_.get()->written.load(std::memory_order_acquire);
-  position_ = written - std::min(written, kSlots);
+  const uint64_t number = fetch(*mapping_.get(), position_).entry.number;
+  read_ = number == 0 ? 0 : number - 1; // There is none in a history that has just begun.
 }
 
 bool EventHistoryReader::next(EventRecord &record) {
   const HistoryFile &history = *mapping_.get();
-  record.lost = 0;
-  while (true) {
-    const uint64_t written = history.written.load(std::memory_order_acquire);
-    if (position_ >= written) {
-      position_ = written; // Fewer records than before: the history was started anew.
-      return false;
-    }
-    if (written - position_ > kSlots) {
-      record.lost += written - position_ - kSlots;
-      position_ = written - kSlots;
-    }
-    const Slot &slot = history.slots[position_ % kSlots];
-    const uint64_t number = slot.number.load(std::memory_order_acquire);
-    record.time_ns = slot.time_ns;
-    record.module = slot.module;
-    const size_t length = std::min<size_t>(slot.length, kRecordRoom);
-    record.level = 0;
-    memcpy(&record.level, slot.record, sizeof(record.level));
-    const size_t text_room = length > sizeof(record.level) ? length - sizeof(record.level) : 0;
-    const char *text = slot.record + sizeof(record.level);
-    record.text.assign(text, strnlen(text, text_room));
-    std::atomic_thread_fence(std::memory_order_acquire);
-    ++position_;
-    if (number == position_ && slot.number.load(std::memory_order_relaxed) == number) {
-      return true;
-    }
-    ++record.lost; // Overwritten while it was being read.
+  const uint64_t end = history.end.load(std::memory_order_acquire);
+  if (position_ >= end) {
+    position_ = end; // It is less than before when the history was started anew.
+    return false;
   }
+  const Fetched next = fetch(history, position_);
+  position_ += next.entry.size();
+  record.time_ns = next.entry.time_ns;
+  record.module = next.entry.module;
+  memcpy(&record.level, next.record, sizeof(record.level));
+  record.text = next.record + sizeof(record.level);
+  record.lost = next.entry.number - read_ - 1;
+  read_ = next.entry.number;
+  return true;
 }

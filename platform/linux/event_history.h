@@ -1,9 +1,11 @@
 /**
- * The event history: a fixed ring of records in a memory-mapped file. One process writes; any
- * number may read, while the writer runs and after it has died.
+ * The event history: a fixed ring of octets in a memory-mapped file, full of records as long as
+ * their texts. One process writes; any number may read, while the writer runs and after it has
+ * died.
  */
 #pragma once
 
+#include "fd.h"
 #include "mapping_guard.h"
 
 #include <cstddef>
@@ -15,28 +17,11 @@ struct HistoryFile; // The file's contents, as they lie in memory.
 
 /** One record as it is read back. */
 struct EventRecord {
-  int64_t time_ns; ///< Time of day of the record, in nanoseconds since the Epoch.
+  int64_t time_ns; ///< Time of day at the kernel's last tick, in nanoseconds since the Epoch.
   uint32_t module; ///< Id of the module that wrote it.
   uint32_t level;
   std::string text;
   uint64_t lost; ///< Records that were overwritten before they could be read, just before this one.
-};
-
-/** A descriptor that is closed at the end. */
-class HistoryDescriptor {
-public:
-  HistoryDescriptor() = default;
-  /** Opens the file at `path`, or makes it (mode 0640) with O_CREAT. \throws std::runtime_error */
-  HistoryDescriptor(const std::string &path, int flags);
-  HistoryDescriptor(HistoryDescriptor &&other) noexcept;
-  HistoryDescriptor &operator=(HistoryDescriptor &&other) noexcept;
-  ~HistoryDescriptor();
-
-  int get() const { return fd_; }
-  size_t size() const;
-
-private:
-  int fd_ = -1;
 };
 
 /** A mapping of the file, unmapped at the end. */
@@ -67,9 +52,9 @@ public:
 
   /**
    * Opens the file at `path`, or makes it (mode 0640). The records of an existing history are kept,
-   * unless another version wrote them. A file that is no event history is left alone, and so is one
-   * that another process writes.
-   * \throws std::runtime_error naming the path and what is wrong.
+   * unless another version wrote them or they are damaged. A file that is no event history is left
+   * alone, and so is one that another process writes. \throws std::runtime_error naming the path
+   * and what is wrong.
    */
   explicit EventHistoryWriter(const std::string &path);
 
@@ -78,12 +63,13 @@ public:
   /** Whether the file was truncated and what is appended no longer reaches it. */
   bool is_torn() const { return mapping_.torn(); }
 
-  /** Appends a record: `record` is a 32-bit level word and a text, cut to the room of a slot. */
+  /** Appends a record: `record` is a 32-bit level word and a text, cut to 516 octets. */
   void append(uint32_t module, const void *record, size_t length);
 
 private:
-  HistoryDescriptor file_; ///< Locked.
+  Fd file_; ///< Locked.
   HistoryMapping mapping_;
+  uint64_t records_ = 0; ///< Number of the last one.
 };
 
 class EventHistoryReader {
@@ -102,5 +88,6 @@ public:
 
 private:
   HistoryMapping mapping_;
-  uint64_t position_ = 0;
+  uint64_t position_ = 0; ///< Where the next record begins.
+  uint64_t read_ = 0; ///< Number of the last record that was read, or of the one before the first.
 };

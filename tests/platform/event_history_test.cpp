@@ -83,7 +83,7 @@ TEST_F(EventHistory, TruncationTakesTheFileAndNothingElse) {
   for (const unsigned left : {0U, 100U, 5000U}) {
     EventHistoryWriter writer(path_);
     EventHistoryReader reader(path_);
-    for (int i = 0; i < 100; ++i) { // Far enough to lie behind what is left of the file.
+    for (int i = 0; i < 300; ++i) { // Far enough to lie behind what is left of the file.
       write(writer, 101, "before");
     }
     std::filesystem::resize_file(path_, left);
