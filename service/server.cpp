@@ -153,15 +153,14 @@ void Server::serve(Client &client) {
 
 /** Looks for a message in the lane, as recv does. */
 ssize_t Server::look_into_lane(Client &client) {
-  const size_t length = client.lane.look(request_);
-  client.by_lane = length > 0;
-  errno = EAGAIN;
-  return client.by_lane ? static_cast<ssize_t>(length) : -1;
+  const ssize_t length = client.lane.look(request_);
+  client.by_lane = length >= 0;
+  return length;
 }
 
 /** Looks for a message in the lane and behind the socket, as recv does. */
 ssize_t Server::look(Client &client) {
-  if (const ssize_t length = look_into_lane(client); length > 0) {
+  if (const ssize_t length = look_into_lane(client); length >= 0) {
     return length;
   }
   if (client.purpose == 0) {

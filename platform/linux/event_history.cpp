@@ -13,7 +13,6 @@
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
-#include <utility>
 
 namespace {
 
@@ -168,23 +167,12 @@ HistoryMapping::HistoryMapping(int fd, bool writable) {
   if (memory == MAP_FAILED) {
     throw std::system_error(errno, std::generic_category());
   }
-  file_ = static_cast<HistoryFile *>(memory);
+  file_.reset(static_cast<HistoryFile *>(memory));
   guard_ = MappingGuard(memory, sizeof(HistoryFile));
 }
 
-HistoryMapping::HistoryMapping(HistoryMapping &&other) noexcept
-    : file_(std::exchange(other.file_, nullptr)), guard_(std::move(other.guard_)) {}
-
-HistoryMapping &HistoryMapping::operator=(HistoryMapping &&other) noexcept {
-  std::swap(file_, other.file_);
-  std::swap(guard_, other.guard_);
-  return *this;
-}
-
-HistoryMapping::~HistoryMapping() {
-  if (file_ != nullptr) {
-    munmap(file_, sizeof(HistoryFile));
-  }
+void HistoryMapping::Unmap::operator()(HistoryFile *file) const {
+  munmap(file, sizeof(HistoryFile));
 }
 
 EventHistoryWriter::EventHistoryWriter(const std::string &path)

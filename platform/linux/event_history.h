@@ -10,6 +10,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -28,20 +29,20 @@ struct EventRecord {
 class HistoryMapping {
 public:
   HistoryMapping() = default;
-  HistoryMapping(HistoryMapping &&other) noexcept;
-  HistoryMapping &operator=(HistoryMapping &&other) noexcept;
-  ~HistoryMapping();
-
   /** Maps the file `fd` whole. \throws std::system_error */
   HistoryMapping(int fd, bool writable);
 
-  HistoryFile *get() const { return file_; }
+  HistoryFile *get() const { return file_.get(); }
 
   /** Whether the file has been truncated since: what is mapped is then no longer in it. */
   bool torn() const { return guard_.torn(); }
 
 private:
-  HistoryFile *file_ = nullptr;
+  struct Unmap {
+    void operator()(HistoryFile *file) const;
+  };
+
+  std::unique_ptr<HistoryFile, Unmap> file_;
   MappingGuard guard_;
 };
 

@@ -2,12 +2,12 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <utility>
 
 namespace ipc_wire {
 
@@ -72,27 +72,8 @@ Lane Lane::take(int fd) {
   return {Fd(), memory, &memory->replies, &memory->requests};
 }
 
-Lane::Lane(Lane &&other) noexcept {
-  swap(other);
-}
-
-Lane &Lane::operator=(Lane &&other) noexcept {
-  swap(other);
-  return *this;
-}
-
-void Lane::swap(Lane &other) noexcept {
-  std::swap(fd_, other.fd_);
-  std::swap(memory_, other.memory_);
-  std::swap(outgoing_, other.outgoing_);
-  std::swap(incoming_, other.incoming_);
-  std::swap(taken_, other.taken_);
-}
-
-Lane::~Lane() {
-  if (memory_ != nullptr) {
-    munmap(memory_, sizeof(LaneMemory));
-  }
+void Lane::Unmap::operator()(LaneMemory *memory) const {
+  munmap(memory, sizeof(LaneMemory));
 }
 
 bool Lane::is_taken() const {
@@ -134,14 +115,15 @@ bool Lane::has_frame() const {
   return memory_ != nullptr && incoming_->number.load() != taken_;
 }
 
-size_t Lane::look(Frame &frame) {
+ssize_t Lane::look(Frame &frame) {
   if (!has_frame()) {
-    return 0;
+    errno = EAGAIN;
+    return -1;
   }
   taken_ = incoming_->number.load();
   const size_t length = incoming_->length.load();
   memcpy(static_cast<void *>(&frame), &incoming_->frame, std::min(length, sizeof(frame)));
-  return length;
+  return static_cast<ssize_t>(length);
 }
 
 } // namespace ipc_wire

@@ -12,6 +12,9 @@
 #include "ipc_wire.h"
 
 #include <cstddef>
+#include <memory>
+#include <sys/types.h>
+#include <utility>
 
 namespace ipc_wire {
 
@@ -21,9 +24,6 @@ struct LaneMemory;
 class Lane {
 public:
   Lane() = default;
-  Lane(Lane &&other) noexcept;
-  Lane &operator=(Lane &&other) noexcept;
-  ~Lane();
 
   /** A new lane, seen from the client; none when there is no memory for it. */
   static Lane make();
@@ -58,21 +58,24 @@ public:
   bool has_frame() const;
 
   /**
-   * Takes the frame that is there.
-   * \return its octets, as the other end says: only sizeof(Frame) of more are taken; 0 without one.
+   * Takes the frame that is there, as recv does with MSG_DONTWAIT and MSG_TRUNC.
+   * \return its octets, as the other end says: only sizeof(Frame) of more are taken; -1 with errno
+   * EAGAIN without a frame.
    */
-  size_t look(Frame &frame);
+  ssize_t look(Frame &frame);
 
 private:
   struct Slot;
   friend struct LaneMemory;
+  struct Unmap {
+    void operator()(LaneMemory *memory) const;
+  };
 
   Lane(Fd fd, LaneMemory *memory, Slot *outgoing, Slot *incoming)
       : fd_(std::move(fd)), memory_(memory), outgoing_(outgoing), incoming_(incoming) {}
-  void swap(Lane &other) noexcept;
 
   Fd fd_; ///< The client's only.
-  LaneMemory *memory_ = nullptr;
+  std::unique_ptr<LaneMemory, Unmap> memory_;
   Slot *outgoing_ = nullptr;
   Slot *incoming_ = nullptr;
   uint32_t taken_ = 0; ///< Number of the last frame taken.

@@ -223,12 +223,7 @@ bool ServiceLink::send_through_socket(const ipc_wire::FrameHeader &header, const
 
 /** Looks for a message where the reply will be, without waiting, as recv does. */
 ssize_t ServiceLink::look(ipc_wire::Frame &frame) {
-  if (!by_lane_) {
-    return recv(fd_, &frame, sizeof(frame), MSG_DONTWAIT | MSG_TRUNC);
-  }
-  const size_t length = lane_.look(frame);
-  errno = EAGAIN;
-  return length > 0 ? static_cast<ssize_t>(length) : -1;
+  return by_lane_ ? lane_.look(frame) : recv(fd_, &frame, sizeof(frame), MSG_DONTWAIT | MSG_TRUNC);
 }
 
 /** Receives the next message, as recv does; -1 with errno ETIMEDOUT when none comes in time. */

@@ -9,12 +9,12 @@
 
 #include "platform/agent_host.h"
 #include "platform/ipc.h"
+#include "platform/linux/fd.h"
 #include "platform/linux/ipc_wire.h"
 #include "platform/linux/lane.h"
 #include "platform/linux/notifications.h"
 #include "platform/linux/service_connection.h"
 #include "platform/linux/settings.h"
-#include "platform/linux/fd.h"
 
 #include <cerrno>
 #include <sys/select.h>
@@ -109,10 +109,10 @@ void LyingService::answer() {
 
 void LyingService::hear_requests() {
   Frame request{};
-  if (const size_t length = lane.look(request); length > 0) {
-    hear(request, length);
+  ssize_t length = lane.look(request);
+  if (length > 0) {
+    hear(request, static_cast<size_t>(length));
   }
-  ssize_t length = 0;
   while (exchanges &&
          (length = recv(exchanges.get(), &request, sizeof(request), MSG_DONTWAIT)) > 0) {
     hear(request, static_cast<size_t>(length));

@@ -33,12 +33,12 @@ TEST(Lane, FramesGoBothWaysWhileTheReceiverWatches) {
     Frame frame{};
     to->watch();
     EXPECT_TRUE(from->peer_watches());
-    EXPECT_EQ(to->look(frame), 0U);
+    EXPECT_EQ(to->look(frame), -1);
     for (uint32_t sequence = 1; sequence < 4; ++sequence) {
       const std::string payload(sequence, 'x');
       EXPECT_TRUE(from->put({.sequence = sequence}, payload.data(), payload.size()));
       EXPECT_TRUE(to->has_frame());
-      EXPECT_EQ(to->look(frame), sizeof(FrameHeader) + sequence);
+      EXPECT_EQ(to->look(frame), static_cast<ssize_t>(sizeof(FrameHeader) + sequence));
       EXPECT_EQ(frame.header.sequence, sequence);
       EXPECT_EQ(memcmp(frame.payload, payload.data(), payload.size()), 0);
       EXPECT_FALSE(to->has_frame());
@@ -97,7 +97,7 @@ TEST(Lane, NoFrameIsLostBetweenWatchingAndSleeping) {
     Frame frame{};
     for (int served = 0; served < kFrames; ++served) {
       ends.service.watch();
-      while (ends.service.look(frame) == 0) {
+      while (ends.service.look(frame) < 0) {
         if (ends.service.stop_watching()) {
           continue;
         }
@@ -117,7 +117,7 @@ TEST(Lane, NoFrameIsLostBetweenWatchingAndSleeping) {
     if (!ends.client.put({.sequence = sequence}, nullptr, 0)) {
       send(wake_ups[1], "", 1, 0);
     }
-    while (ends.client.look(reply) == 0) {
+    while (ends.client.look(reply) < 0) {
       std::this_thread::yield();
     }
     EXPECT_EQ(reply.header.sequence, sequence);
