@@ -12,6 +12,12 @@
 #include <thread>
 #include <unistd.h>
 
+Bytes words(std::initializer_list<uint32_t> values) {
+  Bytes bytes(values.size() * sizeof(uint32_t));
+  std::memcpy(bytes.data(), values.begin(), bytes.size());
+  return bytes;
+}
+
 TempDir::TempDir() {
   std::string name = (std::filesystem::temp_directory_path() / "fcs-test-XXXXXX").string();
   if (mkdtemp(name.data()) == nullptr) {
@@ -23,6 +29,12 @@ TempDir::TempDir() {
 TempDir::~TempDir() {
   std::error_code ignored;
   std::filesystem::remove_all(path_, ignored);
+}
+
+std::string content(const std::string &path) {
+  std::ostringstream text;
+  text << std::ifstream(path).rdbuf();
+  return text.str();
 }
 
 std::string import_text(fcs::FabricStore &store, const std::string &description) {
@@ -79,9 +91,7 @@ int Process::finish(int signal) {
 }
 
 std::string Process::log() const {
-  std::ostringstream text;
-  text << std::ifstream(log_).rdbuf();
-  return text.str();
+  return content(log_);
 }
 
 bool Process::logs(const std::string &text) const {
@@ -99,9 +109,10 @@ bool eventually(const std::function<bool()> &condition) {
   return true;
 }
 
-Outcome run(const std::vector<std::string> &arguments) {
+Outcome run(std::vector<std::string> command, const std::vector<std::string> &options) {
+  command.insert(command.end(), options.begin(), options.end());
   const TempDir dir;
-  Process process(arguments, dir.path("output"));
+  Process process(command, dir.path("output"));
   const int status = process.finish();
   return {status, process.log()};
 }

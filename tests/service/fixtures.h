@@ -18,6 +18,11 @@
 #include <sys/types.h>
 #include <vector>
 
+using Bytes = std::vector<uint8_t>;
+
+/** The native words as they lie in memory. */
+Bytes words(std::initializer_list<uint32_t> values);
+
 /** A fresh directory, removed at the end. */
 class TempDir {
 public:
@@ -55,6 +60,9 @@ protected:
   std::array<uint8_t, FCS_MESSAGE_ROOM> room_{};
 };
 
+/** What a file holds. */
+std::string content(const std::string &path);
+
 /** Imports a description into the store; the result is the error, empty for success. */
 std::string import_text(fcs::FabricStore &store, const std::string &description);
 std::string export_text(fcs::FabricStore &store);
@@ -88,4 +96,4 @@ struct Outcome {
   int status;
   std::string output;
 };
-Outcome run(const std::vector<std::string> &arguments);
+Outcome run(std::vector<std::string> command, const std::vector<std::string> &options = {});

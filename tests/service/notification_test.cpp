@@ -1,89 +1,55 @@
-#include "fixtures.h"
 #include "service_client.h"
-
-#include "feature/fabric_conf_server/fcs_protocol.h"
-#include "service/fcs_control.h"
 
 #include <arpa/inet.h>
 #include <csignal>
-#include <gtest/gtest.h>
-#include <memory>
 
 namespace {
 
 using Words = std::vector<uint32_t>;
-
-class Notifications : public testing::Test {
-protected:
-  Notifications() { start("1000"); }
-
-  void start(const std::string &scale) {
-    service_ = std::make_unique<Process>(
-        std::vector<std::string>{FCSD, "--socket", socket_, "--store", dir_.path("fabric.db"),
-                                 "--fabric", SAMPLE_FABRIC, "--time-scale", scale},
-        dir_.path("log-" + scale));
-    EXPECT_TRUE(service_->logs("ready: ")) << service_->log();
-  }
-
-  std::unique_ptr<Client> connect(ipc_wire::Purpose purpose) const {
-    auto client = std::make_unique<Client>(socket_);
-    EXPECT_EQ(client->greet(purpose), "");
-    return client;
-  }
-
-  Outcome fcsctl(std::vector<std::string> arguments) const {
-    arguments.insert(arguments.begin(), {FCSCTL, "--socket", socket_});
-    return run(arguments);
-  }
-
-  TempDir dir_;
-  std::string socket_ = dir_.path("fcsd.sock");
-  std::unique_ptr<Process> service_;
-};
+using Notifications = LiveService;
 
 TEST_F(Notifications, ReachEveryClientAndWaitForTheFirst) {
-  const auto exchange = connect(ipc_wire::kExchange);
+  Client exchange = connect(ipc_wire::kExchange);
   EXPECT_EQ(fcsctl({"event", "reject", "--vsan", "1", "--explanation", "97"}).output, "");
   EXPECT_EQ(fcsctl({"event", "address", "--vsan", "100", "--address", "192.0.2.7"}).output, "");
-  EXPECT_EQ(exchange->ask(FCS_MSG_START_DISCOVERY, 0, {1, 0}), FCS_OK);
+  EXPECT_EQ(exchange.ask(FCS_MSG_START_DISCOVERY, 0, {1, 0}), FCS_OK);
   EXPECT_TRUE(service_->logs("discovery of VSAN 1 is complete"));
 
-  const auto first = connect(ipc_wire::kNotification);
-  EXPECT_EQ(first->notification(), (Words{FCS_MSG_REG_REQ_REJ, 9, 97}));
-  EXPECT_EQ(first->notification(), (Words{FCS_MSG_IP_ADDR_CHANGE, 100, htonl(0xC0000207), 0}));
-  EXPECT_EQ(first->notification(), (Words{FCS_MSG_DISC_COMP_ON_VSAN, 1}));
-  const auto second = connect(ipc_wire::kNotification);
+  Client first = connect(ipc_wire::kNotification);
+  EXPECT_EQ(first.notification(), (Words{FCS_MSG_REG_REQ_REJ, 9, 97}));
+  EXPECT_EQ(first.notification(), (Words{FCS_MSG_IP_ADDR_CHANGE, 100, htonl(0xC0000207), 0}));
+  EXPECT_EQ(first.notification(), (Words{FCS_MSG_DISC_COMP_ON_VSAN, 1}));
+  Client second = connect(ipc_wire::kNotification);
   EXPECT_EQ(fcsctl({"event", "timeout", "--vsan", "2100"}).output, "");
-  for (const auto &client : {first.get(), second.get()}) {
+  for (Client *client : {&first, &second}) {
     EXPECT_EQ(client->notification(), (Words{FCS_MSG_TIMEOUT_ON_VSAN, 2100}));
   }
-  EXPECT_EQ(exchange->ask(FCS_MSG_REQUEST, FCS_OP_GET, {FCS_REC_TOTAL_REJECTS}), FCS_OK);
-  EXPECT_EQ(exchange->first_word(), 0U); // 5 + 1 + 4294967290, modulo 2^32.
+  EXPECT_EQ(exchange.ask(FCS_MSG_REQUEST, FCS_OP_GET, {FCS_REC_TOTAL_REJECTS}), FCS_OK);
+  EXPECT_EQ(exchange.first_word(), 0U); // 5 + 1 + 4294967290, modulo 2^32.
 }
 
 TEST_F(Notifications, SurviveARestart) {
   EXPECT_EQ(service_->finish(SIGTERM), 0);
   start("1");
-  EXPECT_EQ(connect(ipc_wire::kExchange)->ask(FCS_MSG_START_DISCOVERY, 0, {100, 0}), FCS_OK);
+  EXPECT_EQ(connect(ipc_wire::kExchange).ask(FCS_MSG_START_DISCOVERY, 0, {100, 0}), FCS_OK);
   EXPECT_EQ(service_->finish(SIGKILL), 128 + SIGKILL);
-  start("2");
-  EXPECT_EQ(connect(ipc_wire::kNotification)->notification(),
-            (Words{FCS_MSG_TIMEOUT_ON_VSAN, 100}));
+  start();
+  EXPECT_EQ(connect(ipc_wire::kNotification).notification(), (Words{FCS_MSG_TIMEOUT_ON_VSAN, 100}));
 }
 
 TEST_F(Notifications, DropAClientThatDoesNotRead) {
-  const auto control = connect(ipc_wire::kControl);
-  const auto deaf = connect(ipc_wire::kNotification);
+  Client control = connect(ipc_wire::kControl);
+  Client deaf = connect(ipc_wire::kNotification);
   uint32_t reading = 0;
-  const auto reader = connect(ipc_wire::kNotification);
+  Client reader = connect(ipc_wire::kNotification);
   for (uint32_t i = 0; i < 10000; ++i) {
-    ASSERT_EQ(control->ask(FCS_CTL_CHANGE_ADDRESS, 0, {1, i, 0}), FCS_OK);
-    reading += reader->notification() == Words{FCS_MSG_IP_ADDR_CHANGE, 1, i, 0} ? 1U : 0U;
+    ASSERT_EQ(control.ask(FCS_CTL_CHANGE_ADDRESS, 0, {1, i, 0}), FCS_OK);
+    reading += reader.notification() == Words{FCS_MSG_IP_ADDR_CHANGE, 1, i, 0} ? 1U : 0U;
   }
   EXPECT_EQ(reading, 10000U);
   EXPECT_TRUE(service_->logs("does not read its notifications"));
-  EXPECT_EQ(control->ask(FCS_CTL_STATUS, 0, {}), FCS_OK);
-  EXPECT_NE(control->text().find("\"notification\":1,"), std::string::npos) << control->text();
+  EXPECT_EQ(control.ask(FCS_CTL_STATUS, 0, {}), FCS_OK);
+  EXPECT_NE(control.text().find("\"notification\":1,"), std::string::npos) << control.text();
 }
 
 TEST_F(Notifications, ArePrintedByWatch) {

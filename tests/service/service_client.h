@@ -1,20 +1,22 @@
 /**
- * A client of the running service, for tests.
+ * The running service and a client of it, for tests.
  */
 #pragma once
 
-#include "platform/linux/ipc_wire.h"
+#include "fixtures.h"
+
+#include "feature/fabric_conf_server/fcs_protocol.h"
 #include "platform/linux/fd.h"
+#include "platform/linux/ipc_wire.h"
+#include "service/fcs_control.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
-#include <gtest/gtest.h>
+#include <iostream>
+#include <memory>
 #include <span>
-#include <string>
 #include <sys/socket.h>
 #include <sys/time.h>
-#include <vector>
 
 /** A client of the service. Receiving has a deadline of five seconds. */
 class Client {
@@ -26,6 +28,10 @@ public:
     EXPECT_TRUE(fd_) << std::strerror(errno);
     const timeval patience{5, 0};
     setsockopt(fd_.get(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof(patience));
+  }
+  /** One that is welcome. */
+  Client(const std::string &path, ipc_wire::Purpose purpose) : Client(path) {
+    EXPECT_EQ(greet(purpose), "");
   }
 
   int fd() const { return fd_.get(); }
@@ -57,9 +63,7 @@ public:
     std::ranges::copy(std::as_bytes(std::span(payload)),
                       reinterpret_cast<std::byte *>(frame.payload));
     send(&frame, sizeof(frame.header) + payload.size() * 4);
-    reply_ = {};
-    const ssize_t got = recv(fd_.get(), &reply_, sizeof(reply_), 0);
-    EXPECT_GE(got, static_cast<ssize_t>(sizeof(reply_.header)));
+    receive();
     EXPECT_EQ(reply_.header.sequence, sequence_);
     EXPECT_EQ(reply_.header.opcode, opcode);
     return reply_.header.result;
@@ -71,16 +75,11 @@ public:
   }
   std::string text() const { return reinterpret_cast<const char *>(reply_.payload); }
 
-  /** The next notification as its opcode and words; empty if none comes. */
+  /** The next notification as its opcode and words. */
   std::vector<uint32_t> notification() {
-    reply_ = {};
-    const ssize_t got = recv(fd_.get(), &reply_, sizeof(reply_), 0);
-    if (got < static_cast<ssize_t>(sizeof(reply_.header)) || reply_.header.sequence != 0) {
-      return {};
-    }
-    std::vector<uint32_t> words((static_cast<size_t>(got) - sizeof(reply_.header)) / 4 + 1);
-    words[0] = reply_.header.opcode;
-    std::memcpy(words.data() + 1, reply_.payload, (words.size() - 1) * 4);
+    std::vector<uint32_t> words(receive() / sizeof(uint32_t) + 1, reply_.header.opcode);
+    EXPECT_EQ(reply_.header.sequence, 0U);
+    std::memcpy(words.data() + 1, reply_.payload, (words.size() - 1) * sizeof(uint32_t));
     return words;
   }
 
@@ -94,7 +93,55 @@ public:
   }
 
 private:
+  /** Takes a frame, gives the length of its payload. */
+  size_t receive() {
+    reply_ = {};
+    const ssize_t got = recv(fd_.get(), &reply_, sizeof(reply_), 0);
+    EXPECT_GE(got, static_cast<ssize_t>(sizeof(reply_.header)));
+    return std::max(static_cast<size_t>(got), sizeof(reply_.header)) - sizeof(reply_.header);
+  }
+
   Fd fd_;
   uint32_t sequence_ = 0;
   ipc_wire::Frame reply_{};
+};
+
+/** A service of the sample fabric that runs; a discovery takes milliseconds. */
+class LiveService : public testing::Test {
+protected:
+  LiveService() { start(); }
+  ~LiveService() override {
+    if (HasFailure()) {
+      std::cerr << "the service's log:\n" << service_->log();
+    }
+  }
+
+  std::vector<std::string> command(const std::string &scale = "1000") const {
+    return {FCSD,       "--socket",    socket_,        "--store", store_,
+            "--fabric", SAMPLE_FABRIC, "--time-scale", scale};
+  }
+  /** Starts the service, anew with a log of its own. */
+  void start(const std::string &scale = "1000") {
+    service_ = std::make_unique<Process>(command(scale), dir_.path("log" + std::to_string(++log_)));
+    EXPECT_TRUE(service_->logs("ready: ")) << service_->log();
+  }
+
+  Outcome fcsctl(const std::vector<std::string> &arguments) const {
+    return run({FCSCTL, "--socket", socket_, "--store", store_}, arguments);
+  }
+
+  Client connect(ipc_wire::Purpose purpose) const { return {socket_, purpose}; }
+
+  /** The service answers. */
+  void expect_alive() const {
+    Client client = connect(ipc_wire::kExchange);
+    EXPECT_EQ(client.ask(FCS_MSG_REQUEST, FCS_OP_GET, {FCS_REC_PORT_COUNT}), FCS_OK);
+    EXPECT_EQ(client.first_word(), 48U);
+  }
+
+  TempDir dir_;
+  std::string socket_ = dir_.path("fcsd.sock");
+  std::string store_ = dir_.path("fabric.db");
+  std::unique_ptr<Process> service_;
+  int log_ = 0;
 };

@@ -2,40 +2,19 @@
 
 #include "platform/linux/event_history.h"
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
-#include <cstring>
-#include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <sstream>
-#include <sys/socket.h>
-#include <sys/un.h>
 
 namespace {
 
-/** A socket that takes connections and never says a word. */
-Fd mute_listener(const std::string &path) {
-  Fd fd(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  path.copy(address.sun_path, sizeof(address.sun_path) - 1);
-  EXPECT_EQ(bind(fd.get(), reinterpret_cast<const sockaddr *>(&address), sizeof(address)), 0);
-  EXPECT_EQ(listen(fd.get(), 1), 0);
-  return fd;
-}
-
-std::string content(const std::string &path) {
-  std::ostringstream text;
-  text << std::ifstream(path).rdbuf();
-  return text.str();
-}
-
 class Fcsctl : public testing::Test {
 protected:
-  Outcome fcsctl(std::vector<std::string> arguments) const {
-    arguments.insert(arguments.begin(), {FCSCTL, "--socket", socket_, "--store", store_});
-    return run(arguments);
+  Outcome fcsctl(const std::vector<std::string> &arguments) const {
+    return run({FCSCTL, "--socket", socket_, "--store", store_}, arguments);
   }
 
   void append(EventHistoryWriter &writer, uint32_t level, const std::string &text) const {
@@ -53,16 +32,15 @@ protected:
 TEST_F(Fcsctl, ImportsAndExports) {
   EXPECT_EQ(fcsctl({"export"}).output,
             "fcsctl: cannot open the store " + store_ + ": there is none\n");
-  Outcome outcome = fcsctl({"import", SAMPLE_FABRIC});
-  EXPECT_EQ(outcome.status, 0);
-  EXPECT_EQ(outcome.output, "imported 3 VSANs, 10 elements, 48 ports, 17 platforms\n");
+  EXPECT_EQ(fcsctl({"import", SAMPLE_FABRIC}).output,
+            "imported 3 VSANs, 10 elements, 48 ports, 17 platforms\n");
   EXPECT_EQ(fcsctl({"export"}).output, content(SAMPLE_FABRIC));
 
   const std::string file = dir_.path("out.json");
   std::ofstream(file) << "old";
-  EXPECT_EQ(fcsctl({"export", file}).status, 0);
+  EXPECT_EQ(fcsctl({"export", file}).output, "");
   EXPECT_EQ(content(file), content(SAMPLE_FABRIC));
-  outcome = fcsctl({"export", "/dev/full"});
+  Outcome outcome = fcsctl({"export", "/dev/full"});
   EXPECT_EQ(outcome.status, 1);
   EXPECT_EQ(outcome.output, "fcsctl: /dev/full: cannot be written: No space left on device\n");
 
@@ -80,21 +58,10 @@ TEST_F(Fcsctl, ARunningServiceSeesAnImportAtOnce) {
   EXPECT_NE(fcsctl({"status", "--json"}).output.find("\"ports\":0"), std::string::npos);
   EXPECT_EQ(fcsctl({"import", SAMPLE_FABRIC}).status, 0);
   EXPECT_NE(fcsctl({"status", "--json"}).output.find("\"ports\":48"), std::string::npos);
-  const Outcome status = fcsctl({"status"});
-  EXPECT_EQ(status.status, 0);
-  EXPECT_NE(status.output.find("pid " + std::to_string(service.pid())), std::string::npos);
-  EXPECT_NE(status.output.find("3 VSANs, 10 elements, 48 ports, 17 platforms"), std::string::npos);
+  const std::string status = fcsctl({"status"}).output;
+  EXPECT_NE(status.find("pid " + std::to_string(service.pid())), std::string::npos);
+  EXPECT_NE(status.find("3 VSANs, 10 elements, 48 ports, 17 platforms"), std::string::npos);
   EXPECT_EQ(service.finish(SIGTERM), 0);
-}
-
-TEST_F(Fcsctl, StatusTellsWhyThereIsNone) {
-  Outcome outcome = fcsctl({"status"});
-  EXPECT_EQ(outcome.status, 1);
-  EXPECT_EQ(outcome.output, "fcsctl: " + socket_ + ": the FCS service is not running\n");
-  const Fd mute = mute_listener(socket_);
-  outcome = fcsctl({"status"});
-  EXPECT_EQ(outcome.status, 1);
-  EXPECT_EQ(outcome.output, "fcsctl: " + socket_ + ": the FCS service does not answer\n");
 }
 
 TEST_F(Fcsctl, UsageErrorsAndHelp) {
@@ -103,9 +70,8 @@ TEST_F(Fcsctl, UsageErrorsAndHelp) {
     EXPECT_EQ(fcsctl(wrong).status, 2);
   }
   for (const char *command : {"import", "export", "generate", "map", "status", "history"}) {
-    const Outcome help = fcsctl({command, "--help"});
-    EXPECT_EQ(help.status, 0);
-    EXPECT_NE(help.output.find(std::string("Usage: fcsctl ") + command), std::string::npos);
+    EXPECT_NE(fcsctl({command, "--help"}).output.find("Usage: fcsctl " + std::string(command)),
+              std::string::npos);
   }
   ASSERT_EQ(setenv("FCS_SOCKET", "/nowhere/s", 1), 0);
   EXPECT_EQ(run({FCSCTL, "status"}).output, "fcsctl: /nowhere/s: the FCS service is not running\n");
@@ -119,21 +85,16 @@ TEST_F(Fcsctl, HistoryShowsAndFollows) {
   append(writer, 101, "second\twith a tab\n");
   append(writer, 100, "third");
   const auto texts = [&](const std::vector<std::string> &options) {
-    std::vector<std::string> arguments = {"history", "--history", path};
-    arguments.insert(arguments.end(), options.begin(), options.end());
-    std::istringstream output(fcsctl(arguments).output);
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(output, line);) {
-      constexpr size_t kTime = sizeof("2024-05-01 12:00:00.000");
-      lines.push_back(line.size() > kTime ? line.substr(kTime) : line);
+    std::istringstream output(run({FCSCTL, "history", "--history", path}, options).output);
+    std::string text;
+    for (std::string line; std::getline(output, line); text += "|") {
+      text += line.substr(std::min(line.size(), sizeof("2024-05-01 12:00:00.000")));
     }
-    return lines;
+    return text;
   };
-  using Lines = std::vector<std::string>;
-  EXPECT_EQ(texts({}), (Lines{"event first", "detail second\\x09with a tab", "event third"}));
-  EXPECT_EQ(texts({"--lines", "1"}), (Lines{"event third"}));
-  EXPECT_EQ(texts({"--level", "event"}), (Lines{"event first", "event third"}));
-  EXPECT_EQ(texts({"--level", "detail"}), (Lines{"detail second\\x09with a tab"}));
+  EXPECT_EQ(texts({}), "event first|detail second\\x09with a tab|event third|");
+  EXPECT_EQ(texts({"--lines", "1"}), "event third|");
+  EXPECT_EQ(texts({"--level", "detail"}), "detail second\\x09with a tab|");
 
   Process follower({FCSCTL, "--history", path, "history", "--follow", "-n", "0"}, dir_.path("log"));
   // It may not have read the past yet, so records come until the first one shows.
