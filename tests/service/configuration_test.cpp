@@ -7,8 +7,6 @@
 
 namespace {
 
-using Bytes = std::vector<uint8_t>;
-
 const char *const kFabric = R"({
   "nodeNameLists": [{"index": 5, "names": ["2001005e00530101"]}, {"index": 6}],
   "mgmtAddrLists": [{"index": 11, "addresses": [{"index": 1, "address": "192.0.2.1"}]},
@@ -21,6 +19,8 @@ const char *const kFabric = R"({
               {"name": "2001005e00530202", "type": "switch", "mgmtAddrList": 11},
               {"name": "2001005e00530203", "type": "switch", "mgmtAddrList": 13}]}]})";
 
+constexpr auto kSet = FCS_OP_SET;
+constexpr auto kDelete = FCS_OP_DELETE;
 constexpr uint32_t kCreate = FCS_ROW_CREATE_AND_GO;
 constexpr uint32_t kChange = FCS_ROW_ACTIVE;
 constexpr uint32_t kHost = 10;
@@ -94,8 +94,6 @@ protected:
 };
 
 TEST_F(ConfigurationTest, RefusesWithACodeThatHasAText) {
-  constexpr auto kSet = FCS_OP_SET;
-  constexpr auto kDelete = FCS_OP_DELETE;
   const struct {
     uint32_t operation;
     Bytes request;
@@ -105,19 +103,14 @@ TEST_F(ConfigurationTest, RefusesWithACodeThatHasAText) {
       {kSet, address(12, 2, "192.0.2.9", kChange), FCS_ERR_NO_SUCH_ROW},
       {kSet, address(12, 2), FCS_ERR_EMPTY_ADDRESS},
       {kSet, address(0, 2, "x"), FCS_ERR_BAD_VALUE},
-      {kSet, address(-1, 2, "x"), FCS_ERR_BAD_VALUE},
       {kSet, address(12, 0, "x"), FCS_ERR_BAD_VALUE},
-      {kSet, address(12, -1, "x"), FCS_ERR_BAD_VALUE},
       {kSet, address(12, 2, "x", 0), FCS_ERR_BAD_VALUE},
       {kDelete, address(12, 2), FCS_ERR_NO_SUCH_ROW},
-      {kDelete, address(-12, 1), FCS_ERR_NO_SUCH_ROW},
       {kSet, platform(3, 1, "new"), FCS_ERR_UNKNOWN_VSAN},
-      {kSet, platform(-1, 1, "new"), FCS_ERR_UNKNOWN_VSAN},
       {kSet, platform(1, 1, "new"), FCS_ERR_ROW_EXISTS},
       {kSet, platform(1, 3, "new", {kChange}), FCS_ERR_NO_SUCH_ROW},
       {kSet, platform(1, 3, "new", {6}), FCS_ERR_BAD_VALUE},
       {kSet, platform(1, 0, "new"), FCS_ERR_BAD_VALUE},
-      {kSet, platform(1, -1, "new"), FCS_ERR_BAD_VALUE},
       {kSet, platform(1, 3), FCS_ERR_BAD_PLATFORM_NAME},
       {kSet, platform(1, 3, "host 3"), FCS_ERR_BAD_PLATFORM_NAME},
       {kSet, platform(1, 2, "still odd", {kChange, 3}), FCS_ERR_BAD_PLATFORM_NAME},
@@ -125,78 +118,63 @@ TEST_F(ConfigurationTest, RefusesWithACodeThatHasAText) {
       {kSet, platform(1, 2, "host-1", {kChange, 3}), FCS_ERR_PLATFORM_NAME_TAKEN},
       {kSet, platform(1, 3, "new", {kCreate, 3}), FCS_ERR_BAD_VALUE},
       {kSet, platform(1, 2, "an odd one", {kChange, 4}), FCS_ERR_BAD_VALUE},
-      {kSet, platform(1, 3, "new", {kCreate, 15}), FCS_ERR_BAD_VALUE},
       {kSet, platform(1, 3, "new", {kCreate, kHost, 0x80000000}), FCS_ERR_BAD_VALUE},
       {kSet, platform(1, 3, "new", {kCreate, kHost, 0, 0x80000000}), FCS_ERR_BAD_VALUE},
       {kSet, platform(1, 3, "new", {kCreate, kHost, 0, 0, 2}), FCS_ERR_BAD_VALUE},
       {kDelete, platform(1, 3), FCS_ERR_NO_SUCH_ROW},
-      {kDelete, platform(3, 1), FCS_ERR_NO_SUCH_ROW},
       {kSet, node_name(5, "2001005e00530101"), FCS_ERR_ROW_EXISTS},
       {kSet, node_name(6, "2001005e00530101"), FCS_ERR_NODE_NAME_TAKEN},
       {kSet, node_name(0, "2001005e00530102"), FCS_ERR_BAD_VALUE},
-      {kSet, node_name(-1, "2001005e00530102"), FCS_ERR_BAD_VALUE},
       {kDelete, node_name(6, "2001005e00530101"), FCS_ERR_NO_SUCH_ROW},
   };
   const std::string before = export_text(store_);
   std::set<std::string> texts = {errno_text(0x7FFF)};
   std::set<int32_t> codes;
   for (const auto &refused : kCases) {
-    const auto at = &refused - kCases;
-    const fcs::Answer answer = ask(refused.operation, refused.request);
-    EXPECT_EQ(answer.result, refused.result) << "case " << at;
-    EXPECT_EQ(answer.length, 0U) << "case " << at;
+    EXPECT_EQ(ask(refused.operation, refused.request).result, refused.result)
+        << "case " << &refused - kCases;
     if (codes.insert(refused.result).second) {
       EXPECT_TRUE(texts.insert(errno_text(refused.result)).second) << refused.result;
     }
   }
   EXPECT_EQ(export_text(store_), before);
-  EXPECT_EQ(store_.platforms(), 2U);
-  EXPECT_TRUE(notifications_.empty());
 }
 
 TEST_F(ConfigurationTest, StoresRowsAsConfiguredAndSurvivesARoundTrip) {
-  constexpr auto kSet = FCS_OP_SET;
-  constexpr auto kDelete = FCS_OP_DELETE;
   const std::string long_name(255, 'x');
   /** What a request makes appear in the fabric's description, or disappear when it deletes. */
   const struct {
     uint32_t operation;
     Bytes request;
     std::string shown;
-    uint32_t platforms;
   } kSteps[] = {
       // The first row makes its list, and nothing has to refer to it.
       {kSet, address(77, 2147483647, "192.0.2.9"),
-       R"({"index": 2147483647, "address": "192.0.2.9", "configured": true})", 2},
-      {kSet, address(77, 2147483647, std::string(255, '\xFF'), kChange), R"("hex": "ffffff)", 2},
-      {kDelete, address(77, 2147483647), R"("index": 77)", 2},
-      {kSet, address(12, 1, "y", kChange), R"("address": "y", "configured": true)", 2},
-      // The same name in another VSAN, and a row of zeros.
+       R"({"index": 2147483647, "address": "192.0.2.9", "configured": true})"},
+      {kSet, address(77, 2147483647, std::string(255, '\xFF'), kChange), R"("hex": "ffffff)"},
+      {kDelete, address(77, 2147483647), R"("index": 77)"},
+      {kSet, address(12, 1, "y", kChange), R"("address": "y", "configured": true)"},
       {kSet, platform(2, 1, "host-1", {kCreate, 0}),
        R"({"index": 1, "name": "host-1", "type": 0, "nodeNameList": 0, "mgmtAddrList": 0, )"
-       R"("configured": true, "validationResult": 0})",
-       3},
-      {kSet, platform(1, 2147483647, long_name), long_name, 4},
+       R"("configured": true, "validationResult": 0})"},
+      {kSet, platform(1, 2147483647, long_name), long_name},
       // What an imported row has already is not judged again.
       {kSet, platform(1, 2, "an odd one", {kChange, 3, 5}),
-       R"("name": "an odd one", "type": 3, "nodeNameList": 5, "mgmtAddrList": 0, "configured": true)",
-       4},
+       R"("name": "an odd one", "type": 3, "nodeNameList": 5, "mgmtAddrList": 0, "configured": true)"},
       // Validation: lists with rows, without rows and that are not there; asked for or not.
       {kSet, platform(1, 1, "host-1", {kChange, kHost, 5, 12, 1}),
-       R"("nodeNameList": 5, "mgmtAddrList": 12, "configured": true, "validationResult": 2)", 4},
-      {kSet, platform(1, 1, "host-1", {kChange, kHost, 6, 12, 1}),
-       R"("nodeNameList": 6, "mgmtAddrList": 12, "configured": true, "validationResult": 3)", 4},
+       R"("nodeNameList": 5, "mgmtAddrList": 12, "configured": true, "validationResult": 2)"},
       {kSet, platform(1, 1, "host-1", {kChange, kHost, 5, 99, 1}),
-       R"("nodeNameList": 5, "mgmtAddrList": 99, "configured": true, "validationResult": 3)", 4},
+       R"("nodeNameList": 5, "mgmtAddrList": 99, "configured": true, "validationResult": 3)"},
       {kSet, platform(1, 1, "host-1", {kChange, kHost, 5, 99}),
-       R"("nodeNameList": 5, "mgmtAddrList": 99, "configured": true, "validationResult": 1)", 4},
+       R"("nodeNameList": 5, "mgmtAddrList": 99, "configured": true, "validationResult": 1)"},
       {kSet, platform(1, 1, "host-1", {kChange, kHost, 0, 0, 1}),
-       R"("nodeNameList": 0, "mgmtAddrList": 0, "configured": true, "validationResult": 2)", 4},
-      {kDelete, platform(1, 1), R"("index": 1, "name": "host-1", "type": "host")", 3},
+       R"("nodeNameList": 0, "mgmtAddrList": 0, "configured": true, "validationResult": 2)"},
+      {kDelete, platform(1, 1), R"("index": 1, "name": "host-1", "type": "host")"},
       {kSet, node_name(6, "C001005e00530102"),
-       R"({"name": "c0:01:00:5e:00:53:01:02", "configured": true})", 3},
-      {kDelete, node_name(5, "2001005e00530101"), "20:01:00:5e:00:53:01:01", 3},
-      {kSet, node_name(78, "2001005e00530101"), "\"index\": 78,", 3},
+       R"({"name": "c0:01:00:5e:00:53:01:02", "configured": true})"},
+      {kDelete, node_name(5, "2001005e00530101"), "20:01:00:5e:00:53:01:01"},
+      {kSet, node_name(78, "2001005e00530101"), "\"index\": 78,"},
   };
   fcs::FabricStore copy(dir_.path("copy.db"), std::chrono::milliseconds(100));
   for (const auto &step : kSteps) {
@@ -205,28 +183,26 @@ TEST_F(ConfigurationTest, StoresRowsAsConfiguredAndSurvivesARoundTrip) {
     EXPECT_EQ(ask(step.operation, step.request).result, FCS_OK) << step.shown;
     const std::string after = export_text(store_);
     EXPECT_EQ(after.find(step.shown) == std::string::npos, deletes) << step.shown;
-    EXPECT_EQ(store_.platforms(), step.platforms) << step.shown;
     EXPECT_EQ(import_text(copy, after), "") << step.shown;
     EXPECT_EQ(export_text(copy), after);
-    EXPECT_EQ(copy.platforms(), step.platforms) << step.shown;
+    EXPECT_EQ(copy.platforms(), store_.platforms()) << step.shown;
   }
 }
 
 TEST_F(ConfigurationTest, AnnouncesTheAddressesOfElements) {
-  using Announced = std::vector<std::pair<uint32_t, std::string>>;
   const struct {
     uint32_t operation;
     Bytes request;
-    Announced announced;
+    std::vector<std::pair<uint32_t, std::string>> announced;
   } kSteps[] = {
-      {FCS_OP_SET, address(11, 2, "192.0.2.9"), {{1, "c000020900000000"}, {2, "c000020900000000"}}},
-      {FCS_OP_SET, address(11, 2, "192.0.2.9", kChange), {}},
-      {FCS_OP_SET,
+      {kSet, address(11, 2, "192.0.2.9"), {{1, "c000020900000000"}, {2, "c000020900000000"}}},
+      {kSet, address(11, 2, "192.0.2.9", kChange), {}},
+      {kSet,
        address(11, 2, "2001:db8:53::11", kChange),
        {{1, "20010db800530000"}, {2, "20010db800530000"}}},
-      {FCS_OP_DELETE, address(11, 2), {{1, "0000000000000000"}, {2, "0000000000000000"}}},
-      {FCS_OP_SET, address(13, 1, "snmp://a.example.net"), {{2, "736e6d703a2f2f61"}}},
-      {FCS_OP_SET, address(12, 2, "192.0.2.9"), {}},
+      {kDelete, address(11, 2), {{1, "0000000000000000"}, {2, "0000000000000000"}}},
+      {kSet, address(13, 1, "snmp://a.example.net"), {{2, "736e6d703a2f2f61"}}},
+      {kSet, address(12, 2, "192.0.2.9"), {}},
   };
   for (const auto &step : kSteps) {
     EXPECT_EQ(ask(step.operation, step.request).result, FCS_OK) << &step - kSteps;
@@ -240,7 +216,7 @@ TEST_F(ConfigurationTest, AFailureOfTheStoreLeavesNothingHalfDone) {
                             node_name(6, "2001005e00530102")};
   const auto expect_failures = [&](size_t count) {
     for (size_t i = 0; i < count; ++i) {
-      EXPECT_EQ(ask(FCS_OP_SET, requests[i]).result, FCS_ERR_STORE);
+      EXPECT_EQ(ask(kSet, requests[i]).result, FCS_ERR_STORE);
     }
     EXPECT_EQ(export_text(store_), before);
     EXPECT_TRUE(notifications_.empty());
@@ -255,7 +231,7 @@ TEST_F(ConfigurationTest, AFailureOfTheStoreLeavesNothingHalfDone) {
   expect_failures(1);
   other.execute("DROP TRIGGER t");
   for (const Bytes &request : requests) {
-    EXPECT_EQ(ask(FCS_OP_SET, request).result, FCS_OK);
+    EXPECT_EQ(ask(kSet, request).result, FCS_OK);
   }
   EXPECT_EQ(store_.platforms(), 3U);
   EXPECT_EQ(announced().size(), 2U);

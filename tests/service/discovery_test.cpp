@@ -20,7 +20,7 @@ const char *const kFabric = R"({"vsans": [
    "statistics": {"rejects": 4294967295}},
   {"id": 7, "discovery": {"status": "inProgress", "takesSeconds": 2000}}]})";
 
-class DiscoveryTest : public testing::Test {
+class DiscoveryTest : public ServedStore {
 protected:
   DiscoveryTest() {
     start_service();
@@ -43,14 +43,14 @@ protected:
   }
 
   fcs_disc_status_record status(uint32_t vsan) {
-    fcs_disc_status_record row{};
-    EXPECT_TRUE(store_.rows().find_discovery_status(fcs::Lookup::kExact, vsan, row));
-    return row;
+    return record<fcs_disc_status_record>(ask(FCS_OP_GET, words({FCS_REC_DISCOVERY_STATUS, vsan})));
   }
 
+  using Announced = std::vector<std::pair<uint32_t, uint32_t>>;
+
   /** What was announced since the last call: opcode and first word of each. */
-  std::vector<std::pair<uint32_t, uint32_t>> announced() {
-    std::vector<std::pair<uint32_t, uint32_t>> all;
+  Announced announced() {
+    Announced all;
     for (; !notifications_.empty(); notifications_.pop()) {
       uint32_t word = 0;
       std::memcpy(&word, notifications_.front().payload.data(), sizeof(word));
@@ -59,25 +59,16 @@ protected:
     return all;
   }
 
-  int32_t ask(std::span<const fcs::ServedMessage> served, uint32_t opcode, uint32_t flag,
-              const std::vector<uint32_t> &words, size_t length) {
+  int32_t send(std::span<const fcs::ServedMessage> served, uint32_t opcode, uint32_t flag,
+               fcs::Octets payload) {
     ipc_wire::FrameHeader header{};
     header.opcode = opcode;
     header.flag = flag;
-    std::vector<uint8_t> payload(std::max(length, words.size() * 4));
-    std::memcpy(payload.data(), words.data(), words.size() * 4);
-    payload.resize(length);
     return fcs::answer_message(served, {store_, *discovery_}, header, payload, room_).result;
   }
 
-  using Announced = std::vector<std::pair<uint32_t, uint32_t>>;
-
-  TempDir dir_;
-  fcs::FabricStore store_{dir_.path("fabric.db"), milliseconds(100)};
-  fcs::NotificationQueue notifications_;
   std::chrono::nanoseconds now_ = seconds(1000) + std::chrono::microseconds(250);
   std::optional<fcs::Discovery> discovery_;
-  uint8_t room_[FCS_MESSAGE_ROOM] = {};
 };
 
 TEST_F(DiscoveryTest, CompletesAfterItsTimeOrTimesOut) {
@@ -157,7 +148,7 @@ TEST_F(DiscoveryTest, EndsLaterWhenTheStoreIsLocked) {
   fcs::FabricStore other(dir_.path("fabric.db"), milliseconds(100));
   {
     const fcs::WriteTransaction writing(other.database());
-    EXPECT_EQ(ask(fcs::kAgentMessages, FCS_MSG_START_DISCOVERY, 0, {6, 0}, 8), FCS_ERR_STORE);
+    EXPECT_EQ(send(fcs::kAgentMessages, FCS_MSG_START_DISCOVERY, 0, words({6, 0})), FCS_ERR_STORE);
     pass(seconds(5));
     EXPECT_EQ(announced(), Announced());
     EXPECT_GT(discovery_->next_due(), fcs::DiscoveryClock::Steady(now_));
@@ -170,52 +161,43 @@ TEST_F(DiscoveryTest, EndsLaterWhenTheStoreIsLocked) {
 
 TEST_F(DiscoveryTest, RefusesMessagesThatMakeNoSense) {
   const struct {
-    std::span<const fcs::ServedMessage> served;
     uint32_t opcode;
     uint32_t flag;
-    std::vector<uint32_t> good;
-    std::vector<uint32_t> bad;
+    Bytes good;
+    Bytes bad;
     int32_t fault;
   } kMessages[] = {
-      {fcs::kAgentMessages, 1405, 0, {5, 0}, {4, 0}, FCS_ERR_UNKNOWN_VSAN},
-      {fcs::kAgentMessages, 1405, 0, {5, 0}, {5, 1}, FCS_ERR_BAD_VALUE},
-      {fcs::kAgentMessages, 1410, 3, {300}, {299}, FCS_ERR_BAD_VALUE},
-      {fcs::kAgentMessages, 1410, 3, {1800}, {1801}, FCS_ERR_BAD_VALUE},
-      {fcs::kAgentMessages, 1412, 3, {6}, {0xFFFFFFFF}, FCS_ERR_UNKNOWN_VSAN},
-      {fcs::kControlMessages, FCS_CTL_REJECT, 0, {6, 9, 0}, {4, 9, 0}, FCS_ERR_UNKNOWN_VSAN},
-      {fcs::kControlMessages,
-       FCS_CTL_CHANGE_ADDRESS,
-       0,
-       {6, 1, 2},
-       {4, 1, 2},
-       FCS_ERR_UNKNOWN_VSAN},
-      {fcs::kControlMessages, FCS_CTL_COMPLETE, 0, {6}, {4}, FCS_ERR_UNKNOWN_VSAN},
-      {fcs::kControlMessages, FCS_CTL_TIME_OUT, 0, {6}, {0}, FCS_ERR_UNKNOWN_VSAN},
-      {fcs::kControlMessages, FCS_CTL_WANT, 0, {0, 2}, {1, 3}, FCS_ERR_BAD_VALUE},
+      {1405, 0, words({5, 0}), words({4, 0}), FCS_ERR_UNKNOWN_VSAN},
+      {1405, 0, words({5, 0}), words({5, 1}), FCS_ERR_BAD_VALUE},
+      {1410, 3, words({300}), words({299}), FCS_ERR_BAD_VALUE},
+      {1410, 3, words({1800}), words({1801}), FCS_ERR_BAD_VALUE},
+      {1412, 3, words({6}), words({0xFFFFFFFF}), FCS_ERR_UNKNOWN_VSAN},
+      {FCS_CTL_REJECT, 0, words({6, 9, 0}), words({4, 9, 0}), FCS_ERR_UNKNOWN_VSAN},
+      {FCS_CTL_CHANGE_ADDRESS, 0, words({6, 1, 2}), words({4, 1, 2}), FCS_ERR_UNKNOWN_VSAN},
+      {FCS_CTL_COMPLETE, 0, words({6}), words({4}), FCS_ERR_UNKNOWN_VSAN},
+      {FCS_CTL_TIME_OUT, 0, words({6}), words({0}), FCS_ERR_UNKNOWN_VSAN},
+      {FCS_CTL_WANT, 0, words({0, 2}), words({1, 3}), FCS_ERR_BAD_VALUE},
+  };
+  const auto served = [](uint32_t opcode) {
+    return opcode > 1400 ? fcs::kAgentMessages : fcs::kControlMessages;
   };
   const std::string before = export_text(store_);
-  for (const auto &message : kMessages) {
-    const size_t length = message.good.size() * 4;
-    const auto send = [&](uint32_t flag, const std::vector<uint32_t> &words, size_t octets) {
-      return ask(message.served, message.opcode, flag, words, octets);
-    };
-    for (const size_t wrong : {size_t{0}, length - 4, length - 1, length + 1, length + 4}) {
-      EXPECT_EQ(send(message.flag, message.good, wrong), FCS_ERR_BAD_LENGTH) << message.opcode;
+  for (const auto &[opcode, flag, good, bad, fault] : kMessages) {
+    SCOPED_TRACE(opcode);
+    Bytes longer = good;
+    longer.push_back(0);
+    for (const fcs::Octets wrong :
+         {fcs::Octets(), fcs::Octets(good).first(good.size() - 1), fcs::Octets(longer)}) {
+      EXPECT_EQ(send(served(opcode), opcode, flag, wrong), FCS_ERR_BAD_LENGTH);
     }
-    for (const uint32_t flag : {0U, 1U, 2U, 3U, 4U, 0x103U}) {
-      if (flag != message.flag) {
-        EXPECT_EQ(send(flag, message.good, length), FCS_ERR_BAD_OPERATION) << message.opcode;
-      }
-    }
-    EXPECT_EQ(send(message.flag, message.bad, length), message.fault) << message.opcode;
+    EXPECT_EQ(send(served(opcode), opcode, flag ^ 3, good), FCS_ERR_BAD_OPERATION);
+    EXPECT_EQ(send(served(opcode), opcode, flag, bad), fault);
   }
-  EXPECT_EQ(ask(fcs::kAgentMessages, 1408, 0, {5}, 4), FCS_ERR_NO_SUCH_RECORD);
+  EXPECT_EQ(send(fcs::kAgentMessages, 1408, 0, words({5})), FCS_ERR_NO_SUCH_RECORD);
   EXPECT_EQ(export_text(store_), before);
   EXPECT_EQ(announced(), Announced());
   for (const auto &message : kMessages) {
-    EXPECT_EQ(
-        ask(message.served, message.opcode, message.flag, message.good, message.good.size() * 4),
-        FCS_OK);
+    EXPECT_EQ(send(served(message.opcode), message.opcode, message.flag, message.good), FCS_OK);
   }
   EXPECT_EQ(announced(), (Announced{{FCS_MSG_REG_REQ_REJ, 9},
                                     {FCS_MSG_IP_ADDR_CHANGE, 6},
@@ -227,22 +209,20 @@ TEST_F(DiscoveryTest, RefusesMessagesThatMakeNoSense) {
 }
 
 TEST(NotificationQueueTest, KeepsTheNewestInOrder) {
-  const auto opcode = [](uint32_t number) { return static_cast<FcsMessage>(number); };
   fcs::NotificationQueue queue(3);
   fcs::NotificationQueue undelivered(3);
-  undelivered.push({opcode(1401), ""});
-  undelivered.push({opcode(1402), ""});
-  queue.push({opcode(1403), ""});
-  queue.push({opcode(1404), ""});
+  undelivered.push({FCS_MSG_REQUEST, "1"});
+  undelivered.push({FCS_MSG_REQUEST, "2"});
+  queue.push({FCS_MSG_REQUEST, "3"});
+  queue.push({FCS_MSG_REQUEST, "4"});
   queue.put_back(undelivered);
   EXPECT_TRUE(undelivered.empty());
   EXPECT_TRUE(queue.full());
-  for (const uint32_t expected : {1402U, 1403U, 1404U}) {
-    ASSERT_FALSE(queue.empty());
-    EXPECT_EQ(queue.front().opcode, expected);
-    queue.pop();
+  std::string left;
+  for (; !queue.empty(); queue.pop()) {
+    left += queue.front().payload;
   }
-  EXPECT_TRUE(queue.empty());
+  EXPECT_EQ(left, "234");
 }
 
 } // namespace

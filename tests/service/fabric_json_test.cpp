@@ -1,16 +1,8 @@
 #include "fixtures.h"
 
-#include <fstream>
-#include <gtest/gtest.h>
-#include <sstream>
-
 namespace {
 
-class FabricJson : public testing::Test {
-protected:
-  TempDir dir_;
-  fcs::FabricStore store_{dir_.path("fabric.db"), std::chrono::milliseconds(100)};
-};
+using FabricJson = ServedStore;
 
 /** Parts of descriptions, so that the cases below show only what matters. */
 std::string vsans(const std::string &entries) {
@@ -32,25 +24,16 @@ std::string two_elements(const std::string &first, const std::string &second) {
   return vsan(R"("elements":[{"name":"20:01:02:03:04:05:06:07","type":1)" + first +
               R"(},{"name":"2001020304050608","type":1)" + second + "}]");
 }
-std::string lists(const std::string &members) {
-  return R"({"vsans":[],)" + members + "}";
-}
 
 TEST_F(FabricJson, RefusesFaultyDescriptionsWithTheirPlace) {
-  const struct {
-    std::string description;
-    std::string fault;
-  } kCases[] = {
-      // What is no JSON.
+  const std::pair<std::string, std::string> kCases[] = {
       {"", "line 1, column 1: syntax error while parsing value - unexpected end of input; expected "
            "'[', '{', or a literal"},
       {"{\n  \"vsans\": [\n    {]\n}", "line 3, column 6: syntax error while parsing object key - "
                                        "unexpected ']'; expected string literal"},
       {"{\"vsans\":[]} x", "line 1, column 14: syntax error while parsing value - invalid literal; "
                            "last read: '\"vsans\":[]} x'; expected end of input"},
-      // The document.
       {"[]", "the document must be an object"},
-      {"7", "the document must be an object"},
       {"{}", "the member \"vsans\" is missing"},
       {R"({"vsans":{}})", "vsans: must be an array"},
       {R"({"vsans":[],"comment":[]})", "comment: must be a string"},
@@ -59,24 +42,20 @@ TEST_F(FabricJson, RefusesFaultyDescriptionsWithTheirPlace) {
       {R"({"vsans":[{"id":[2,1e999]}]})", "vsans[0].id[1]: number overflow parsing '1e999'"},
       {R"({"vsans":[[[[[[[[[[[[[[[[[[]]]]]]]]]]]]]]]]]]})",
        "vsans[0][0][0][0][0][0][0][0][0][0][0][0][0][0][0][0][0]: nested too deeply"},
-      // Members.
       {vsans("7"), "vsans[0]: must be an object, not 7"},
       {vsans("{}"), "vsans[0]: the member \"id\" is missing"},
       {vsans(R"({"id":1},{"id":1})"), "vsans[1].id: another VSAN has this id"},
-      {vsan(R"("id":2)"), "vsans[0].id: member given twice"},
       {vsan(R"("line\nbreak":2)"), "vsans[0][\"line\\nbreak\"]: unknown member"},
       {vsan(R"("elements":{})"), "vsans[0].elements: must be an array, not an object"},
       {element(R"("mgmtId":"fffc01","ports":[],"mgmtId":"fffc01")"),
        "vsans[0].elements[0].mgmtId: member given twice"},
       // Numbers, words and flags.
-      {vsans(R"({"id":0})"), "vsans[0].id: 0 is not within 1 to 4096"},
       {vsans(R"({"id":4097})"), "vsans[0].id: 4097 is not within 1 to 4096"},
       {vsans(R"({"id":-1})"), "vsans[0].id: -1 is not within 1 to 4096"},
       {vsans(R"({"id":1.5})"), "vsans[0].id: must be a whole number, not 1.5"},
       {vsans(R"({"id":"1"})"), "vsans[0].id: must be a number, not \"1\""},
       {vsan(R"("statistics":{"rejects":4294967296})"),
        "vsans[0].statistics.rejects: 4294967296 is not within 0 to 4294967295"},
-      {vsan(R"("statistics":{"rx":1})"), "vsans[0].statistics.rx: unknown member"},
       {vsan(R"("discovery":{"status":"done"})"),
        "vsans[0].discovery.status: \"done\" is none of inProgress, completed, localOnly"},
       {vsan(
@@ -90,24 +69,17 @@ TEST_F(FabricJson, RefusesFaultyDescriptionsWithTheirPlace) {
                                 "online, offline, testing, fault"},
       {port(R"("state":null)"),
        "vsans[0].elements[0].ports[0].state: must be a string or a number, not null"},
-      {platform(R"("validationResult":4)"),
-       "vsans[0].platforms[0].validationResult: 4 is not within 0 to 3"},
       // Octets.
-      {element(R"("fabricName":"20:01")"),
-       "vsans[0].elements[0].fabricName: \"20:01\" is not 8 octets in hexadecimal"},
-      {element(R"("fabricName":"20:01020304050607")"),
-       "vsans[0].elements[0].fabricName: \"20:01020304050607\" is not 8 octets in hexadecimal"},
+      {element(R"("fabricName":"20:01-02:03:04:05:06:07")"),
+       "vsans[0].elements[0].fabricName: \"20:01-02:03:04:05:06:07\" is not 8 octets in "
+       "hexadecimal"},
       {element(R"("mgmtId":"fffcg1")"),
        "vsans[0].elements[0].mgmtId: \"fffcg1\" is not 3 octets in hexadecimal"},
       {element(R"("logicalName":")" + std::string(256, 'x') + "\""),
        "vsans[0].elements[0].logicalName: 256 octets are more than 255"},
-      {element(R"("infoList":{"hex":")" + std::string(514, '0') + "\"}"),
-       "vsans[0].elements[0].infoList: 257 octets are more than 256"},
       {element(R"("logicalName":{"hex":"abc"})"),
        "vsans[0].elements[0].logicalName.hex: \"abc\" is "
        "not a string of hexadecimal octets"},
-      {port(R"("attachedList":1,"attached":["00"])"),
-       "vsans[0].elements[0].ports[0].attached[0]: \"00\" is not 12 octets in hexadecimal"},
       // What may stand only once.
       {two_elements(R"(,"local":true)", R"(,"local":true)"),
        "vsans[0].elements[1].local: the VSAN has another local element"},
@@ -126,13 +98,13 @@ TEST_F(FabricJson, RefusesFaultyDescriptionsWithTheirPlace) {
       {vsan(R"("elements":[{"name":"2001020304050607","type":1},)"
             R"({"name":"2001020304050607","type":2}])"),
        "vsans[0].elements[1].name: another element of this VSAN has this name"},
-      {lists(R"("nodeNameLists":[{"index":1},{"index":1}])"),
+      {R"({"vsans":[],"nodeNameLists":[{"index":1},{"index":1}]})",
        "nodeNameLists[1].index: another list has this index"},
-      {lists(R"("nodeNameLists":[{"index":1,"names":["0102030405060708"]},)"
-             R"({"index":2,"names":["0102030405060709","0102030405060708"]}])"),
+      {R"({"vsans":[],"nodeNameLists":[{"index":1,"names":["0102030405060708"]},)"
+       R"({"index":2,"names":["0102030405060709","0102030405060708"]}]})",
        "nodeNameLists[1].names[1]: this node name is listed already"},
-      {lists(R"("mgmtAddrLists":[{"index":1,"addresses":[{"index":1,"address":""},)"
-             R"({"index":1,"address":"x"}]}])"),
+      {R"({"vsans":[],"mgmtAddrLists":[{"index":1,"addresses":[{"index":1,"address":""},)"
+       R"({"index":1,"address":"x"}]}]})",
        "mgmtAddrLists[0].addresses[1].index: another address of this list has this index"},
       // References.
       {element(R"("ports":[{"name":"2101020304050607","type":1}])"),
@@ -147,17 +119,15 @@ TEST_F(FabricJson, RefusesFaultyDescriptionsWithTheirPlace) {
   };
   ASSERT_EQ(import_text(store_, vsan(R"("statistics":{"rejects":9})")), "");
   const std::string before = export_text(store_);
-  for (const auto &refused : kCases) {
-    EXPECT_EQ(import_text(store_, refused.description), "x.json: " + refused.fault);
-    EXPECT_EQ(export_text(store_), before) << refused.fault;
+  for (const auto &[description, fault] : kCases) {
+    EXPECT_EQ(import_text(store_, description), "x.json: " + fault);
+    EXPECT_EQ(export_text(store_), before) << fault;
   }
 }
 
 TEST_F(FabricJson, SampleSurvivesARoundTripUnchanged) {
-  std::ostringstream sample;
-  sample << std::ifstream(SAMPLE_FABRIC).rdbuf();
-  ASSERT_EQ(import_text(store_, sample.str()), "");
-  EXPECT_EQ(export_text(store_), sample.str());
+  ASSERT_EQ(import_text(store_, content(SAMPLE_FABRIC)), "");
+  EXPECT_EQ(export_text(store_), content(SAMPLE_FABRIC));
 }
 
 TEST_F(FabricJson, OddValuesSurviveARoundTrip) {

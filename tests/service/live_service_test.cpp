@@ -35,6 +35,9 @@ TEST_F(LiveService, AnswersOnEveryKindOfConnection) {
         std::string(R"("connections":{"exchange":1,"notification":1,"control":1})")}) {
     EXPECT_NE(control.text().find(part), std::string::npos) << control.text();
   }
+  const std::string told = fcsctl({"status"}).output;
+  EXPECT_NE(told.find("pid " + std::to_string(service_->pid())), std::string::npos) << told;
+  EXPECT_NE(told.find("3 VSANs, 10 elements, 48 ports, 17 platforms"), std::string::npos) << told;
 
   Frame frame{};
   notification.send(&frame, sizeof(frame.header));
