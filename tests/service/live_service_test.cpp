@@ -29,15 +29,15 @@ TEST_F(LiveService, AnswersOnEveryKindOfConnection) {
   EXPECT_EQ(control.ask(FCS_MSG_REQUEST, FCS_OP_GET, {FCS_REC_IE_COUNT}), FCS_ERR_NO_SUCH_RECORD);
   EXPECT_EQ(control.ask(FCS_CTL_STATUS, 0, {1}), FCS_ERR_BAD_LENGTH);
   EXPECT_EQ(control.ask(FCS_CTL_STATUS, 0, {}), FCS_OK);
+  const std::string status = fcsctl({"status", "--json"}).output;
   for (const std::string &part :
        {"\"pid\":" + std::to_string(service_->pid()) + ",",
         std::string(R"("vsans":3,"elements":10,"ports":48,"platforms":17)"),
-        std::string(R"("connections":{"exchange":1,"notification":1,"control":1})")}) {
-    EXPECT_NE(control.text().find(part), std::string::npos) << control.text();
+        std::string(R"("connections":{"exchange":1,"notification":1,"control":2})")}) {
+    EXPECT_NE(status.find(part), std::string::npos) << status;
   }
-  const std::string told = fcsctl({"status"}).output;
-  EXPECT_NE(told.find("pid " + std::to_string(service_->pid())), std::string::npos) << told;
-  EXPECT_NE(told.find("3 VSANs, 10 elements, 48 ports, 17 platforms"), std::string::npos) << told;
+  EXPECT_NE(fcsctl({"status"}).output.find("3 VSANs, 10 elements, 48 ports, 17 platforms"),
+            std::string::npos);
 
   Frame frame{};
   notification.send(&frame, sizeof(frame.header));
@@ -183,8 +183,8 @@ TEST(PeerPolicy, LetsInRootTheServiceAndTheGroup) {
       {{1, 501, {7, 42}}, {500, 42}, true}, {{1, 501, {7, 43}}, {500, 42}, false},
       {{1, 501, {}}, {500, 0}, false},
   };
-  for (const auto &tried : kCases) {
-    EXPECT_EQ(fcs::peer_fault(tried.peer, tried.policy).empty(), tried.welcome) << tried.peer.uid;
+  for (const auto &[peer, policy, welcome] : kCases) {
+    EXPECT_EQ(fcs::peer_fault(peer, policy).empty(), welcome) << peer.uid;
   }
 }
 
@@ -194,27 +194,30 @@ TEST(ServiceStart, RefusesWhatItCannotUseOnOneLine) {
   std::ofstream(dir.path("bad.json")) << "{\"vsans\": [{\"id\": 0}]}";
   const std::string good = dir.path("fcsd.sock");
   const std::string store = dir.path("fabric.db");
+  /** Socket, store, whatever else is given, and the fault. */
   const struct {
-    std::vector<std::string> options;
+    std::string socket;
+    std::string store;
+    std::vector<std::string> more;
     std::string fault;
   } kCases[] = {
-      {{"--socket", dir.path("none/s"), "--store", store},
-       "cannot use the directory " + dir.path("none") +
-           " for the socket: No such file or directory"},
-      {{"--socket", dir.path("file"), "--store", store},
-       "cannot use the socket " + dir.path("file") + ": there is a file that is no socket"},
-      {{"--socket", "/" + std::string(200, 'x'), "--store", store}, "has 1 to 107 octets"},
-      {{"--socket", good, "--store", dir.path("file")},
-       "cannot open the store " + dir.path("file") + ": file is not a database"},
-      {{"--socket", good, "--store", store, "--group", "no-such-group"},
-       "unknown group no-such-group"},
-      {{"--socket", good, "--store", store, "--fabric", dir.path("bad.json")},
-       dir.path("bad.json") + ": vsans[0].id: 0 is not within 1 to 4096"},
-      {{"--socket", good, "--store", store, "--fabric", dir.path("none.json")},
-       dir.path("none.json") + ": cannot be opened: No such file or directory"},
+      {dir.path("none/s"), store, {}, "/none for the socket: No such file or directory"},
+      {dir.path("file"), store, {}, "/file: there is a file that is no socket"},
+      {"/" + std::string(200, 'x'), store, {}, "a socket's path has 1 to 107 octets"},
+      {good, dir.path("file"), {}, "/file: file is not a database"},
+      {good, store, {"--group", "no-such-group"}, "unknown group no-such-group"},
+      {good,
+       store,
+       {"--fabric", dir.path("bad.json")},
+       "/bad.json: vsans[0].id: 0 is not within 1 to 4096"},
+      {good,
+       store,
+       {"--fabric", dir.path("none.json")},
+       "/none.json: cannot be opened: No such file or directory"},
   };
   for (const auto &refused : kCases) {
-    const Outcome outcome = run({FCSD}, refused.options);
+    const Outcome outcome =
+        run({FCSD, "--socket", refused.socket, "--store", refused.store}, refused.more);
     EXPECT_EQ(outcome.status, 1);
     EXPECT_NE(outcome.output.find(refused.fault + "\n"), std::string::npos) << outcome.output;
     EXPECT_EQ(std::ranges::count(outcome.output, '\n'), 1) << outcome.output;

@@ -135,12 +135,10 @@ private:
   }
 
   void add_vsan(uint32_t id) {
-    fcs::Vsan vsan{};
     const bool local_only = below(3) != 0;
-    vsan.discovery = {id, local_only ? FCS_DISCOVERY_LOCAL_ONLY : FCS_DISCOVERY_COMPLETED, 0, 0};
-    vsan.statistics.vsan = id;
-    vsan.statistics.rejects = static_cast<uint32_t>(random_());
-    rejects += vsan.statistics.rejects;
+    const auto status = local_only ? FCS_DISCOVERY_LOCAL_ONLY : FCS_DISCOVERY_COMPLETED;
+    fcs::Vsan vsan{{id, status, 0, 0}, 0, {}};
+    rejects += vsan.statistics.rejects = static_cast<uint32_t>(random_());
     writer_.add(vsan);
     note(kVsans, true, id, {});
     note(kStatistics, true, id, {});
@@ -155,10 +153,7 @@ private:
   /** Rows that no discovery status hides. */
   void add_unhidden(uint32_t vsan) {
     const auto index = static_cast<uint32_t>(random_());
-    fcs::Platform platform{};
-    platform.vsan = vsan;
-    platform.index = index;
-    writer_.add(platform);
+    writer_.add(fcs::Platform{vsan, index, "", 0, 0, 0, false, 0});
     visible[kPlatforms.id].insert(key_of({vsan, index}));
     writer_.add(fcs::MgmtAddr{index, vsan, "", false});
     visible[kMgmtAddrs.id].insert(key_of({index, vsan}));
@@ -176,14 +171,10 @@ private:
     writer_.add(element);
     note(kElements, shown, vsan, element.entry.name);
     for (uint32_t i = below(5); i > 0; --i) {
-      fcs::Port port{};
-      port.vsan = vsan;
-      port.name = name();
-      port.port_list = element.entry.port_list_index;
-      port.local = local;
-      port.attached_list = take_list();
+      const uint32_t list = element.entry.port_list_index;
+      const fcs::Port port{vsan, name(), list, local, 0, 0, 0, 0, take_list(), 0};
       writer_.add(port);
-      note(kPortLists, shown, port.port_list, port.name);
+      note(kPortLists, shown, list, port.name);
       note(kPorts, shown, vsan, port.name);
       for (uint32_t k = below(3); k > 0; --k) {
         std::array<uint8_t, FCS_ATTACHED_NAME_LENGTH> attached{};
@@ -232,19 +223,13 @@ TEST_F(Rows, RecordsCarryEveryField) {
   text.back() = '\xFF';
   const fcs::Vsan vsan{
       {5, FCS_DISCOVERY_COMPLETED, 1714557605, 250}, 0, {5, 1, 2, 3, 4, 5, 6, 7, 8, 0xFFFFFFFF}};
-  fcs::Element element{{5,
-                        {0xC0, 0, 0, 0, 0x5e, 0, 0x53, 1},
-                        3,
-                        239,
-                        {0, 0xFF, 0xFC, 9},
-                        {1, 2, 3, 4, 5, 6, 7, 8},
-                        255,
-                        {},
-                        11,
-                        {'Z', 0, 'p'},
-                        31},
-                       true};
-  std::ranges::copy(text, element.entry.logical_name);
+  IeEntry element{5, {0xC0, 0, 0, 0, 0x5e, 0, 0x53, 1}, 3, 239, {0, 0xFF, 0xFC, 9}};
+  std::ranges::copy(kName, element.fabric_name);
+  element.logical_name_length = 255;
+  std::ranges::copy(text, element.logical_name);
+  element.mgmt_addr_list_index = 11;
+  element.info_list[2] = 'Z';
+  element.port_list_index = 31;
   PlatformEntry platform{5, 1, 255, {}, 14, 21, 22, 1, FCS_INVALID, 0, FCS_ROW_ACTIVE};
   std::ranges::copy(text, platform.name);
   MgmtAddrEntry address{4, 1, 255, {}, 1, FCS_ROW_ACTIVE};
@@ -252,7 +237,7 @@ TEST_F(Rows, RecordsCarryEveryField) {
   {
     fcs::FabricWriter writer(store_);
     writer.add(vsan);
-    writer.add(element);
+    writer.add(fcs::Element{element, true});
     writer.add(fcs::Port{5, kName, 31, true, 0xFFFFFFFF, 9, 8, 7, 6, 77});
     writer.add(fcs::Platform{5, 1, text, 14, 21, 22, true, FCS_INVALID});
     writer.add(fcs::Platform{5, 2, "", 1, 0, 0, false, FCS_NOT_VALIDATED});
@@ -263,7 +248,7 @@ TEST_F(Rows, RecordsCarryEveryField) {
   }
   expect_record(kVsans, key_of({5}), vsan.discovery);
   expect_record(kStatistics, key_of({5}), vsan.statistics);
-  expect_record(kElements, key_of({5}, kName), element.entry);
+  expect_record(kElements, key_of({5}, kName), element);
   expect_record(kPorts, key_of({5}, kName),
                 FcsPortRecord{5, {0xC0, 0, 0, 0, 0x5e, 0, 0x53, 1}, 0xFFFFFFFF, 9, 8, 7, 6, 77});
   expect_record(kPlatforms, key_of({5, 1}), platform);
