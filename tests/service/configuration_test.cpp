@@ -172,6 +172,7 @@ TEST_F(ConfigurationTest, StoresRowsAsConfiguredAndSurvivesARoundTrip) {
   fcs::FabricStore copy(dir_.path("copy.db"), std::chrono::milliseconds(100));
   for (const auto &step : kSteps) {
     const bool deletes = step.operation == kDelete;
+    EXPECT_EQ(export_text(store_).find(step.shown) == std::string::npos, !deletes) << step.shown;
     EXPECT_EQ(ask(step.operation, step.request).result, FCS_OK) << step.shown;
     const std::string after = export_text(store_);
     EXPECT_EQ(after.find(step.shown) == std::string::npos, deletes) << step.shown;

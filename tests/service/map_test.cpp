@@ -30,30 +30,29 @@ protected:
 };
 
 TEST_F(Map, ShowsEveryElementLinkAndDeviceOnce) {
-  // Two links between the switches, one of them known at one end only and none of them good at
-  // both; a loop of two devices of the host and of a stranger's two ports; a hub and a platform
-  // that hang on nothing.
+  // Two links between the switches, one of them known at one end only, neither good at both ends;
+  // a loop with two ports of the host and a stranger that hangs elsewhere, too; a hub and a
+  // platform that hang on nothing.
   const std::string file = write("map.json", R"({
     "nodeNameLists": [{"index": 1, "names": ["20000000000000a1", "20000000000000a2"]}],
-    "vsans": [{"id": 7,
-      "elements": [
-        {"name": "1000000000000001", "type": "switch", "portList": 1, "ports": [
-          {"name": "2001000000000001", "type": "E_Port", "state": "online",
-           "attachedList": 1, "attached": ["2001000000000002fffc0002"]},
-          {"name": "2002000000000001", "type": "E_Port", "state": "fault"},
-          {"name": "2003000000000001", "type": "FL_Port", "state": "online", "attachedList": 2,
-           "attached": ["21000000000000a1000000aa", "22000000000000a2000000bb",
-                        "21000000000000cc00000000"]}]},
-        {"name": "1000000000000002", "type": "switch", "portList": 2, "ports": [
-          {"name": "2001000000000002", "type": "E_Port", "state": "testing",
-           "attachedList": 3, "attached": ["2001000000000001fffc0001"]},
-          {"name": "2002000000000002", "type": "E_Port", "state": "online",
-           "attachedList": 4, "attached": ["2002000000000001fffc0001"]},
-          {"name": "2003000000000002", "type": "F_Port", "state": "offline",
-           "attachedList": 5, "attached": ["21000000000000cc00000000"]}]},
-        {"name": "1000000000000003", "type": "hub"}],
-      "platforms": [{"index": 1, "name": "", "type": "storageSubsystem"},
-                    {"index": 2, "name": "a-host", "type": "host", "nodeNameList": 1}]}]})");
+    "vsans": [{"id": 7, "elements": [
+      {"name": "1000000000000001", "type": "switch", "portList": 1, "ports": [
+        {"name": "2001000000000001", "type": "E_Port", "state": "online", "attachedList": 1,
+         "attached": ["2001000000000002fffc0002"]},
+        {"name": "2002000000000001", "type": "E_Port", "state": "fault"},
+        {"name": "2003000000000001", "type": "FL_Port", "state": "online", "attachedList": 2,
+         "attached": ["21000000000000a1000000aa", "22000000000000a2000000bb",
+                      "21000000000000cc00000000"]}]},
+      {"name": "1000000000000002", "type": "switch", "portList": 2, "ports": [
+        {"name": "2001000000000002", "type": "E_Port", "state": "testing", "attachedList": 3,
+         "attached": ["2001000000000001fffc0001"]},
+        {"name": "2002000000000002", "type": "E_Port", "state": "online", "attachedList": 4,
+         "attached": ["2002000000000001fffc0001"]},
+        {"name": "2003000000000002", "type": "F_Port", "state": "offline", "attachedList": 5,
+         "attached": ["21000000000000cc00000000"]}]},
+      {"name": "1000000000000003", "type": "hub"}],
+    "platforms": [{"index": 1, "name": "", "type": "storageSubsystem"},
+                  {"index": 2, "name": "a-host", "type": "host", "nodeNameList": 1}]}]})");
   const std::string map = run({FCSCTL, "map", file}).output;
   std::multiset<std::string> edges;
   const std::regex edge(R"( (\w+:p\d -- \w+(:p\d)?) \[color=\"(#\w+)\")");

@@ -28,15 +28,6 @@ TEST_F(Notifications, ReachEveryClientAndWaitForTheFirst) {
   EXPECT_EQ(exchange.first_word(), 0U); // 5 + 1 + 4294967290, modulo 2^32.
 }
 
-TEST_F(Notifications, SurviveARestart) {
-  EXPECT_EQ(service_->finish(SIGTERM), 0);
-  start("1");
-  EXPECT_EQ(connect(ipc_wire::kExchange).ask(FCS_MSG_START_DISCOVERY, 0, {100, 0}), FCS_OK);
-  EXPECT_EQ(service_->finish(SIGKILL), 128 + SIGKILL);
-  start();
-  EXPECT_EQ(connect(ipc_wire::kNotification).notification(), (Words{FCS_MSG_TIMEOUT_ON_VSAN, 100}));
-}
-
 TEST_F(Notifications, DropAClientThatDoesNotRead) {
   Client control = connect(ipc_wire::kControl);
   Client deaf = connect(ipc_wire::kNotification);

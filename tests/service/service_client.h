@@ -116,13 +116,13 @@ protected:
     }
   }
 
-  std::vector<std::string> command(const std::string &scale = "1000") const {
+  std::vector<std::string> command() const {
     return {FCSD,       "--socket",    socket_,        "--store", store_,
-            "--fabric", SAMPLE_FABRIC, "--time-scale", scale};
+            "--fabric", SAMPLE_FABRIC, "--time-scale", "1000"};
   }
   /** Starts the service, anew with a log of its own. */
-  void start(const std::string &scale = "1000") {
-    service_ = std::make_unique<Process>(command(scale), dir_.path("log" + std::to_string(++log_)));
+  void start() {
+    service_ = std::make_unique<Process>(command(), dir_.path("log" + std::to_string(++log_)));
     EXPECT_TRUE(service_->logs("ready: ")) << service_->log();
   }
 
