@@ -5,7 +5,6 @@
 #include "service/message_dispatch.h"
 
 #include <cstring>
-#include <gtest/gtest.h>
 #include <optional>
 
 namespace {

@@ -75,7 +75,7 @@ TEST_F(Dispatch, ReadingAheadTellsWhatReadingTells) {
     Bytes next = words({id});
     next.resize(next.size() + length, 0);
     size_t rows = 0;
-    for (; expect_same(FCS_OP_GETNEXT, next); ++rows) {
+    for (; rows < 200 && expect_same(FCS_OP_GETNEXT, next); ++rows) {
       std::copy_n(room_.begin(), length, next.begin() + 4);
       // The walk goes on, or somebody asks for something else first.
       if (rows % 3 == 1) {
@@ -85,6 +85,7 @@ TEST_F(Dispatch, ReadingAheadTellsWhatReadingTells) {
       }
     }
     EXPECT_GE(rows, 3U);
+    EXPECT_LT(rows, 200U) << "the walk has no end";
   }
   ahead.answer(context, FCS_OP_GETNEXT, words({10, 0}), room);
   ahead.prepare(context);

@@ -1,7 +1,5 @@
 #include "fixtures.h"
 
-#include <gtest/gtest.h>
-
 namespace {
 
 std::string generate(const std::vector<std::string> &options) {

@@ -3,7 +3,6 @@
 #include "service/fabric_writer.h"
 
 #include <fstream>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 
 namespace {
@@ -12,11 +11,7 @@ using fcs::FabricStore;
 
 constexpr std::chrono::milliseconds kWait{100};
 
-class Store : public testing::Test {
-protected:
-  TempDir dir_;
-  FabricStore store_{dir_.path("fabric.db"), kWait};
-};
+using Store = ServedStore;
 
 TEST_F(Store, AnotherProgramsChangesAreSeenOnceTheyAreCommitted) {
   FabricStore other(dir_.path("fabric.db"), kWait);
@@ -68,10 +63,11 @@ TEST_F(Store, RefusesWhatIsNotItsOwn) {
   std::ofstream(dir_.path("text.db")) << std::string(100, 'x');
   std::ofstream(dir_.path("foreign.db")).close();
   fcs::Database(dir_.path("foreign.db")).execute("CREATE TABLE t (x)");
-  for (const char *version : {"99", "1"}) {
-    const std::string path = dir_.path(version);
-    EXPECT_EQ(opening_fault(path), "");
-    fcs::Database(path).execute((std::string("PRAGMA user_version = ") + version).c_str());
+  const std::pair<const char *, const char *> kVersions[] = {{"99", "PRAGMA user_version = 99"},
+                                                             {"1", "PRAGMA user_version = 1"}};
+  for (const auto &[name, version] : kVersions) {
+    EXPECT_EQ(opening_fault(dir_.path(name)), "");
+    fcs::Database(dir_.path(name)).execute(version);
   }
   const std::pair<std::string, std::string> kCases[] = {
       {"text.db", "file is not a database"},
