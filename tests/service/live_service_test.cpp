@@ -98,6 +98,7 @@ TEST_F(LiveService, DropsClientsThatMisbehaveAndServesTheOthers) {
 
 TEST_F(LiveService, BoundsTheNumberOfClients) {
   std::vector<Client> clients;
+  clients.reserve(64);
   for (int i = 0; i < 64; ++i) {
     clients.push_back(connect(ipc_wire::kExchange));
   }

@@ -78,8 +78,8 @@ TEST_F(Store, RefusesWhatIsNotItsOwn) {
       {"", "Is a directory"},
   };
   for (const auto &[name, why] : kCases) {
-    const std::string path = dir_.path(name);
-    EXPECT_EQ(opening_fault(path), "cannot open the store " + path + ": " + why);
+    const std::string fault = opening_fault(dir_.path(name));
+    EXPECT_EQ(fault, "cannot open the store " + dir_.path(name).append(": ").append(why));
   }
 }
 
