@@ -3,9 +3,9 @@
  */
 #pragma once
 
+#include "platform/linux/fd.h"
 #include "service/configuration.h"
 #include "service/fabric_store.h"
-#include "platform/linux/fd.h"
 #include "service/record_dispatch.h"
 
 #include <array>
