@@ -1,12 +1,10 @@
-/**
- * What the fuzzers share: taking an input apart, and stating what must hold whatever it is.
- */
+/** What the fuzzers share: taking an input apart, and stating what must hold whatever it is. */
 #pragma once
+
+#include "tests/require.h"
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <vector>
 
@@ -44,11 +42,3 @@ private:
   const uint8_t *octets_;
   size_t left_;
 };
-
-/** Ends the fuzzer when a property does not hold. */
-inline void require(bool holds, const char *property) {
-  if (!holds) {
-    fprintf(stderr, "does not hold: %s\n", property);
-    abort();
-  }
-}

@@ -4,6 +4,8 @@
  */
 #include "fuzz_platform.h"
 
+#include <utility>
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *octets, size_t length) {
   constexpr uint32_t kOpcodes[] = {FCS_MSG_REG_REQ_REJ, FCS_MSG_DISC_COMPLETE,
                                    FCS_MSG_DISC_COMP_ON_VSAN, FCS_MSG_TIMEOUT_ON_VSAN,
@@ -16,14 +18,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *octets, size_t length) {
     const uint8_t choice = input.octet();
     const uint32_t opcode = kOpcodes[choice % std::size(kOpcodes)];
     if (choice == kNoMessage) {
-      notify(opcode, nullptr);
+      notify(opcode, {});
       continue;
     }
-    IpcMessage message{opcode, input.octets(input.up_to(IPC_MESSAGE_ROOM))};
-    message.payload.resize(IPC_MESSAGE_ROOM);
-    notify(opcode, &message);
-    while (take_looped_back(message)) {
-      notify(message.opcode, &message);
+    notify(opcode, input.octets(input.up_to(IPC_MESSAGE_ROOM)));
+    for (const SentMessage &sent : std::exchange(platform.sent, {})) {
+      notify(sent.opcode, sent.payload);
     }
   }
   return 0;

@@ -11,7 +11,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *octets, size_t length) {
     const variable &object = take_object(input);
     const bool exact = input.octet() % 2 == 1;
     Name name = take_name(input, object, 0);
-    read_object(object, name, exact);
+    read_name(object, name, exact);
   }
   return 0;
 }

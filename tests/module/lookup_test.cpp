@@ -1,7 +1,6 @@
 /** How rows are located: every table's index, exactly and by next, and the role walk. */
-#include "recording_platform.h"
+#include "agent_calls.h"
 
-#include "feature/fabric_conf_server/fcs_protocol.h"
 #include "feature/fabric_conf_server/snmp/fcs_config_lookup.h"
 
 #include <algorithm>
@@ -51,19 +50,22 @@ protected:
   void SetUp() override { start_module(); }
 
   /** The record that the service is asked with; absent when it is not asked. No row is found. */
-  std::optional<Request> asked(const Table &table, const Index &index, bool exact) {
+  std::optional<Request> asked_by_name(const Table &table, Name name, bool exact) {
     std::optional<Request> seen;
     platform.service = [&](const Request &request) {
       seen = request;
       return Reply{FCS_ERR_NO_SUCH_ROW, {}};
     };
-    EXPECT_FALSE(read_object(table.object, index, exact).value);
+    EXPECT_FALSE(read_name(platform.registered_for(table.object), name, exact).value);
     if (seen) {
       EXPECT_EQ(seen->record_id, table.record_id);
       EXPECT_EQ(seen->operation, exact ? FCS_OP_GET : FCS_OP_GETNEXT);
       EXPECT_EQ(seen->payload.size(), table.request_length);
     }
     return seen;
+  }
+  std::optional<Request> asked(const Table &table, const Index &index, bool exact) {
+    return asked_by_name(table, Name(platform.registered_for(table.object), index), exact);
   }
 };
 
@@ -151,23 +153,15 @@ TEST_F(Lookup, PairIndex) {
 
 TEST_F(Lookup, RequestsOutsideTheColumnStartAtTheFirstRow) {
   for (const Table &t : kNameTables) {
-    variable entry = platform.registered_for(t.object);
-    for (const int offset : {-1, 1}) { // Before and behind the column.
-      Bytes asked_with;
-      platform.service = [&](const Request &request) {
-        asked_with = Bytes(request.payload.begin(),
-                           request.payload.begin() + static_cast<ptrdiff_t>(4 + t.name_octets));
-        return Reply{FCS_ERR_NO_SUCH_ROW, {}};
-      };
-      oid name[MAX_OID_LEN] = {};
-      std::copy_n(entry.name, entry.namelen, name);
-      name[entry.namelen - 1] += static_cast<oid>(offset);
-      name[entry.namelen] = 9;
-      size_t length = entry.namelen + 1U;
-      size_t value_length = 0;
-      WriteMethod *write_method = nullptr;
-      lines_of([&] { entry.findVar(&entry, name, &length, 0, &value_length, &write_method); });
-      EXPECT_EQ(asked_with, Bytes(4 + t.name_octets, 0)) << t.label;
+    const variable &column = platform.registered_for(t.object);
+    for (const oid place : {column.name[column.namelen - 1] - 1, // Before and behind the column.
+                            column.name[column.namelen - 1] + 1}) {
+      Name name(column, {9});
+      name.room[column.namelen - 1U] = place;
+      const auto request = asked_by_name(t, name, false);
+      ASSERT_TRUE(request);
+      EXPECT_EQ(name_key(*request, t.name_octets), std::pair(0U, Bytes(t.name_octets, 0)))
+          << t.label;
     }
   }
 }
@@ -196,7 +190,7 @@ TEST_F(Lookup, RoleWalkOfRestrictedUsers) {
   platform.restricted = true;
   const struct {
     std::set<uint32_t> served;
-    std::set<uint32_t> readable;
+    Vsans readable;
     Index from;
     bool exact;
     Lines calls; // After the question for the allowed VSANs.

@@ -1,16 +1,15 @@
 #include "recording_platform.h"
 
-#include "registered_variables.h"
-
-#include "feature/fabric_conf_server/fcs_protocol.h"
 #include "platform/errno_text.h"
 #include "platform/role.h"
 #include "platform/trace.h"
+#include "tests/require.h"
 
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 #include <stdexcept>
 
 RecordingPlatform platform;
@@ -18,6 +17,9 @@ RecordingPlatform platform;
 namespace {
 
 [[gnu::format(printf, 1, 2)]] void record(const char *format, ...) {
+  if (!platform.recording) {
+    return;
+  }
   char line[2048];
   va_list arguments;
   va_start(arguments, format);
@@ -26,12 +28,28 @@ namespace {
   platform.lines.emplace_back(line);
 }
 
-std::string text_of(const oid *name, size_t length) {
+/** Numbers in a line, each behind a separator. */
+template <typename Number>
+std::string text_of(const Number *numbers, size_t count, const char *separator) {
   std::string text;
-  for (size_t i = 0; i < length; ++i) {
-    text += "." + std::to_string(name[i]);
+  for (size_t i = 0; platform.recording && i < count; ++i) {
+    text += separator + std::to_string(numbers[i]);
   }
   return text;
+}
+
+/** The beginning of each line on a question to the role service. */
+std::string question(int access, const oid *name, size_t name_length, const VsanBitmap &vsans) {
+  if (!platform.recording) {
+    return {};
+  }
+  return std::to_string(access) + " " + text_of(name, name_length, ".") + " bytes " +
+         std::to_string(vsans.byte_count);
+}
+
+std::string text_of(const VsanBitmap &vsans) {
+  const auto bits = platform.recording ? bits_of(vsans) : std::vector<int32_t>();
+  return ":" + text_of(bits.data(), bits.size(), " ");
 }
 
 /** Turns a standard stream into lines of the record, as long as it lives. */
@@ -60,12 +78,34 @@ private:
   FILE *original_;
 };
 
+/** What is asked: a record, or with a message of its own, of words alone. */
+std::string text_of(const Request &request, uint32_t opcode, bool wants_response) {
+  if (!platform.recording) {
+    return {};
+  }
+  if (opcode == FCS_MSG_REQUEST) {
+    return " record " + std::to_string(request.record_id) + " length " +
+           std::to_string(sizeof(request.record_id) + request.payload.size());
+  }
+  std::string words;
+  for (size_t offset = 0; offset < request.payload.size(); offset += sizeof(uint32_t)) {
+    words += " " + std::to_string(request.word(offset));
+  }
+  return words + (wants_response ? " with response" : "");
+}
+
 } // namespace
 
 uint32_t Request::word(size_t offset) const {
   uint32_t word = 0;
   memcpy(&word, payload.data() + offset, sizeof(word));
   return word;
+}
+
+Vsans::Vsans(std::initializer_list<uint32_t> vsans) : VsanBitmap{sizeof(bytes), {}} {
+  for (const uint32_t vsan : vsans) {
+    bitmap_set_bit(this, static_cast<int32_t>(vsan));
+  }
 }
 
 const variable &RecordingPlatform::registered_for(FcsObject object) const {
@@ -77,8 +117,15 @@ const variable &RecordingPlatform::registered_for(FcsObject object) const {
   throw std::logic_error("no object with magic " + std::to_string(object));
 }
 
-void start_module() {
+void reset_platform() {
+  RecordingPlatform last = std::move(platform);
   platform = RecordingPlatform();
+  platform.registered = std::move(last.registered);
+  platform.handlers = std::move(last.handlers);
+}
+
+void start_module() {
+  reset_platform();
   lines_of(init_fcs_mib);
   platform.lines.clear();
 }
@@ -91,139 +138,16 @@ Lines lines_of(const std::function<void()> &action) {
   return platform.lines;
 }
 
-int64_t Answer::word() const {
-  int32_t word = 0;
-  if (!value || value->size() != sizeof(word)) {
-    throw std::logic_error("not a word");
-  }
-  memcpy(&word, value->data(), sizeof(word));
-  return word;
-}
-
-Answer read_object(FcsObject object, const std::vector<oid> &index, bool exact) {
-  variable entry = platform.registered_for(object);
-  oid name[MAX_OID_LEN] = {};
-  std::copy_n(entry.name, entry.namelen, name);
-  std::copy(index.begin(), index.end(), name + entry.namelen);
-  size_t length = entry.namelen + index.size();
-  size_t value_length = 0;
-  WriteMethod *write_method = nullptr;
-  const u_char *value =
-      entry.findVar(&entry, name, &length, exact ? 1 : 0, &value_length, &write_method);
-  Answer answer{{}, {name + entry.namelen, name + length}, write_method};
-  if (value != nullptr) {
-    answer.value = Bytes(value, value + value_length);
-  }
-  return answer;
-}
-
-int write_object(FcsObject object, u_char type, const Bytes &value,
-                 const std::vector<int> &phases) {
-  WriteMethod *write = read_object(object, {0}, true).write_method;
-  if (write == nullptr) {
-    return SNMP_ERR_NOTWRITABLE;
-  }
-  const variable &entry = platform.registered_for(object);
-  oid name[MAX_OID_LEN] = {};
-  std::copy_n(entry.name, entry.namelen, name);
-  // The agent's own buffer is larger than the value, and the same in each phase.
-  static uint8_t buffer[1024];
-  std::copy(value.begin(), value.end(), buffer);
-  int status = SNMP_ERR_NOERROR;
-  for (const int phase : phases) {
-    status = write(phase, buffer, type, value.size(), nullptr, name, entry.namelen + 1U);
-    if (status != SNMP_ERR_NOERROR) {
-      break;
-    }
-  }
-  return status;
-}
-
-namespace {
-
-/** A binding of a SET as the agent goes through the phases with it. */
-struct BindingInProgress {
-  explicit BindingInProgress(const Binding &binding) : given(binding) {
-    const variable &column = platform.registered_for(binding.object);
-    variable entry = column;
-    std::copy_n(column.name, column.namelen, name);
-    std::copy(binding.index.begin(), binding.index.end(), name + column.namelen);
-    name_length = column.namelen + binding.index.size();
-    oid found[MAX_OID_LEN];
-    std::copy_n(name, name_length, found);
-    size_t found_length = name_length;
-    size_t value_length = 0;
-    const u_char *answer =
-        entry.findVar(&entry, found, &found_length, 1, &value_length, &write_method);
-    // Each has a buffer of its own: other reads of the SET answer through the same one.
-    is_row = answer != nullptr;
-    std::copy(binding.value.begin(), binding.value.end(), value);
-  }
-
-  int write(int phase) {
-    return write_method == nullptr ? SNMP_ERR_NOTWRITABLE
-                                   : write_method(phase, value, given.type, given.value.size(),
-                                                  is_row ? current : nullptr, name, name_length);
-  }
-
-  const Binding &given;
-  oid name[MAX_OID_LEN] = {};
-  size_t name_length;
-  WriteMethod *write_method = nullptr;
-  bool is_row;
-  u_char current[8] = {};
-  uint8_t value[1024] = {};
-};
-
-} // namespace
-
-int write_set(const std::vector<Binding> &bindings) {
-  std::vector<BindingInProgress> set;
-  set.reserve(bindings.size());
-  for (const Binding &binding : bindings) {
-    set.emplace_back(binding);
-  }
-  platform.lines.clear();
-  int status = SNMP_ERR_NOERROR;
-  const auto run = [&](int phase) {
-    for (BindingInProgress &binding : set) {
-      if (const int refusal = binding.write(phase); status == SNMP_ERR_NOERROR) {
-        status = refusal;
-      }
-    }
-  };
-  for (const int phase : {kReserve1, kReserve2, kAction}) {
-    run(phase);
-    if (status != SNMP_ERR_NOERROR) {
-      run(phase == kAction ? kUndo : kFree);
-      return status;
-    }
-  }
-  run(kCommit);
-  return status;
-}
-
 IpcMessage::IpcMessage(const Bytes &octets) : payload{} {
   std::copy(octets.begin(), octets.end(), payload);
 }
 
-Raised notify(AgentNotifHandler *handler, const IpcMessage *message) {
-  oid trap_oid[13] = {};
-  size_t length = 0;
-  int send = 42;
-  netsnmp_variable_list *bindings = handler(message, trap_oid, &length, &send);
-  Raised raised{send == 1, {trap_oid, trap_oid + length}, {}};
-  for (const netsnmp_variable_list *b = bindings; b != nullptr; b = b->next_variable) {
-    std::string line = text_of(b->name, b->name_length) + " " + std::to_string(b->type) + ":";
-    if (b->type == ASN_INTEGER) {
-      line += " " + std::to_string(*b->val.integer);
-    } else {
-      line += " " + std::string(b->val.string, b->val.string + b->val_len);
-    }
-    raised.bindings.push_back(line);
+std::vector<int32_t> bits_of(const VsanBitmap &bitmap) {
+  std::vector<int32_t> bits;
+  for (int32_t bit = bitmap_first_bit(&bitmap); bit >= 0; bit = bitmap_next_bit(&bitmap, bit)) {
+    bits.push_back(bit);
   }
-  snmp_free_varbind(bindings);
-  return raised;
+  return bits;
 }
 
 // ---- Messaging
@@ -233,33 +157,22 @@ const uint32_t ipc_response_queue = 77;
 int32_t ipc_req_resp(uint32_t opcode, uint32_t flag, const void *request, void **response,
                      uint32_t *length, const char *user, uint32_t session, uint32_t service,
                      uint32_t queue, uint32_t reserved) {
+  require(*length <= IPC_MESSAGE_ROOM, "a request has room in a message");
   const auto *octets = static_cast<const uint8_t *>(request);
-  if (opcode != FCS_MSG_REQUEST) { // A message of its own.
-    std::string words;
-    for (uint32_t offset = 0; offset < *length; offset += 4) {
-      uint32_t word = 0;
-      memcpy(&word, octets + offset, sizeof(word));
-      words += " " + std::to_string(word);
-    }
-    record("ipc %u/%u%s from %s/%u to %u/%u/%u%s", opcode, flag, words.c_str(), user, session,
-           service, queue, reserved, response == nullptr ? "" : " with response");
-    return platform.service(Request{flag, opcode, Bytes(octets, octets + *length)}).result;
+  Request asked{flag, opcode, Bytes(octets, octets + *length)};
+  if (opcode == FCS_MSG_REQUEST) {
+    asked.record_id = asked.word(0);
+    asked.payload.erase(asked.payload.begin(), asked.payload.begin() + sizeof(asked.record_id));
   }
-  Request asked{flag, 0, Bytes(octets + sizeof(uint32_t), octets + *length)};
-  memcpy(&asked.record_id, octets, sizeof(asked.record_id));
-  if (flag == FCS_OP_SET || flag == FCS_OP_DELETE) {
-    platform.changes.push_back(asked);
-  }
-  record("ipc %u/%u record %u length %u from %s/%u to %u/%u/%u", opcode, flag, asked.record_id,
-         *length, user, session, service, queue, reserved);
+  record("ipc %u/%u%s from %s/%u to %u/%u/%u", opcode, flag,
+         text_of(asked, opcode, response != nullptr).c_str(), user, session, service, queue,
+         reserved);
   const Reply reply = platform.service(asked);
-  if (reply.response.empty() || response == nullptr) {
-    return reply.result;
+  if (reply.response && response != nullptr) {
+    *response = malloc(std::max<size_t>(reply.response->size(), 1));
+    std::copy(reply.response->begin(), reply.response->end(), static_cast<uint8_t *>(*response));
+    *length = static_cast<uint32_t>(reply.response->size());
   }
-  void *copy = malloc(reply.response.size());
-  memcpy(copy, reply.response.data(), reply.response.size());
-  *response = copy;
-  *length = static_cast<uint32_t>(reply.response.size());
   return reply.result;
 }
 
@@ -269,11 +182,10 @@ const void *ipc_payload_get(const IpcMessage *message) {
 
 int32_t ipc_send(uint32_t queue, const IpcAddress *destination, uint32_t opcode,
                  const void *payload, uint32_t length, uint32_t a, uint32_t b, uint32_t c) {
-  std::string address;
-  for (const uint8_t octet : destination->octets) {
-    address += (address.empty() ? "" : ".") + std::to_string(octet);
-  }
-  record("send %u to %s opcode %u length %u '%s' %u/%u/%u", queue, address.c_str(), opcode, length,
+  const auto *octets = static_cast<const uint8_t *>(payload);
+  platform.sent.push_back({opcode, Bytes(octets, octets + length)});
+  record("send %u to %s opcode %u length %u '%s' %u/%u/%u", queue,
+         text_of(destination->octets, std::size(destination->octets), ".").c_str(), opcode, length,
          static_cast<const char *>(payload), a, b, c);
   return -1; // The module does not look at it.
 }
@@ -294,6 +206,7 @@ uint32_t agent_session_id(int request) {
 
 void agent_notif_register(uint32_t opcode, AgentNotifHandler *handler) {
   record("notif register %u%s", opcode, handler == nullptr ? " without handler" : "");
+  platform.handlers[opcode] = handler;
 }
 
 void agent_notif_unregister(uint32_t opcode) {
@@ -302,12 +215,12 @@ void agent_notif_unregister(uint32_t opcode) {
 
 int32_t agent_notif_enable_get(uint32_t opcode) {
   record("notif enable get %u", opcode);
-  return platform.notif_enabled;
+  return platform.notif_enabled();
 }
 
 int32_t agent_notif_enable_set(uint32_t opcode, int32_t enable) {
   record("notif enable set %u %d", opcode, enable);
-  return platform.enable_result;
+  return platform.enable_result();
 }
 
 netsnmp_variable_list *agent_build_varbind(netsnmp_variable_list *list, const void *value,
@@ -318,6 +231,7 @@ netsnmp_variable_list *agent_build_varbind(netsnmp_variable_list *list, const vo
 }
 
 void agent_log_error(const SetErrorRecord *error) {
+  require(memchr(error->text, '\0', sizeof(error->text)) != nullptr, "an error's text ends");
   const bool rest_is_zero = std::all_of(std::begin(error->reserved), std::end(error->reserved),
                                         [](uint8_t octet) { return octet == 0; });
   record("log error %d '%s'%s", error->code, error->text, rest_is_zero ? "" : " dirty");
@@ -333,39 +247,25 @@ void agent_log_set_error(uint32_t message, uint32_t number) {
 
 // ---- Roles
 
-static void fill(VsanBitmap *bitmap, const std::set<uint32_t> &vsans) {
-  bitmap_clear(bitmap);
-  for (const uint32_t vsan : vsans) {
-    bitmap_set_bit(bitmap, static_cast<int32_t>(vsan));
-  }
-}
-
 int role_allowed_vsans(VsanBitmap *allowed, const oid *name, size_t name_length, int access) {
-  record("role vsans %d %s bytes %u", access, text_of(name, name_length).c_str(),
-         allowed->byte_count);
+  record("role vsans %s", question(access, name, name_length, *allowed).c_str());
   if (platform.restricted) {
-    fill(allowed, platform.readable);
+    bitmap_copy(allowed, &platform.readable);
   }
   return platform.restricted ? 1 : 0;
 }
 
 int role_allowed_vsans_from_list(const VsanBitmap *list, VsanBitmap *allowed, const oid *name,
                                  size_t name_length, int access) {
-  std::string vsans;
-  for (int32_t v = bitmap_first_bit(list); v >= 0; v = bitmap_next_bit(list, v)) {
-    vsans += " " + std::to_string(v);
-  }
-  record("role list %d %s bytes %u:%s", access, text_of(name, name_length).c_str(),
-         list->byte_count, vsans.c_str());
+  record("role list %s%s", question(access, name, name_length, *list).c_str(),
+         text_of(*list).c_str());
   if (platform.role_fails) {
     return -1;
   }
-  VsanBitmap hidden = *list;
-  VsanBitmap readable = *list;
-  fill(&readable, platform.readable);
-  bitmap_subtract(&hidden, &readable);
   bitmap_copy(allowed, list);
   if (platform.restricted) {
+    VsanBitmap hidden = *list;
+    bitmap_subtract(&hidden, &platform.readable);
     bitmap_subtract(allowed, &hidden);
   }
   return 0;
@@ -373,12 +273,8 @@ int role_allowed_vsans_from_list(const VsanBitmap *list, VsanBitmap *allowed, co
 
 int role_vsan_bitmap_allowed(const VsanBitmap *vsans, const oid *name, size_t name_length,
                              int access) {
-  std::string list;
-  for (int32_t v = bitmap_first_bit(vsans); v >= 0; v = bitmap_next_bit(vsans, v)) {
-    list += " " + std::to_string(v);
-  }
-  record("role bitmap %d %s bytes %u:%s", access, text_of(name, name_length).c_str(),
-         vsans->byte_count, list.c_str());
+  record("role bitmap %s%s", question(access, name, name_length, *vsans).c_str(),
+         text_of(*vsans).c_str());
   return platform.role_refuses_writes ? 2 : 1; // Anything but 1 refuses.
 }
 
@@ -404,6 +300,8 @@ int trace_hist_filtered(uint32_t module, uint32_t /*level*/) {
 }
 
 void trace_hist_event(uint32_t module, uint32_t length, const void *event) {
+  require(length <= 516 && static_cast<const char *>(event)[length - 1] == '\0',
+          "an event is a text of at most 511 octets");
   uint32_t level = 0;
   memcpy(&level, event, sizeof(level));
   const char *text = static_cast<const char *>(event) + sizeof(level);
@@ -432,24 +330,17 @@ void debug_printf(int console, const char *module, int instance, const char *for
 // ---- Pending-row stores
 
 struct RowIndex {
+  using Row = std::unique_ptr<void, decltype(&free)>;
   int number = 0;
   RowIndexCompare *compare = nullptr;
-  std::vector<void *> rows;     ///< In no order: what counts is what they are found by.
-  std::vector<void *> not_kept; ///< What the store did not take and nobody releases.
+  std::vector<Row> rows;     ///< In no order: what counts is what they are found by.
+  std::vector<Row> not_kept; ///< What the store did not take and nobody releases.
 
-  ~RowIndex() { release(); }
-  void release() {
-    std::for_each(rows.begin(), rows.end(), free);
-    std::for_each(not_kept.begin(), not_kept.end(), free);
-    rows.clear();
-    not_kept.clear();
+  auto find(const void *key) {
+    return std::find_if(rows.begin(), rows.end(),
+                        [&](const Row &row) { return compare(row.get(), key) == 0; });
   }
 };
-
-static std::vector<void *>::iterator row_of(RowIndex *store, const void *key) {
-  return std::find_if(store->rows.begin(), store->rows.end(),
-                      [&](const void *row) { return store->compare(row, key) == 0; });
-}
 
 int row_index_create(RowIndex **store, int options, int unique, RowIndexCompare *compare,
                      int sorted) {
@@ -464,33 +355,28 @@ int row_index_create(RowIndex **store, int options, int unique, RowIndexCompare 
     return 0;
   }
   static RowIndex stores[3];
-  stores[number].release();
-  stores[number].number = number;
-  stores[number].compare = compare;
+  stores[number] = {number, compare, {}, {}};
   *store = &stores[number];
   return ROW_INDEX_CREATED;
 }
 
 void *row_index_find(RowIndex *store, const void *key, int /*options*/) {
-  const auto row = row_of(store, key);
-  return row == store->rows.end() ? nullptr : *row;
+  const auto row = store->find(key);
+  return row == store->rows.end() ? nullptr : row->get();
 }
 
 void *row_index_add(RowIndex *store, void *element, const void *key) {
-  if (platform.failing_adds || element != key) {
-    store->not_kept.push_back(element);
-    return nullptr;
-  }
-  store->rows.push_back(element);
-  return element;
+  const bool taken = !platform.failing_adds && element == key;
+  (taken ? store->rows : store->not_kept).emplace_back(element, free);
+  return taken ? element : nullptr;
 }
 
 void *row_index_remove(RowIndex *store, const void *key) {
-  const auto row = row_of(store, key);
+  const auto row = store->find(key);
   if (row == store->rows.end()) {
     return nullptr;
   }
-  void *element = *row;
+  void *element = row->release();
   store->rows.erase(row);
   return element;
 }
@@ -510,7 +396,18 @@ extern "C" {
 int register_mib(const char *module, const variable *variables, size_t size, size_t count,
                  const oid *root, size_t root_length) {
   record("register %s %zu x %zu at length %zu", module, count, size, root_length);
-  platform.registered = registered_variables(variables, size, count, root, root_length);
+  const auto *entries = reinterpret_cast<const uint8_t *>(variables);
+  while (platform.registered.size() < count) {
+    const auto &entry =
+        *reinterpret_cast<const variable7 *>(entries + platform.registered.size() * size);
+    variable &whole = platform.registered.emplace_back();
+    whole.magic = entry.magic;
+    whole.type = static_cast<char>(entry.type);
+    whole.acl = entry.acl;
+    whole.findVar = entry.findVar;
+    whole.namelen = static_cast<u_char>(root_length + entry.namelen);
+    std::copy_n(entry.name, entry.namelen, std::copy_n(root, root_length, whole.name));
+  }
   return platform.register_result;
 }
 

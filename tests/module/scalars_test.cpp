@@ -1,5 +1,5 @@
 /** The scalar objects, read side. */
-#include "recording_platform.h"
+#include "agent_calls.h"
 
 #include "feature/fabric_conf_server/snmp/fcs_values.h"
 
@@ -101,7 +101,7 @@ TEST_F(Scalars, TotalRejectsRepeatsTheLastIntegerAfterAFailure) {
 TEST_F(Scalars, OnlyAnEnableStateOfOneIsTrue) {
   for (const auto &[state, hex, truth] :
        {std::tuple(0, "0x0", 2), {1, "0x1", 1}, {3, "0x3", 2}, {-1, "0xffffffff", 2}}) {
-    platform.notif_enabled = state;
+    platform.notif_enabled = [value = state] { return value; };
     EXPECT_EQ(read(fcsReqRejNotifyEnable, {detail(std::string("ret_code Rejnotif enable: ") + hex),
                                            detail("return Rejnotif number")})
                   .word(),
@@ -193,10 +193,11 @@ TEST_F(Scalars, OtherInstancesAndMagics) {
   EXPECT_EQ(read_object(fcsStartDiscovery, {}, false).index, (std::vector<oid>{0}));
   EXPECT_FALSE(read_object(fcsStartDiscovery, {0}, false).value);
 
-  platform.registered[0].magic = 6;
-  EXPECT_THAT(
-      lines_of([] { EXPECT_FALSE(read_object(static_cast<FcsObject>(6), {0}, true).value); }),
-      ElementsAre(detail("entering"), "detail ''"));
+  variable unknown = platform.registered_for(fcsStartDiscovery);
+  unknown.magic = 6;
+  Name name(unknown, {0});
+  EXPECT_THAT(lines_of([&] { EXPECT_FALSE(read_name(unknown, name, true).value); }),
+              ElementsAre(detail("entering"), "detail ''"));
 }
 
 } // namespace

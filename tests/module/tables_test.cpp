@@ -1,7 +1,6 @@
 /** The tables' columns: values, traces, ends. */
-#include "recording_platform.h"
+#include "agent_calls.h"
 
-#include "feature/fabric_conf_server/fcs_protocol.h"
 #include "feature/fabric_conf_server/snmp/fcs_config_tables.h"
 #include "feature/fabric_conf_server/snmp/fcs_ie_table.h"
 #include "feature/fabric_conf_server/snmp/fcs_port_tables.h"
@@ -47,13 +46,6 @@ template <typename Record> void serve(const Record &record) {
   platform.service = [record](const Request &) { return Reply{0, bytes_of(record)}; };
 }
 
-/** A column, the value that it shows, and what its trace calls it. */
-struct Column {
-  FcsObject object;
-  Bytes value;
-  const char *label;
-};
-
 Bytes word(uint32_t value) {
   return bytes_of(value);
 }
@@ -62,8 +54,15 @@ class Tables : public testing::Test {
 protected:
   void SetUp() override { start_module(); }
 
+  /** A column, the value that it shows, and what its trace calls it. */
+  struct Column {
+    FcsObject object;
+    Bytes value;
+    const char *label;
+  };
+
   /** Reads the columns by next and checks value, index and the handler's own last trace. */
-  static void expect_columns(const char *handler, const std::vector<Column> &columns,
+  static void expect_columns(const std::string &handler, const std::vector<Column> &columns,
                              const Index &index) {
     for (const Column &column : columns) {
       SCOPED_TRACE(column.label);
@@ -71,19 +70,29 @@ protected:
       const Lines lines = lines_of([&] { answer = read_object(column.object, {}, false); });
       EXPECT_EQ(answer.value, column.value);
       EXPECT_EQ(answer.index, index);
-      EXPECT_EQ(lines.back(), std::string("101 ") + handler + ":return " + column.label + "\n");
+      EXPECT_EQ(answer.write_method != nullptr,
+                platform.registered_for(column.object).acl == NETSNMP_OLDAPI_RWRITE);
+      EXPECT_EQ(lines.back(), "101 " + handler + ":return " + column.label + "\n");
     }
   }
 
-  /** The lines of a read without those of the exchange. */
-  static Lines own_lines(FcsObject object, const Index &index, bool exact) {
+  /** Reads an object and checks the lines but for those of the exchange: those of the handler's
+   * header between its own two. */
+  static void expect_lines(FcsObject object, const Index &index, bool exact,
+                           const std::string &handler, const std::string &header,
+                           const Lines &header_lines, const std::string &label) {
+    Lines expected = {"101 " + handler + ":entering\n", "101 " + header + ":entering\n"};
+    for (const std::string &line : header_lines) {
+      expected.push_back("101 " + header + ":" + line + "\n");
+    }
+    expected.push_back("101 " + handler + ":return " + label + "\n");
     Lines own;
     for (const std::string &line : lines_of([&] { read_object(object, index, exact); })) {
       if (line.find("fcs_get_data") == std::string::npos && line.rfind("10", 0) == 0) {
         own.push_back(line);
       }
     }
-    return own;
+    EXPECT_EQ(own, expected);
   }
 };
 
@@ -102,21 +111,17 @@ TEST_F(Tables, StatisticsColumnsAndTheirLines) {
                           "stdout len = 40 val = 7\n", "stderr index = 7 reg req = 3\n",
                           "101 header_fcs_stats_table:end\n",
                           "101 var_fcsStatsTable:return rx reg\n"));
-  const struct {
-    FcsObject object;
-    int64_t value;
-    const char *label;
-  } columns[] = {
-      {fcsRxGetReqs, 1, "rx get"}, {fcsTxGetReqs, 2, "tx get"},     {fcsRxRegReqs, 3, "rx reg"},
-      {fcsTxRegReqs, 5, "tx reg"}, {fcsRxDeregReqs, 4, "rx dereg"}, {fcsTxDeregReqs, 6, "tx dereg"},
-      {fcsTxRscns, 8, "tx rscn"},  {fcsRxRscns, 7, "rx rscn"},      {fcsRejects, -1, "rej"}};
-  for (const auto &column : columns) {
-    Answer answer;
-    const Lines lines = lines_of([&] { answer = read_object(column.object, {7}, true); });
-    EXPECT_EQ(answer.word(), column.value) << column.label;
-    EXPECT_EQ(lines.back(), std::string("101 var_fcsStatsTable:return ") + column.label + "\n");
-    EXPECT_EQ(answer.write_method, nullptr);
-  }
+  expect_columns("var_fcsStatsTable",
+                 {{fcsRxGetReqs, word(1), "rx get"},
+                  {fcsTxGetReqs, word(2), "tx get"},
+                  {fcsRxRegReqs, word(3), "rx reg"},
+                  {fcsTxRegReqs, word(5), "tx reg"},
+                  {fcsRxDeregReqs, word(4), "rx dereg"},
+                  {fcsTxDeregReqs, word(6), "tx dereg"},
+                  {fcsTxRscns, word(8), "tx rscn"},
+                  {fcsRxRscns, word(7), "rx rscn"},
+                  {fcsRejects, word(0xFFFFFFFF), "rej"}},
+                 {0});
 }
 
 TEST_F(Tables, AllOnesEndsATableAfterItsOidIsRewritten) {
@@ -182,22 +187,22 @@ TEST_F(Tables, PortColumnsAndTheirLines) {
                   {fcsPortAttachPortNameIndex, word(12), "port name index"},
                   {fcsPortState, word(3), "port state"}},
                  ie_index(9));
-  EXPECT_THAT(own_lines(fcsPortType, ie_index(9), true),
-              ElementsAre("101 var_fcsPortTable:entering\n", "101 header_fcs_port_table:entering\n",
-                          "101 header_fcs_port_table:length 23, vp->namelen 14 exact 1\n",
-                          "101 header_fcs_port_table:before sending snmp_get_allowed\n",
-                          "101 header_fcs_port_table:end\n",
-                          "101 var_fcsPortTable:return port type\n"));
-  EXPECT_THAT(own_lines(fcsPortType, Index(10, 1), true),
-              ElementsAre("101 var_fcsPortTable:entering\n", "101 header_fcs_port_table:entering\n",
-                          "101 var_fcsPortTable:return NULL\n"))
-      << "this step traces a request only when its length is right";
+  const auto lines = [](const Index &index, bool exact, const Lines &header_lines,
+                        const std::string &label) {
+    expect_lines(fcsPortType, index, exact, "var_fcsPortTable", "header_fcs_port_table",
+                 header_lines, label);
+  };
+  const std::string asking = "before sending snmp_get_allowed";
+  lines(ie_index(9), true, {"length 23, vp->namelen 14 exact 1", asking, "end"}, "port type");
+  lines(Index(10, 1), true, {}, "NULL"); // It traces a request only when its length is right.
   platform.restricted = true;
   platform.readable = {9};
-  EXPECT_THAT(own_lines(fcsPortType, {}, false),
-              testing::Contains("101 header_fcs_port_table:allowed vsans result 1, allowed 0\n"));
-  EXPECT_THAT(own_lines(fcsPortType, {9}, false),
-              testing::Contains("101 header_fcs_port_table:allowed vsans result 1, allowed 1\n"));
+  lines({}, false,
+        {"length 14, vp->namelen 14 exact 0", asking, "allowed vsans result 1, allowed 0", "end"},
+        "port type");
+  lines({9}, false,
+        {"length 15, vp->namelen 14 exact 0", asking, "allowed vsans result 1, allowed 1", "end"},
+        "port type");
 }
 
 TEST_F(Tables, PortTableHasNoEndMark) {
@@ -211,31 +216,24 @@ TEST_F(Tables, PortListsAndAttachedNames) {
   serve(FcsPortListRecord{6, {0x20, 0, 0, 0, 0x5e, 1, 2, 3}});
   expect_columns("var_fcsPortListTable", {{fcsPortListIndex, word(6), "port list index"}},
                  ie_index(6));
-  EXPECT_THAT(own_lines(fcsPortListIndex, {6}, false),
-              ElementsAre("101 var_fcsPortListTable:entering\n",
-                          "101 header_fcs_port_list_table:entering\n",
-                          "101 header_fcs_port_list_table:length 15, vp->namelen 14 exact 0\n",
-                          "101 header_fcs_port_list_table:port list index 6\n",
-                          "101 header_fcs_port_list_table:end\n",
-                          "101 var_fcsPortListTable:return port list index\n"));
-  EXPECT_THAT(own_lines(fcsPortListIndex, Index(10, 1), true),
-              ElementsAre("101 var_fcsPortListTable:entering\n",
-                          "101 header_fcs_port_list_table:entering\n",
-                          "101 header_fcs_port_list_table:length 24, vp->namelen 14 exact 1\n",
-                          "101 var_fcsPortListTable:return NULL\n"));
+  const auto lines = [](const Index &index, bool exact, const Lines &header_lines,
+                        const std::string &label) {
+    expect_lines(fcsPortListIndex, index, exact, "var_fcsPortListTable",
+                 "header_fcs_port_list_table", header_lines, label);
+  };
+  lines({6}, false, {"length 15, vp->namelen 14 exact 0", "port list index 6", "end"},
+        "port list index");
+  lines(Index(10, 1), true, {"length 24, vp->namelen 14 exact 1"}, "NULL");
 
   serve(FcsAttachPortRecord{7, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 255}});
   expect_columns(
       "var_fcsAttachPortNameListTable",
       {{fcsAttachPortName, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 255}, "attach port name"}},
       {7, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 255});
-  EXPECT_THAT(own_lines(fcsAttachPortName, {7}, false),
-              ElementsAre("101 var_fcsAttachPortNameListTable:entering\n",
-                          "101 header_fcs_attach_port_table:entering\n",
-                          "101 header_fcs_attach_port_table:length 15, vp->namelen 14 exact 0\n",
-                          "101 header_fcs_attach_port_table:entry attach port name index 7\n",
-                          "101 header_fcs_attach_port_table:end\n",
-                          "101 var_fcsAttachPortNameListTable:return attach port name\n"));
+  expect_lines(fcsAttachPortName, {7}, false, "var_fcsAttachPortNameListTable",
+               "header_fcs_attach_port_table",
+               {"length 15, vp->namelen 14 exact 0", "entry attach port name index 7", "end"},
+               "attach port name");
 }
 
 TEST_F(Tables, PortCodesOverTheWholeRange) {
@@ -273,23 +271,20 @@ TEST_F(Tables, ConfigurableColumnsAndTheirLines) {
                   {fcsMgmtAddrConfigSource, word(2), "mgmt addr config source"},
                   {fcsMgmtAddrRowStatus, word(1), "addr row status"}},
                  {3, 0xFFFFFFFE});
-  EXPECT_THAT(own_lines(fcsMgmtAddrRowStatus, {3, 1}, true),
-              ElementsAre("101 var_fcsMgmtAddrListTable:entering\n",
-                          "101 header_fcs_mgmt_addr_table:entering\n",
-                          "101 header_fcs_mgmt_addr_table:length 16, vp->namelen 14 exact 1\n",
-                          "101 var_fcsMgmtAddrListTable:return addr row status\n"));
+  expect_lines(fcsMgmtAddrRowStatus, {3, 1}, true, "var_fcsMgmtAddrListTable",
+               "header_fcs_mgmt_addr_table", {"length 16, vp->namelen 14 exact 1"},
+               "addr row status");
 
-  PlatformEntry row{};
-  row.vsan = 4;
-  row.platform_index = 9;
-  row.name_length = 3;
-  memcpy(row.name, "abc", 3);
-  row.type = 7;
-  row.node_name_list_index = 21;
-  row.mgmt_addr_list_index = 22;
-  row.config_source = 0x100;
-  row.validation_result = 3;
-  row.validation_request = 1;
+  const PlatformEntry row{.vsan = 4,
+                          .platform_index = 9,
+                          .name_length = 3,
+                          .name = {'a', 'b', 'c'},
+                          .type = 7,
+                          .node_name_list_index = 21,
+                          .mgmt_addr_list_index = 22,
+                          .config_source = 0x100,
+                          .validation_result = 3,
+                          .validation_request = 1};
   serve(row);
   expect_columns("var_fcsPlatformTable",
                  {{fcsPlatformName, {'a', 'b', 'c'}, "plat name"},
@@ -301,53 +296,43 @@ TEST_F(Tables, ConfigurableColumnsAndTheirLines) {
                   {fcsPlatformValidationResult, word(3), "validation result"},
                   {fcsPlatformRowStatus, word(1), "row status"}},
                  {4, 9});
-  EXPECT_THAT(own_lines(fcsPlatformRowStatus, {4}, false),
-              ElementsAre("101 var_fcsPlatformTable:entering\n",
-                          "101 header_fcs_platform_table:entering\n",
-                          "101 header_fcs_platform_table:length 15, vp->namelen 14 exact 0\n",
-                          "101 header_fcs_platform_table:vsan index 4, platform index 0\n",
-                          "101 header_fcs_platform_table:end\n",
-                          "101 var_fcsPlatformTable:return row status\n"));
+  expect_lines(
+      fcsPlatformRowStatus, {4}, false, "var_fcsPlatformTable", "header_fcs_platform_table",
+      {"length 15, vp->namelen 14 exact 0", "vsan index 4, platform index 0", "end"}, "row status");
 
   serve(NodeNameEntry{8, {0x20, 0, 0, 0, 0x5e, 1, 2, 3}, 1, 0});
   expect_columns("var_fcsNodeNameListTable",
                  {{fcsNodeNameConfigSource, word(1), "conf stat"},
                   {fcsNodeNameRowStatus, word(1), "row stat"}},
                  ie_index(8));
-  EXPECT_THAT(own_lines(fcsNodeNameRowStatus, {8}, false),
-              ElementsAre("101 var_fcsNodeNameListTable:entering\n",
-                          "101 header_fcs_node_name_list_table:entering\n",
-                          "101 header_fcs_node_name_list_table:length 15, vp->namelen 14 exact 0\n",
-                          "101 header_fcs_node_name_list_table:node name index 8\n",
-                          "101 header_fcs_node_name_list_table:end\n",
-                          "101 var_fcsNodeNameListTable:return row stat\n"));
+  expect_lines(fcsNodeNameRowStatus, {8}, false, "var_fcsNodeNameListTable",
+               "header_fcs_node_name_list_table",
+               {"length 15, vp->namelen 14 exact 0", "node name index 8", "end"}, "row stat");
 }
 
 TEST_F(Tables, WritableColumnsHandOutTheirHandlers) {
-  const std::map<FcsObject, WriteMethod *> writable = {
+  const std::pair<FcsObject, WriteMethod *> columns[] = {
       {fcsMgmtAddr, write_fcsMgmtAddr},
+      {fcsMgmtAddrConfigSource, nullptr},
       {fcsMgmtAddrRowStatus, write_fcsMgmtAddrRowStatus},
       {fcsPlatformName, write_fcsPlatformName},
       {fcsPlatformType, write_fcsPlatformType},
       {fcsPlatformNodeNameListIndex, write_fcsPlatformNodeNameListIndex},
       {fcsPlatformMgmtAddrListIndex, write_fcsPlatformMgmtAddrListIndex},
+      {fcsPlatformConfigSource, nullptr},
       {fcsPlatformValidation, write_fcsPlatformValidation},
+      {fcsPlatformValidationResult, nullptr},
       {fcsPlatformRowStatus, write_fcsPlatformRowStatus},
+      {fcsNodeNameConfigSource, nullptr},
       {fcsNodeNameRowStatus, write_fcsNodeNameRowStatus},
   };
-  for (const FcsObject object :
-       {fcsMgmtAddr, fcsMgmtAddrConfigSource, fcsMgmtAddrRowStatus, fcsPlatformName,
-        fcsPlatformType, fcsPlatformNodeNameListIndex, fcsPlatformMgmtAddrListIndex,
-        fcsPlatformConfigSource, fcsPlatformValidation, fcsPlatformValidationResult,
-        fcsPlatformRowStatus, fcsNodeNameConfigSource, fcsNodeNameRowStatus}) {
-    const auto handler = writable.find(object);
-    WriteMethod *expected = handler == writable.end() ? nullptr : handler->second;
+  for (const auto &[object, handler] : columns) {
     platform.service = [](const Request &) { return Reply{0, Bytes(300, 1)}; };
-    EXPECT_EQ(read_object(object, {1, 1}, true).write_method, expected) << "row present " << object;
+    EXPECT_EQ(read_object(object, {1, 1}, true).write_method, handler) << "row present " << object;
     platform.service = [](const Request &) { return Reply{FCS_ERR_NO_SUCH_ROW, {}}; };
     const Answer absent = read_object(object, {1, 1}, true);
     EXPECT_FALSE(absent.value);
-    EXPECT_EQ(absent.write_method, expected) << "row absent " << object;
+    EXPECT_EQ(absent.write_method, handler) << "row absent " << object;
   }
 }
 
@@ -374,16 +359,12 @@ TEST_F(Tables, DiscoveryStatusAndCompletion) {
                     {fcsDiscoveryCompletedTime, word(completion.shown), "Disccomptime"}},
                    {9});
   }
-  EXPECT_THAT(own_lines(fcsDiscoveryStatus, {9}, true),
-              ElementsAre("101 var_fcsDiscoveryStatusTable:entering\n",
-                          "101 header_fcs_disc_status_table:entering\n",
-                          "101 header_fcs_disc_status_table:length 15, vp->namelen 14 exact 1\n",
-                          "101 header_fcs_disc_status_table:vsan index 9\n",
-                          "101 header_fcs_disc_status_table:end\n",
-                          "101 var_fcsDiscoveryStatusTable:return Discstatus\n"));
+  expect_lines(fcsDiscoveryStatus, {9}, true, "var_fcsDiscoveryStatusTable",
+               "header_fcs_disc_status_table",
+               {"length 15, vp->namelen 14 exact 1", "vsan index 9", "end"}, "Discstatus");
   serve(fcs_disc_status_record{FCS_END_OF_TABLE, 2, 0, 0});
-  EXPECT_THAT(own_lines(fcsDiscoveryStatus, {}, false).back(), HasSubstr("table:end\n"));
-  EXPECT_FALSE(read_object(fcsDiscoveryStatus, {}, false).value);
+  EXPECT_EQ(lines_of([] { EXPECT_FALSE(read_object(fcsDiscoveryStatus, {}, false).value); }).back(),
+            "101 header_fcs_disc_status_table:end\n");
 }
 
 TEST_F(Tables, UnknownMagicsAnswerWithAnEmptyDetail) {
@@ -391,15 +372,10 @@ TEST_F(Tables, UnknownMagicsAnswerWithAnEmptyDetail) {
   for (const FcsObject object :
        {fcsRejects, fcsIeType, fcsPortListIndex, fcsPortType, fcsAttachPortName, fcsMgmtAddr,
         fcsPlatformName, fcsNodeNameRowStatus, fcsDiscoveryStatus}) {
-    variable entry = platform.registered_for(object);
-    entry.magic = 200;
-    oid name[MAX_OID_LEN] = {};
-    size_t length = 0;
-    size_t value_length = 0;
-    WriteMethod *write_method = nullptr;
-    const Lines lines = lines_of([&] {
-      EXPECT_EQ(entry.findVar(&entry, name, &length, 0, &value_length, &write_method), nullptr);
-    });
+    variable unknown = platform.registered_for(object);
+    unknown.magic = 200;
+    Name name(unknown, {});
+    const Lines lines = lines_of([&] { EXPECT_FALSE(read_name(unknown, name, false).value); });
     EXPECT_EQ(lines.back(), "detail ''");
   }
 }

@@ -19,14 +19,6 @@ VsanBitmap bitmap_of(const std::vector<int32_t> &bits, uint32_t byte_count) {
   return bitmap;
 }
 
-std::vector<int32_t> bits_of(const VsanBitmap &bitmap) {
-  std::vector<int32_t> bits;
-  for (int32_t bit = bitmap_first_bit(&bitmap); bit >= 0; bit = bitmap_next_bit(&bitmap, bit)) {
-    bits.push_back(bit);
-  }
-  return bits;
-}
-
 TEST(Values, TrimmedLength) {
   const std::map<std::vector<int32_t>, uint32_t> cases = {
       {{}, 0},       {{0}, 2},      {{6}, 2},      {{7}, 1},        {{8}, 3},

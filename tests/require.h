@@ -1,0 +1,13 @@
+/** What must hold whatever a test or a fuzzer does. */
+#pragma once
+
+#include <cstdio>
+#include <cstdlib>
+
+/** Ends the program when a property does not hold. */
+inline void require(bool holds, const char *property) {
+  if (!holds) {
+    fprintf(stderr, "does not hold: %s\n", property);
+    abort();
+  }
+}
