@@ -2,9 +2,8 @@
 """Writes the first inputs of the fuzzers into corpus/: real indexes, records, SETs and messages.
 
 Run it when a fuzzer takes its input apart in another way. What the fuzzers have found stands beside
-the files written here and stays.
+the files written here and stays, and so do the fabric descriptions, which are texts.
 """
-import json
 import struct
 from pathlib import Path
 
@@ -13,11 +12,10 @@ HERE = Path(__file__).resolve().parent
 NAME = bytes.fromhex("200000005e005381")
 WHOLE = b"\xff"  # All sub-identifiers of a column.
 OK, REFUSED = b"\x01", b"\x00"
-INTEGER_4 = b"\x00\x04"  # The object's own type, and the length.
 
 
 def word(*values):
-    return b"".join(struct.pack("=I", value) for value in values)
+    return struct.pack(f"={len(values)}I", *values)
 
 
 def sized(octets):
@@ -25,22 +23,17 @@ def sized(octets):
 
 
 def sub_identifiers(*index):
-    octets = b"".join(bytes([i]) if i < 255 else b"\xff" + word(i) for i in index)
-    return bytes([len(index)]) + octets
+    return bytes([len(index)]) + b"".join(bytes([i]) if i < 255 else b"\xff" + word(i) for i in index)
 
 
-def padded(octets, length):
-    return octets + bytes(length - len(octets))
-
-
-def text(octets, room=255):
-    return bytes([len(octets)]) + padded(octets, room)
+def text(octets):
+    return bytes([len(octets)]) + octets.ljust(255, b"\0")
 
 
 # Records of the service, in the layouts of fcs_protocol.h.
 STATUS = word(1, 2, 1700000000, 5)
 ELEMENT = (word(1) + NAME + word(1, 5) + bytes.fromhex("00fffc05") + NAME + text(b"director") + word(11) +
-           padded(b"vendor", 256) + word(3))
+           b"vendor".ljust(256, b"\0") + word(3))
 ADDRESS = word(11, 1) + text(b"192.0.2.11") + word(1, 1)
 PORT_LIST = word(3) + NAME
 PORT = word(1) + NAME + word(0x81, 2, 3, 4, 7, 1)
@@ -76,8 +69,12 @@ def reads():
         yield f"scalar_{number}", LISTS + bytes([number, 1]) + WHOLE + b"\x01\x00" + OK + sized(word(5))
 
 
-def binding(number, index, value, head):
-    return bytes([number]) + WHOLE + sub_identifiers(*index) + head + value
+def number(place, index, value):
+    return bytes([place]) + WHOLE + sub_identifiers(*index) + b"\x00\x04" + word(value)  # Of the object's own type.
+
+
+def octets(place, index, value):
+    return bytes([place]) + WHOLE + sub_identifiers(*index) + bytes([0, len(value)]) + value
 
 
 def set_of(*bindings):
@@ -85,32 +82,24 @@ def set_of(*bindings):
 
 
 def writes():
-    absent = REFUSED + word(2)
-    taken = OK + sized(b"")
-    create, destroy = (INTEGER_4, word(4)), (INTEGER_4, word(6))
-
-    def row(number, index, head, value):
-        return binding(number, index, value, head)
-
-    address = row(19, [11, 9], b"\x00\x04", b"addr"), row(21, [11, 9], *create)
-    yield "create_address", b"\x00" + set_of(*address) + absent * 5 + taken
-    yield "create_address_fails_late", b"\x00" + set_of(*address) + absent * 5 + REFUSED + word(5)
-    yield "destroy_address", b"\x00" + set_of(row(21, [11, 1], *destroy)) + (OK + sized(ADDRESS)) * 3 + taken
-    platform = row(39, [1, 9], *create), row(32, [1, 9], b"\x00\x04", b"host")
-    yield "create_platform", b"\x00" + set_of(*platform) + absent * 5 + taken
-    yield "create_platform_restricted", RESTRICTED + set_of(*platform) + absent * 5 + taken
-    for number in (33, 34, 35, 37):
-        change = row(number, [1, 2], INTEGER_4, word(1))
-        yield f"change_platform_{number}", b"\x00" + set_of(change) + (OK + sized(PLATFORM)) * 2 + taken
-    yield "create_node_name", b"\x00" + set_of(row(41, [1, *NAME], *create)) + absent * 2 + taken
-    yield "destroy_node_name", b"\x00" + set_of(row(41, [1, *NAME], *destroy)) + (OK + sized(NODE_NAME)) * 2 + taken
-    discovery = (row(0, [0], INTEGER_4, word(0)), row(1, [0], b"\x00\x05", b"night"),
-                 row(2, [0], b"\x00\x02", b"\x80\x40"), row(4, [0], INTEGER_4, word(1)))
-    yield "discovery", LISTS + set_of(*discovery) + (OK + sized(STATUS)) * 8
-    lists = (row(3, [0], b"\x00\x02", b"\x80\x40"), row(8, [0], b"\x00\x01", b"\x80"),
-             row(9, [0], b"\x00\x01", b"\x80"), row(7, [0], INTEGER_4, word(600)))
-    yield "lists", LISTS + set_of(*lists) + (OK + sized(STATUS)) * 8
-    yield "switches", b"\x00" + set_of(row(42, [0], INTEGER_4, word(1)), row(43, [0], INTEGER_4, word(2)))
+    absent, taken, create, destroy = REFUSED + word(2), OK + sized(b""), 4, 6
+    discovery = (number(0, [0], 0), octets(1, [0], b"night"), octets(2, [0], b"\x80\x40"), number(4, [0], 1))
+    lists = (octets(3, [0], b"\x80\x40"), octets(8, [0], b"\x80"), octets(9, [0], b"\x80"), number(7, [0], 600))
+    for name, bindings in {"discovery": discovery, "lists": lists}.items():
+        yield name, LISTS + set_of(*bindings) + (OK + sized(STATUS)) * 8
+    yield "switches", b"\x00" + set_of(number(42, [0], 1), number(43, [0], 2))
+    address = set_of(octets(19, [11, 9], b"addr"), number(21, [11, 9], create)) + absent * 5
+    yield "create_address", b"\x00" + address + taken
+    yield "create_address_fails_late", b"\x00" + address + REFUSED + word(5)
+    platform = set_of(number(39, [1, 9], create), octets(32, [1, 9], b"host")) + absent * 5 + taken
+    yield "create_platform", b"\x00" + platform
+    yield "create_platform_restricted", RESTRICTED + platform
+    yield "create_node_name", b"\x00" + set_of(number(41, [1, *NAME], create)) + absent * 2 + taken
+    changes = {f"change_platform_{place}": (number(place, [1, 2], 1), PLATFORM, 2) for place in (33, 34, 35, 37)}
+    changes["destroy_address"] = number(21, [11, 1], destroy), ADDRESS, 3
+    changes["destroy_node_name"] = number(41, [1, *NAME], destroy), NODE_NAME, 2
+    for name, (change, row, times) in changes.items():
+        yield name, b"\x00" + set_of(change) + (OK + sized(row)) * times + taken
 
 
 def notifications():
@@ -126,34 +115,18 @@ def message(opcode, flag, payload, kind=0, seconds=3):
 
 
 def service_messages():
-    requests = {10: word(1), 20: word(1) + NAME, 30: ADDRESS, 40: PORT_LIST, 50: word(1) + NAME, 60: ATTACHED,
-                70: word(1, 2), 80: NODE_NAME, 90: word(1), 100: b"", 110: b"", 120: b"", 130: b"", 140: b"",
-                150: b""}
-    for record, key in requests.items():
-        yield f"get_{record}", message(1402, 1, word(record) + key) + message(1402, 2, word(record) + key)
+    keys = {10: word(1), 20: word(1) + NAME, 30: ADDRESS, 40: PORT_LIST, 50: word(1) + NAME, 60: ATTACHED,
+            70: word(1, 2), 80: NODE_NAME, 90: word(1), **dict.fromkeys(range(100, 151, 10), b"")}
+    for record, key in keys.items():
+        yield f"get_{record}", b"".join(message(1402, flag, word(record) + key) for flag in (1, 2))
     for record, row in {30: ADDRESS, 70: PLATFORM, 80: NODE_NAME}.items():
-        create = row[:-4] + word(4)
-        yield f"set_{record}", message(1402, 3, word(record) + create) + message(1402, 3, word(record) + row)
+        rows = row[:-4] + word(4), row
+        yield f"set_{record}", b"".join(message(1402, 3, word(record) + r) for r in rows)
         yield f"delete_{record}", message(1402, 4, word(record) + row)
     yield "discovery", message(1405, 0, word(1, 0)) + message(1410, 3, word(300)) + message(1412, 3, word(2))
     control = {2: word(1, 9, 0), 3: word(1) + bytes(8), 4: word(1), 5: word(1), 6: word(1, 2)}
     yield "control", b"".join(message(opcode, 0, payload, kind=7) for opcode, payload in control.items())
     yield "greeting", message(0, 0, b"FCS-IPC\0" + word(0x01020304, 1, 1))
-
-
-def imports():
-    fabric = json.loads((HERE.parents[1] / "lab" / "sample-fabric.json").read_text())
-    first, *_, last = fabric["vsans"]
-    for vsan in first, last:
-        vsan["elements"] = vsan["elements"][:1]
-        vsan["elements"][0]["ports"] = vsan["elements"][0]["ports"][:2]
-        vsan["platforms"] = vsan.get("platforms", [])[:1]
-    lists = {name: fabric[name][:2] for name in ("nodeNameLists", "mgmtAddrLists")}
-    alone = {"nodeNameLists": [], "mgmtAddrLists": [], "vsans": [{"id": 7}]}
-    for name, description in (("first_vsan", {"vsans": [first]}), ("last_vsan", {"vsans": [last]}),
-                              ("lists", {**lists, "vsans": []}), ("small", alone)):
-        yield name, json.dumps(description, separators=(",", ":")).encode()
-    yield "not_json", b'{"vsans": [{"id": 1e99999}, "\\ud800"]'
 
 
 def service_links():
@@ -162,22 +135,20 @@ def service_links():
     def lie(sequence, opcode, payload, result=0):
         return struct.pack("=BHB", sequence, opcode, result) + sized(bytes(84) + payload)[:2] + payload
 
-    exchange = b"\x00\x01\x00" + answer + struct.pack("=H", 8)
+    end = struct.pack("=H", 8)
+    exchange = b"\x00\x01\x00" + answer + end
     yield "exchange", b"\x00\x00" + exchange * 2
-    yield "late_replies", b"\x00\x00" + b"\x00\x01\x03" + lie(255, 1402, b"late") * 3 + answer + struct.pack("=H", 8)
-    yield "hangs_up", b"\x00\x00" + b"\x00\x00\x01" + lie(9, 1402, b"") + struct.pack("=H", 8)
-    yield "unasked", b"\x00\x00" + b"\x01\x01" + lie(0, 1402, b"?")
-    yield "notifications", b"\x00\x00" + b"\x02\x02" + lie(0, 1408, b"night") + lie(0, 9999, b"")
-    yield "refused_and_again", b"\x04\x00\x00" + b"\x03\x00\x00" + exchange
+    yield "late_replies", b"\x00\x00\x00\x01\x03" + lie(255, 1402, b"late") * 3 + answer + end
+    yield "hangs_up", b"\x00\x00\x00\x00\x01" + lie(9, 1402, b"") + end
+    yield "unasked", b"\x00\x00\x01\x01" + lie(0, 1402, b"?")
+    yield "notifications", b"\x00\x00\x02\x02" + lie(0, 1408, b"night") + lie(0, 9999, b"")
+    yield "refused_and_again", b"\x04\x00\x00\x03\x00\x00" + exchange
     yield "greeting_cut_short", b"\x01" + struct.pack("=H", 5) + b"\x00"
 
 
-SEEDS = {"read_handlers_fuzz": reads, "write_handlers_fuzz": writes, "notifications_fuzz": notifications,
-         "service_messages_fuzz": service_messages, "fabric_import_fuzz": imports,
-         "service_link_fuzz": service_links}
-
-for fuzzer, seeds in SEEDS.items():
-    directory = HERE / "corpus" / fuzzer
+for fuzzer, seeds in {"read_handlers": reads, "write_handlers": writes, "notifications": notifications,
+                      "service_messages": service_messages, "service_link": service_links}.items():
+    directory = HERE / "corpus" / f"{fuzzer}_fuzz"
     directory.mkdir(parents=True, exist_ok=True)
-    for name, octets in seeds():
-        (directory / name).write_bytes(octets)
+    for name, contents in seeds():
+        (directory / name).write_bytes(contents)
