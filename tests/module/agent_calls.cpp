@@ -101,9 +101,8 @@ int write_set(std::vector<Binding> &bindings) {
   return status;
 }
 
-int write_object(FcsObject object, u_char type, const Bytes &value,
-                 const std::vector<int> &phases) {
-  Binding binding(object, {0}, type, value);
+int write_object(FcsObject object, const Bytes &value, const std::vector<int> &phases) {
+  Binding binding(object, {0}, static_cast<u_char>(platform.registered_for(object).type), value);
   binding.read();
   int status = SNMP_ERR_NOERROR;
   for (auto phase = phases.begin(); phase != phases.end() && status == SNMP_ERR_NOERROR; ++phase) {

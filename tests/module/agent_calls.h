@@ -71,10 +71,11 @@ private:
 int write_set(std::vector<Binding> &bindings);
 
 /**
- * Has a write handler run through phases of a SET of instance 0 of its object, until one fails.
+ * Has a write handler run through phases of a SET of instance 0 of its object with a value of its
+ * type, until one fails.
  * \return the status of the last phase that ran.
  */
-int write_object(FcsObject object, u_char type, const Bytes &value,
+int write_object(FcsObject object, const Bytes &value,
                  const std::vector<int> &phases = {kReserve1, kReserve2, kAction, kCommit});
 
 /** What a handler of notifications asked for. */

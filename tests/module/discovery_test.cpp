@@ -12,10 +12,23 @@ Bytes integer(int32_t value) {
   return bytes_of(value);
 }
 
+const std::vector<int> kToAction = {kReserve1, kReserve2, kAction};
+const std::vector<int> kToCommit = {kReserve1, kReserve2, kAction, kCommit};
+const std::vector<int> kAllPhases = {kReserve1, kReserve2, kAction, kCommit, kFree, kUndo};
+
 /** The lines of a SET through some phases. */
-Lines set_lines(FcsObject object, u_char type, const Bytes &value, const std::vector<int> &phases,
+Lines set_lines(FcsObject object, const Bytes &value, const std::vector<int> &phases,
                 int expected_status = SNMP_ERR_NOERROR) {
-  return lines_of([&] { EXPECT_EQ(write_object(object, type, value, phases), expected_status); });
+  return lines_of([&] { EXPECT_EQ(write_object(object, value, phases), expected_status); });
+}
+
+/** Sets some bits in each of these. */
+void set_bits(std::initializer_list<VsanBitmap *> bitmaps, std::initializer_list<int32_t> bits) {
+  for (VsanBitmap *bitmap : bitmaps) {
+    for (const int32_t bit : bits) {
+      bitmap_set_bit(bitmap, bit);
+    }
+  }
 }
 
 /** Sets the service up to have these discovery statuses; other VSANs fail. */
@@ -32,13 +45,16 @@ void serve_statuses(const std::map<uint32_t, int32_t> &statuses) {
   };
 }
 
-/** The direct messages among some lines, without what is the same in all of them. */
-Lines messages(const Lines &lines) {
+/** The direct messages among some lines, without what is the same in all of them; the lines that
+ * are no exchange go to `others`. */
+Lines messages(const Lines &lines, Lines *others = nullptr) {
   Lines result;
   for (const std::string &line : lines) {
-    if (line.rfind("ipc 14", 0) == 0 && line.find("record") == std::string::npos) {
+    if (line.starts_with("ipc 14") && line.find("record") == std::string::npos) {
       EXPECT_THAT(line, testing::EndsWith(" from user/7 to 20/77/0"));
       result.push_back(line.substr(4, line.find(" from") - 4));
+    } else if (others != nullptr && !line.starts_with("ipc")) {
+      others->push_back(line);
     }
   }
   return result;
@@ -56,71 +72,65 @@ protected:
 };
 
 TEST_F(Discovery, SpinLockTakesItsCurrentValueOnly) {
-  EXPECT_THAT(set_lines(fcsVsanDiscoverySpinLock, ASN_INTEGER, integer(0), {kReserve1, kReserve2}),
-              ElementsAre("101 write_fcsVsanDiscoverySpinLock:entering\n",
-                          "101 write_fcsVsanDiscoverySpinLock:entering\n",
-                          "stderr In set of spin lock....\n",
-                          "101 write_fcsVsanDiscoverySpinLock:entring rev2\n",
-                          "101 write_fcsVsanDiscoverySpinLock:exit rev2 \n"));
+  const std::string handler = "101 write_fcsVsanDiscoverySpinLock:";
+  EXPECT_THAT(set_lines(fcsVsanDiscoverySpinLock, integer(0), {kReserve1, kReserve2}),
+              ElementsAre(handler + "entering\n", handler + "entering\n",
+                          "stderr In set of spin lock....\n", handler + "entring rev2\n",
+                          handler + "exit rev2 \n"));
   EXPECT_EQ(fcs_spin_lock, 1);
-  EXPECT_THAT(set_lines(fcsVsanDiscoverySpinLock, ASN_INTEGER, integer(0), {kReserve2},
-                        SNMP_ERR_INCONSISTENTVALUE),
-              ElementsAre("101 write_fcsVsanDiscoverySpinLock:entering\n",
-                          "stderr In set of spin lock....\n",
-                          "101 write_fcsVsanDiscoverySpinLock:entring rev2\n",
-                          "stderr Returning inconsistent val error\n",
-                          "101 write_fcsVsanDiscoverySpinLock:return inconsis\n"));
+  EXPECT_THAT(
+      set_lines(fcsVsanDiscoverySpinLock, integer(0), {kReserve2}, SNMP_ERR_INCONSISTENTVALUE),
+      ElementsAre(handler + "entering\n", "stderr In set of spin lock....\n",
+                  handler + "entring rev2\n", "stderr Returning inconsistent val error\n",
+                  handler + "return inconsis\n"));
   EXPECT_EQ(fcs_spin_lock, 1);
   fcs_spin_lock = INT32_MAX;
-  EXPECT_EQ(write_object(fcsVsanDiscoverySpinLock, ASN_INTEGER, integer(INT32_MAX)), 0);
+  EXPECT_EQ(write_object(fcsVsanDiscoverySpinLock, integer(INT32_MAX)), 0);
   EXPECT_EQ(fcs_spin_lock, 0);
   // What kReserve2 has moved stays moved when another variable of the SET fails.
-  write_object(fcsVsanDiscoverySpinLock, ASN_INTEGER, integer(0), {kReserve1, kReserve2, kFree});
+  write_object(fcsVsanDiscoverySpinLock, integer(0), {kReserve1, kReserve2, kFree});
   EXPECT_EQ(fcs_spin_lock, 1);
 }
 
 TEST_F(Discovery, NameIsStagedAndThenTaken) {
-  const std::string name(32, 'n');
-  EXPECT_THAT(set_lines(fcsVsanDiscoveryName, ASN_OCTET_STR, Bytes(name.begin(), name.end()),
-                        {kReserve1, kReserve2}),
-              ElementsAre("101 write_fcsVsanDiscoveryName:enter rev1\n",
-                          "101 write_fcsVsanDiscoveryName:exit rev1\n",
-                          "stderr In set of discovery name...\n",
-                          "101 write_fcsVsanDiscoveryName:enter rev2\n",
+  const std::string handler = "101 write_fcsVsanDiscoveryName:";
+  const Bytes name(32, 'n');
+  EXPECT_THAT(set_lines(fcsVsanDiscoveryName, name, {kReserve1, kReserve2}),
+              ElementsAre(handler + "enter rev1\n", handler + "exit rev1\n",
+                          "stderr In set of discovery name...\n", handler + "enter rev2\n",
                           "stderr Len of discovery name 32\n",
-                          "101 write_fcsVsanDiscoveryName:Len of discovery name 32\n",
-                          "101 write_fcsVsanDiscoveryName:exit rev2\n"));
+                          handler + "Len of discovery name 32\n", handler + "exit rev2\n"));
   EXPECT_STREQ(fcs_discovery_name, "");
-  EXPECT_EQ(write_object(fcsVsanDiscoveryName, ASN_OCTET_STR, Bytes(name.begin(), name.end())), 0);
-  EXPECT_EQ(fcs_discovery_name, name);
-  EXPECT_EQ(write_object(fcsVsanDiscoveryName, ASN_OCTET_STR, {'a', 0, 'b', 'c'}), 0);
-  EXPECT_EQ(read_object(fcsVsanDiscoveryName, {0}, true).value, Bytes{'a'});
-  EXPECT_EQ(write_object(fcsVsanDiscoveryName, ASN_OCTET_STR, {}), 0);
-  EXPECT_STREQ(fcs_discovery_name, "");
+  const std::pair<Bytes, std::string> cases[] = {
+      {name, std::string(32, 'n')}, {{'a', 0, 'b', 'c'}, "a"}, {{}, ""}};
+  for (const auto &[value, taken] : cases) {
+    EXPECT_EQ(write_object(fcsVsanDiscoveryName, value), 0);
+    EXPECT_EQ(fcs_discovery_name, taken);
+  }
 }
 
 TEST_F(Discovery, ListsReachTheirVsansAndRoles) {
   Bytes ends(256, 0);
   ends.front() = 0x80;
   ends.back() = 0x01;
-  EXPECT_THAT(
-      set_lines(fcsVsanDiscoveryList2k, ASN_OCTET_STR, ends, {kReserve1, kReserve2, kAction}),
-      ElementsAre("101 write_fcsVsanDiscoveryList2k:enter rev1\n",
-                  "role bitmap 163 .1.3.6.1.4.1.32473.1.1.1.1.3.0 bytes 512: 1 2048",
-                  "101 write_fcsVsanDiscoveryList2k:exit rev1\n", "100 Clearing vsan 2k bmap\n",
-                  "100 Calling reset 2k bmap\n", "101 fcs_reset_disc_bitmap2k:enter\n",
-                  "101 fcs_reset_disc_bitmap2k:exit\n"));
+  EXPECT_THAT(set_lines(fcsVsanDiscoveryList2k, ends, kToAction),
+              ElementsAre("101 write_fcsVsanDiscoveryList2k:enter rev1\n",
+                          "role bitmap 163 .1.3.6.1.4.1.32473.1.1.1.1.3.0 bytes 512: 1 2048",
+                          "101 write_fcsVsanDiscoveryList2k:exit rev1\n",
+                          "100 Clearing vsan 2k bmap\n", "100 Calling reset 2k bmap\n",
+                          "101 fcs_reset_disc_bitmap2k:enter\n",
+                          "101 fcs_reset_disc_bitmap2k:exit\n"));
   EXPECT_THAT(bits_of(fcs_vsan_2k), ElementsAre(0, 2047));
   // VSAN 4096 has no bit in the role service's numbering.
-  EXPECT_THAT(
-      set_lines(fcsVsanDiscoveryList4k, ASN_OCTET_STR, ends, {kReserve1, kReserve2, kAction}),
-      ElementsAre("101 write_fcsVsanDiscoveryList4k:enter rev1\n",
-                  "role bitmap 163 .1.3.6.1.4.1.32473.1.1.1.1.4.0 bytes 512: 2049",
-                  "101 write_fcsVsanDiscoveryList4k:exit rev1\n",
-                  "101 fcs_reset_disc_bitmap4k:enter\n", "101 fcs_reset_disc_bitmap4k:exit\n"));
+  EXPECT_THAT(set_lines(fcsVsanDiscoveryList4k, ends, kToAction),
+              ElementsAre("101 write_fcsVsanDiscoveryList4k:enter rev1\n",
+                          "role bitmap 163 .1.3.6.1.4.1.32473.1.1.1.1.4.0 bytes 512: 2049",
+                          "101 write_fcsVsanDiscoveryList4k:exit rev1\n",
+                          "101 fcs_reset_disc_bitmap4k:enter\n",
+                          "101 fcs_reset_disc_bitmap4k:exit\n"));
   EXPECT_THAT(bits_of(fcs_vsan_4k), ElementsAre(0, 2047));
   for (const size_t length : {size_t{0}, size_t{1}, size_t{10}, size_t{255}}) {
-    EXPECT_EQ(write_object(fcsVsanDiscoveryList2k, ASN_OCTET_STR, Bytes(length, 0xFF)), 0);
+    EXPECT_EQ(write_object(fcsVsanDiscoveryList2k, Bytes(length, 0xFF)), 0);
     EXPECT_EQ(bits_of(fcs_vsan_2k).size(), length * 8);
   }
 }
@@ -129,73 +139,59 @@ TEST_F(Discovery, RefusedListsChangeNothing) {
   const struct {
     FcsObject object;
     VsanBitmap *list;
-    const char *trace;
+    std::string handler, trace;
   } cases[] = {
-      {fcsVsanDiscoveryList2k, &fcs_vsan_2k, "write_fcsVsanDiscoveryList2k:return non writable"},
-      {fcsVsanDiscoveryList4k, &fcs_vsan_4k, "write_fcsVsanDiscoveryList4k:non writable"},
+      {fcsVsanDiscoveryList2k, &fcs_vsan_2k,
+       "101 write_fcsVsanDiscoveryList2k:", "return non writable"},
+      {fcsVsanDiscoveryList4k, &fcs_vsan_4k, "101 write_fcsVsanDiscoveryList4k:", "non writable"},
       {fcsDiscoveryInvalidateCache2k, &fcs_invalidate_cache_2k,
-       "write_fcsDiscoveryInvalidateCache2k:non writable"},
+       "101 write_fcsDiscoveryInvalidateCache2k:", "non writable"},
       {fcsDiscoveryInvalidateCache4k, &fcs_invalidate_cache_4k,
-       "write_fcsDiscoveryInvalidateCache4k:not writable"},
-  };
+       "101 write_fcsDiscoveryInvalidateCache4k:", "not writable"}};
   platform.role_refuses_writes = true;
   for (const auto &c : cases) {
     bitmap_set_bit(c.list, 99);
-    const Lines lines = set_lines(c.object, ASN_OCTET_STR, {0xFF}, {kReserve1, kReserve2, kAction},
-                                  SNMP_ERR_NOTWRITABLE);
-    EXPECT_EQ(lines.size(), 4U);
-    EXPECT_EQ(lines[2], "log set error 4049002c 584");
-    EXPECT_EQ(lines[3], std::string("101 ") + c.trace + "\n");
+    EXPECT_THAT(set_lines(c.object, {0xFF}, kToAction, SNMP_ERR_NOTWRITABLE),
+                ElementsAre(c.handler + "enter rev1\n", testing::StartsWith("role bitmap "),
+                            "log set error 4049002c 584", c.handler + c.trace + "\n"));
     EXPECT_THAT(bits_of(*c.list), ElementsAre(99));
   }
 }
 
 TEST_F(Discovery, WritingAListDropsLocalOnlyVsansUntilTheServiceFails) {
-  for (const int bit : {0, 1, 2, 3}) {
-    bitmap_set_bit(&fcs_vsan_total_2k, bit);
-    bitmap_set_bit(&fcs_vsan_total_4k, bit);
-  }
+  set_bits({&fcs_vsan_total_2k, &fcs_vsan_total_4k}, {0, 1, 2, 3});
   serve_statuses({{1, 3}, {2, 2}, {4, 3}, {2049, 3}, {2050, 1}, {2051, 3}, {2052, 3}});
-  const Lines lines = set_lines(fcsVsanDiscoveryList2k, ASN_OCTET_STR, {}, {kAction});
+  const Lines lines = set_lines(fcsVsanDiscoveryList2k, {}, {kAction});
   EXPECT_THAT(bits_of(fcs_vsan_total_2k), ElementsAre(1, 2, 3))
       << "VSAN 3 failed, 4 is not reached";
   EXPECT_THAT(lines, testing::Not(testing::Contains("101 fcs_reset_disc_bitmap2k:exit\n")));
-  EXPECT_EQ(write_object(fcsVsanDiscoveryList4k, ASN_OCTET_STR, {}), 0);
+  EXPECT_EQ(write_object(fcsVsanDiscoveryList4k, {}), 0);
   EXPECT_THAT(bits_of(fcs_vsan_total_4k), ElementsAre(1));
 }
 
 TEST_F(Discovery, TimeOutIsKeptAndSent) {
   for (const int32_t seconds : {300, 1800}) {
-    EXPECT_THAT(messages(set_lines(fcsVsanDiscoveryTimeOut, ASN_UNSIGNED, integer(seconds),
-                                   {kReserve1, kReserve2, kAction, kCommit}, SNMP_ERR_GENERR)),
-                ElementsAre("1410/3 " + std::to_string(seconds)));
+    EXPECT_THAT(
+        messages(set_lines(fcsVsanDiscoveryTimeOut, integer(seconds), kToCommit, SNMP_ERR_GENERR)),
+        ElementsAre("1410/3 " + std::to_string(seconds)));
     EXPECT_EQ(fcs_discovery_timeout, seconds) << "also when the service refuses it";
   }
   platform.service = [](const Request &) { return Reply{0, {}}; };
-  EXPECT_EQ(write_object(fcsVsanDiscoveryTimeOut, ASN_UNSIGNED, integer(600)), 0);
+  EXPECT_EQ(write_object(fcsVsanDiscoveryTimeOut, integer(600)), 0);
   EXPECT_EQ(read_object(fcsVsanDiscoveryTimeOut, {0}, true).word(), 600);
 }
 
 TEST_F(Discovery, StartSendsOneRequestForEachNewVsan) {
-  for (const int bit : {0, 4, 2047}) {
-    bitmap_set_bit(&fcs_vsan_2k, bit);
-    bitmap_set_bit(&fcs_vsan_4k, bit);
-  }
+  set_bits({&fcs_vsan_2k, &fcs_vsan_4k}, {0, 4, 2047});
   bitmap_set_bit(&fcs_vsan_total_2k, 4);
   platform.service = [](const Request &request) {
     const uint32_t vsan = request.word(0);
     return Reply{vsan == 2048 || vsan == 2053 ? 6 : 0, {}};
   };
-  const std::vector<int> phases = {kReserve1, kReserve2, kAction, kCommit};
-  const Lines lines = set_lines(fcsStartDiscovery, ASN_INTEGER, integer(1), phases);
-  EXPECT_THAT(messages(lines), ElementsAre("1405/0 1 0", "1405/0 2048 0", "1405/0 2049 0",
-                                           "1405/0 2053 0", "1405/0 4096 0"));
   Lines others;
-  for (const std::string &line : lines) {
-    if (line.rfind("ipc", 0) != 0) {
-      others.push_back(line);
-    }
-  }
+  EXPECT_THAT(messages(set_lines(fcsStartDiscovery, integer(1), kToCommit), &others),
+              ElementsAre("1405/0 1 0", "1405/0 2048 0", "1405/0 2049 0", "1405/0 2053 0",
+                          "1405/0 4096 0"));
   const std::string done = "stderr Returning no error.....\n";
   EXPECT_THAT(others, ElementsAre("101 write_fcsStartDiscovery:enter rev1\n",
                                   "101 write_fcsStartDiscovery:exit rev1\n", done, done, done,
@@ -206,15 +202,14 @@ TEST_F(Discovery, StartSendsOneRequestForEachNewVsan) {
   EXPECT_THAT(bits_of(fcs_vsan_total_4k), ElementsAre(0, 4, 2047));
   EXPECT_THAT(bits_of(fcs_vsan_2k), IsEmpty());
   EXPECT_THAT(bits_of(fcs_vsan_4k), IsEmpty());
-  EXPECT_THAT(set_lines(fcsStartDiscovery, ASN_INTEGER, integer(1), {kCommit}),
+  EXPECT_THAT(set_lines(fcsStartDiscovery, integer(1), {kCommit}),
               ElementsAre("100 Discovery started successfully\n", done));
 }
 
 TEST_F(Discovery, StartOfNothingTouchesNothing) {
   bitmap_set_bit(&fcs_vsan_2k, 7);
   const std::string done = "stderr Returning no error.....\n";
-  EXPECT_THAT(set_lines(fcsStartDiscovery, ASN_INTEGER, integer(2),
-                        {kReserve1, kReserve2, kAction, kCommit, kFree, kUndo}),
+  EXPECT_THAT(set_lines(fcsStartDiscovery, integer(2), kAllPhases),
               ElementsAre("101 write_fcsStartDiscovery:enter rev1\n",
                           "101 write_fcsStartDiscovery:exit rev1\n", done, done, done, done, done));
   EXPECT_THAT(bits_of(fcs_vsan_2k), ElementsAre(7));
@@ -230,19 +225,15 @@ TEST_F(Discovery, InvalidationAsksFirstAndSkipsWhatFails) {
   for (const auto &half : halves) {
     const uint32_t v = half.first;
     serve_statuses({{v, 2}, {v + 1, 1}, {v + 3, 3}});
-    const Lines lines =
-        set_lines(half.object, ASN_OCTET_STR, {0xF0}, {kReserve1, kReserve2, kAction});
-    EXPECT_THAT(messages(lines),
+    Lines others;
+    EXPECT_THAT(messages(set_lines(half.object, {0xF0}, kToAction), &others),
                 ElementsAre("1412/3 " + std::to_string(v), "1412/3 " + std::to_string(v + 3)));
-    Lines events;
-    std::copy_if(lines.begin(), lines.end(), std::back_inserter(events),
-                 [](const std::string &line) { return line.rfind("100 ", 0) == 0; });
-    EXPECT_THAT(events,
+    std::erase_if(others, [](const std::string &line) { return !line.starts_with("100 "); });
+    EXPECT_THAT(others,
                 ElementsAre("100 Invalidate cache on VSAN " + std::to_string(v + 1) + " fails\n",
                             "100 Invalidate cache on VSAN " + std::to_string(v + 2) + " fails\n"));
     EXPECT_THAT(bits_of(*half.list), ElementsAre(0, 1, 2, 3));
-    EXPECT_THAT(messages(set_lines(half.object, ASN_OCTET_STR, {}, {kReserve1, kAction})),
-                IsEmpty());
+    EXPECT_THAT(messages(set_lines(half.object, {}, {kReserve1, kAction})), IsEmpty());
     EXPECT_THAT(bits_of(*half.list), IsEmpty());
   }
 }
@@ -259,15 +250,14 @@ TEST_F(Discovery, NotificationSwitches) {
   for (const auto &c : cases) {
     for (const auto &[value, flag] : {std::pair(1, "1"), {2, "0"}}) {
       platform.enable_result = [] { return 0; };
-      EXPECT_THAT(set_lines(c.object, ASN_INTEGER, integer(value),
-                            {kReserve1, kReserve2, kAction, kCommit, kFree, kUndo}),
+      EXPECT_THAT(set_lines(c.object, integer(value), kAllPhases),
                   ElementsAre(c.handler + "enter rev1\n", c.handler + "exit rev1\n",
                               c.handler + "enter action\n",
                               "notif enable set " + c.opcode + " " + flag,
                               c.handler + "exit action\n"));
     }
     platform.enable_result = [] { return 77; };
-    EXPECT_THAT(set_lines(c.object, ASN_INTEGER, integer(1), {kAction}, SNMP_ERR_GENERR),
+    EXPECT_THAT(set_lines(c.object, integer(1), {kAction}, SNMP_ERR_GENERR),
                 ElementsAre(c.handler + "enter action\n", "notif enable set " + c.opcode + " 1",
                             "log error 77 'text of 77'", c.handler + c.failed + "\n"));
   }

@@ -48,12 +48,9 @@ TEST(Registration, TableIsWhatManagersAreTold) {
   std::ifstream list(FCS_OBJECT_LIST);
   for (std::string line; std::getline(list, line);) {
     std::istringstream words(line);
-    std::string suffix;
-    std::string name;
-    std::string type;
-    std::string word;
+    std::string suffix, name, type;
     words >> suffix >> name;
-    while (words >> word) {
+    for (std::string word; words >> word;) {
       type += " " + word;
     }
     if (type.ends_with(" RO") || type.ends_with(" RW")) {
@@ -137,49 +134,37 @@ TEST(PendingRows, SortByFirstThenSecondSignedWord) {
 
 TEST(Exchange, GetLeavesItsTracesInOrder) {
   start_module();
-  const uint32_t key = 5;
-  FcsAnswer<uint32_t> answer{};
-  platform.service = [](const Request &request) {
-    EXPECT_EQ(request.word(0), 5U);
-    return Reply{0, bytes_of(int32_t{-3})};
-  };
-  EXPECT_THAT(lines_of([&] { fcs_get_data(90, 2, &key, sizeof(key), &answer); }),
-              ElementsAre("101 fcs_get_data:before sending cmi\n", "stderr Before CMI\n",
-                          "ipc 1402/2 record 90 length 8 from user/7 to 20/77/0",
-                          "101 fcs_get_data:err 0\n", "101 fcs_get_data:len = 4 val = -3 \n",
-                          "stdout len = 4 val = -3\n"));
-  EXPECT_EQ(answer.record, uint32_t(-3));
-}
-
-TEST(Exchange, FailedGetLeavesTheAnswer) {
-  start_module();
+  const Lines answered = {"101 fcs_get_data:len = 4 val = -3 \n", "stdout len = 4 val = -3\n"};
+  const Lines empty = {"101 fcs_get_data:len = 0 val = 0 \n", "stdout len = 0 val = 0\n"};
   const struct {
     int32_t result;
-    int status;
-  } cases[] = {{1, 1}, {-1, 255}, {0x102, 2}, {0x1FF, 255}};
+    bool answers;
+    int status; ///< The low octet: a multiple of 256 counts as success.
+    Lines lines;
+    int32_t record; ///< What is answered, or was there before.
+  } cases[] = {{0, true, 0, answered, -3},   {0x100, true, 0, answered, -3},
+               {0x300, false, 0, empty, 42}, {1, false, 1, {}, 42},
+               {-1, false, 255, {}, 42},     {0x102, false, 2, {}, 42},
+               {0x1FF, false, 255, {}, 42}};
   for (const auto &c : cases) {
-    platform.service = [&](const Request &) { return Reply{c.result, {}}; };
-    FcsAnswer<uint32_t> answer{42, {}};
-    EXPECT_THAT(lines_of([&] { fcs_get_data(110, 1, nullptr, 0, &answer); }),
-                ElementsAre("101 fcs_get_data:before sending cmi\n", "stderr Before CMI\n",
-                            "ipc 1402/1 record 110 length 4 from user/7 to 20/77/0",
-                            "101 fcs_get_data:err " + std::to_string(c.status) + "\n"));
+    SCOPED_TRACE(c.result);
+    platform.service = [&](const Request &request) {
+      EXPECT_EQ(request.word(0), 5U);
+      return c.answers ? Reply{c.result, bytes_of(int32_t{-3})} : Reply{c.result, {}};
+    };
+    const uint32_t key = 5;
+    FcsAnswer<int32_t> answer{42, {}};
+    EXPECT_EQ(lines_of([&] { fcs_get_data(90, 2, &key, sizeof(key), &answer); }),
+              (Lines{"101 fcs_get_data:before sending cmi\n", "stderr Before CMI\n",
+                     "ipc 1402/2 record 90 length 8 from user/7 to 20/77/0",
+                     "101 fcs_get_data:err " + std::to_string(c.status) + "\n"} +
+               c.lines));
     EXPECT_EQ(fcs_req_status, c.status);
-    EXPECT_EQ(answer.record, 42U);
+    EXPECT_EQ(answer.record, c.record);
   }
-}
-
-TEST(Exchange, ResultThatIsAMultipleOf256CountsAsSuccess) {
   start_module();
-  FcsAnswer<uint32_t> answer{42, {}};
-  platform.service = [](const Request &) { return Reply{0x100, bytes_of(uint32_t{6})}; };
-  fcs_get_data(110, 1, nullptr, 0, &answer);
-  EXPECT_EQ(fcs_req_status, 0);
-  EXPECT_EQ(answer.record, 6U);
-  platform.service = [](const Request &) { return Reply{0x300, {}}; };
-  fcs_get_data(110, 1, nullptr, 0, &answer);
-  EXPECT_EQ(fcs_req_status, 0);
-  EXPECT_EQ(answer.record, 6U);
+  EXPECT_THAT(lines_of([] { fcs_get_data(110, 1, nullptr, 0, nullptr); }),
+              testing::Contains("ipc 1402/1 record 110 length 4 from user/7 to 20/77/0"));
 }
 
 // The sanitizers watch that nothing is read or written outside of the response and the answer.
@@ -215,21 +200,14 @@ void trace_one_line(const std::string &text) {
 }
 
 TEST(Trace, HistoryAndConsoleAreFilteredIndependently) {
-  const std::string history = "101 trace_one_line:x\n";
-  const std::string console = "console 1/recorded/0 trace_one_line:x\n";
   for (const bool filtered : {false, true}) {
     for (const bool debugging : {false, true}) {
       start_module();
       platform.history_filtered = filtered;
       platform.console = debugging;
-      Lines expected;
-      if (!filtered) {
-        expected.push_back(history);
-      }
-      if (debugging) {
-        expected.push_back(console);
-      }
-      EXPECT_EQ(lines_of([] { trace_one_line("x"); }), expected);
+      EXPECT_EQ(lines_of([] { trace_one_line("x"); }),
+                (filtered ? Lines{} : Lines{"101 trace_one_line:x\n"}) +
+                    (debugging ? Lines{"console 1/recorded/0 trace_one_line:x\n"} : Lines{}));
     }
   }
 }

@@ -5,8 +5,7 @@
 
 #include <algorithm>
 #include <gmock/gmock.h>
-
-using testing::ElementsAre;
+#include <numeric>
 
 namespace {
 
@@ -19,29 +18,28 @@ struct Table {
   FcsRecordId record_id;
   size_t name_octets; ///< Octets of the name in its index, behind the word.
   size_t request_length;
-  bool scoped_by_vsan;
 };
 
-constexpr Table kNameTables[] = {
-    {"discovery status", fcsDiscoveryStatus, FCS_REC_DISCOVERY_STATUS, 0, 4, true},
-    {"statistics", fcsRejects, FCS_REC_STATISTICS, 0, 4, true},
-    {"elements", fcsIeDomainId, FCS_REC_IE, 8, 12, true},
-    {"port lists", fcsPortListIndex, FCS_REC_PORT_LIST, 8, 12, false},
-    {"ports", fcsPortTxType, FCS_REC_PORT, 8, 12, true},
-    {"attached names", fcsAttachPortName, FCS_REC_ATTACH_PORT, 12, 16, false},
-    {"node names", fcsNodeNameRowStatus, FCS_REC_NODE_NAME, 8, 20, false},
-};
+constexpr Table kStatus = {"discovery status", fcsDiscoveryStatus, FCS_REC_DISCOVERY_STATUS, 0, 4};
+constexpr Table kStatistics = {"statistics", fcsRejects, FCS_REC_STATISTICS, 0, 4};
+constexpr Table kElements = {"elements", fcsIeDomainId, FCS_REC_IE, 8, 12};
+constexpr Table kPorts = {"ports", fcsPortTxType, FCS_REC_PORT, 8, 12};
+constexpr Table kPlatforms = {"platforms", fcsPlatformValidation, FCS_REC_PLATFORM, 0, 8};
 
+constexpr Table kVsanTables[] = {kStatus, kStatistics, kElements, kPorts, kPlatforms};
+constexpr Table kNameTables[] = {kStatus,
+                                 kStatistics,
+                                 kElements,
+                                 kPorts,
+                                 {"port lists", fcsPortListIndex, FCS_REC_PORT_LIST, 8, 12},
+                                 {"attached names", fcsAttachPortName, FCS_REC_ATTACH_PORT, 12, 16},
+                                 {"node names", fcsNodeNameRowStatus, FCS_REC_NODE_NAME, 8, 20}};
 constexpr Table kPairTables[] = {
-    {"management addresses", fcsMgmtAddrRowStatus, FCS_REC_MGMT_ADDR, 0, 272, false},
-    {"platforms", fcsPlatformValidation, FCS_REC_PLATFORM, 0, 8, true},
-};
+    kPlatforms, {"management addresses", fcsMgmtAddrRowStatus, FCS_REC_MGMT_ADDR, 0, 272}};
 
 Index with_name(oid word, size_t octets, oid first) {
-  Index index = {word};
-  for (size_t i = 0; i < octets; ++i) {
-    index.push_back(first + i);
-  }
+  Index index(1 + octets, word);
+  std::iota(index.begin() + 1, index.end(), first);
   return index;
 }
 
@@ -78,10 +76,8 @@ std::pair<uint32_t, Bytes> name_key(const Request &request, size_t octets) {
 TEST_F(Lookup, NameIndexOfExactRequests) {
   for (const Table &t : kNameTables) {
     SCOPED_TRACE(t.label);
-    Bytes name;
-    for (size_t i = 0; i < t.name_octets; ++i) {
-      name.push_back(static_cast<uint8_t>(250 + i)); // Low octets: 250 to 255, then 0 and on.
-    }
+    Bytes name(t.name_octets);
+    std::iota(name.begin(), name.end(), 250); // Low octets: 250 to 255, then 0 and on.
     auto request = asked(t, with_name(0xFFFFFFFE, t.name_octets, 250), true);
     ASSERT_TRUE(request);
     EXPECT_EQ(name_key(*request, t.name_octets), std::pair(0xFFFFFFFEU, name));
@@ -111,16 +107,14 @@ TEST_F(Lookup, NameIndexOfNextRequests) {
     EXPECT_EQ(name_key(*request, n), std::pair(6U, partial));
     for (const size_t octets : {n + 1, n + 9, size_t{100}}) {
       request = asked(t, with_name(6, octets, 1), false);
-      Bytes full;
-      for (size_t i = 1; i <= n; ++i) {
-        full.push_back(static_cast<uint8_t>(i));
-      }
+      Bytes full(n);
+      std::iota(full.begin(), full.end(), 1);
       EXPECT_EQ(name_key(*request, n), std::pair(6U, full));
     }
   }
-  EXPECT_TRUE(asked(kNameTables[1], {4096}, false));
-  EXPECT_FALSE(asked(kNameTables[1], {4097}, false)) << "statistics end at VSAN 4096";
-  EXPECT_TRUE(asked(kNameTables[0], {4097}, false)) << "the discovery status does not";
+  EXPECT_TRUE(asked(kStatistics, {4096}, false));
+  EXPECT_FALSE(asked(kStatistics, {4097}, false)) << "statistics end at VSAN 4096";
+  EXPECT_TRUE(asked(kStatus, {4097}, false)) << "the discovery status does not";
 }
 
 TEST_F(Lookup, PairIndex) {
@@ -217,13 +211,8 @@ TEST_F(Lookup, RoleWalkOfRestrictedUsers) {
       {{3}, {}, {}, false, {"role allowed 3", "role next 3"}, 0},
       {{0xFFFFFFF0}, {4}, {}, false, {"role allowed 4294967280", "role next 4294967280"}, 0},
   };
-  std::vector<Table> tables(std::begin(kNameTables), std::end(kNameTables));
-  tables.insert(tables.end(), std::begin(kPairTables), std::end(kPairTables));
-  for (const Table &t : tables) {
+  for (const Table &t : kVsanTables) {
     for (const auto &c : cases) {
-      if (!t.scoped_by_vsan) {
-        continue;
-      }
       SCOPED_TRACE(t.label);
       serve_vsans(c.served);
       platform.readable = c.readable;
@@ -254,29 +243,24 @@ TEST_F(Lookup, RoleWalkOfRestrictedUsers) {
 }
 
 TEST_F(Lookup, TheWriteSideLocatesRowsByTheInstanceItself) {
-  const variable &entry = platform.registered_for(fcsPlatformRowStatus);
-  oid name[16];
-  std::copy_n(entry.name, 14, name);
-  name[14] = 5;
-  name[15] = 7;
-  size_t length = 16;
+  Name name(platform.registered_for(fcsPlatformRowStatus), {5, 7});
   static FcsAnswer<PlatformEntry> scratch;
   platform.service = [](const Request &request) {
-    PlatformEntry row{};
-    row.vsan = static_cast<int32_t>(request.word(0));
-    row.platform_index = static_cast<int32_t>(request.word(4));
-    row.type = 9;
-    return Reply{0, bytes_of(row)};
+    return Reply{0, bytes_of(PlatformEntry{.vsan = static_cast<int32_t>(request.word(0)),
+                                           .platform_index = static_cast<int32_t>(request.word(4)),
+                                           .type = 9})};
   };
   const auto find = [&] {
-    return header_fcs_platform_table(name, 14, name, &length, 1, nullptr, nullptr, &scratch);
+    return header_fcs_platform_table(name.room.data(), 14, name.room.data(), &name.length, 1,
+                                     nullptr, nullptr, &scratch);
   };
   EXPECT_EQ(find(), 5);
   EXPECT_EQ(scratch.record.type, 9U);
-  EXPECT_THAT(std::vector<oid>(name + 14, name + length), ElementsAre(5, 7));
+  EXPECT_EQ(name.length, 16U);
+  EXPECT_THAT(std::pair(name.room[14], name.room[15]), testing::Pair(5, 7));
   platform.service = [](const Request &) { return Reply{FCS_ERR_NO_SUCH_ROW, {}}; };
   EXPECT_EQ(find(), -1);
-  name[14] = 0xFFFFFFFF;
+  name.room[14] = 0xFFFFFFFF;
   platform.service = [](const Request &) { return Reply{0, Bytes(sizeof(PlatformEntry), 0xFF)}; };
   EXPECT_EQ(find(), -1) << "a row at all ones cannot be told from none";
 }

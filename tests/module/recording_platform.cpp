@@ -16,16 +16,20 @@ RecordingPlatform platform;
 
 namespace {
 
-[[gnu::format(printf, 1, 2)]] void record(const char *format, ...) {
-  if (!platform.recording) {
-    return;
+[[gnu::format(printf, 2, 0)]] void record_arguments(const std::string &label, const char *format,
+                                                    va_list arguments) {
+  if (platform.recording) {
+    char line[2048];
+    vsnprintf(line, sizeof(line), format, arguments);
+    platform.lines.push_back(label + line);
   }
-  char line[2048];
+}
+
+[[gnu::format(printf, 1, 2)]] void record(const char *format, ...) {
   va_list arguments;
   va_start(arguments, format);
-  vsnprintf(line, sizeof(line), format, arguments);
+  record_arguments("", format, arguments);
   va_end(arguments);
-  platform.lines.emplace_back(line);
 }
 
 /** Numbers in a line, each behind a separator. */
@@ -136,6 +140,14 @@ Lines lines_of(const std::function<void()> &action) {
   const RecordedStream err(stderr, "stderr");
   action();
   return platform.lines;
+}
+
+Lines traces_of(const std::function<void()> &action) {
+  Lines traces = lines_of(action);
+  std::erase_if(traces, [](const std::string &line) {
+    return !line.starts_with("10") || line.find("fcs_get_data") != std::string::npos;
+  });
+  return traces;
 }
 
 IpcMessage::IpcMessage(const Bytes &octets) : payload{} {
@@ -319,12 +331,12 @@ int trace_debug_on(uint32_t /*level*/, int unit, int instance, int console) {
 }
 
 void debug_printf(int console, const char *module, int instance, const char *format, ...) {
-  char text[2048];
   va_list arguments;
   va_start(arguments, format);
-  vsnprintf(text, sizeof(text), format, arguments);
+  record_arguments("console " + std::to_string(console) + "/" + module + "/" +
+                       std::to_string(instance) + " ",
+                   format, arguments);
   va_end(arguments);
-  record("console %d/%s/%d %s", console, module, instance, text);
 }
 
 // ---- Pending-row stores
@@ -429,11 +441,9 @@ void debugmsgtoken(const char *token, const char * /*format*/, ...) {
 }
 
 void debugmsg(const char *token, const char *format, ...) {
-  char text[512];
   va_list arguments;
   va_start(arguments, format);
-  vsnprintf(text, sizeof(text), format, arguments);
+  record_arguments(std::string("debug ") + token + ": ", format, arguments);
   va_end(arguments);
-  record("debug %s: %s", token, text);
 }
 }

@@ -84,6 +84,9 @@ void start_module();
 /** The lines that `action` leaves, standard output and error included. */
 Lines lines_of(const std::function<void()> &action);
 
+/** Its traces among them, but for those of the exchange. */
+Lines traces_of(const std::function<void()> &action);
+
 /** How many rows are in the pending-row stores. */
 size_t pending_rows();
 
