@@ -59,8 +59,22 @@ protected:
     const char *label;
   };
 
+  /** A table's handler and the step of it that locates the row. */
+  struct Handler {
+    std::string name, header;
+  };
+
+  const Handler kElements = {"var_fcsIeTable", "header_fcs_ie_table"};
+  const Handler kPorts = {"var_fcsPortTable", "header_fcs_port_table"};
+  const Handler kPortLists = {"var_fcsPortListTable", "header_fcs_port_list_table"};
+  const Handler kAttached = {"var_fcsAttachPortNameListTable", "header_fcs_attach_port_table"};
+  const Handler kAddresses = {"var_fcsMgmtAddrListTable", "header_fcs_mgmt_addr_table"};
+  const Handler kPlatforms = {"var_fcsPlatformTable", "header_fcs_platform_table"};
+  const Handler kNodeNames = {"var_fcsNodeNameListTable", "header_fcs_node_name_list_table"};
+  const Handler kStatus = {"var_fcsDiscoveryStatusTable", "header_fcs_disc_status_table"};
+
   /** Reads the columns by next and checks value, index and the handler's own last trace. */
-  static void expect_columns(const std::string &handler, const std::vector<Column> &columns,
+  static void expect_columns(const Handler &handler, const std::vector<Column> &columns,
                              const Index &index) {
     for (const Column &column : columns) {
       SCOPED_TRACE(column.label);
@@ -70,20 +84,20 @@ protected:
       EXPECT_EQ(answer.index, index);
       EXPECT_EQ(answer.write_method != nullptr,
                 platform.registered_for(column.object).acl == NETSNMP_OLDAPI_RWRITE);
-      EXPECT_EQ(lines.back(), "101 " + handler + ":return " + column.label + "\n");
+      EXPECT_EQ(lines.back(), "101 " + handler.name + ":return " + column.label + "\n");
     }
   }
 
-  /** Reads an object and checks the lines but for those of the exchange: those of the handler's
-   * header between its own two. */
-  static void expect_lines(FcsObject object, const Index &index, bool exact,
-                           const std::string &handler, const std::string &header,
-                           const Lines &header_lines, const std::string &label) {
-    Lines expected = {"101 " + handler + ":entering\n", "101 " + header + ":entering\n"};
-    for (const std::string &line : header_lines) {
-      expected.push_back("101 " + header + ":" + line + "\n");
+  /** Reads an object and checks the traces but for those of the exchange: those of the header
+   * between the handler's own two. */
+  static void expect_traces(const Handler &handler, FcsObject object, const Index &index,
+                            bool exact, const Lines &of_header, const std::string &returned) {
+    Lines expected = {"101 " + handler.name + ":entering\n",
+                      "101 " + handler.header + ":entering\n"};
+    for (const std::string &text : of_header) {
+      expected.push_back("101 " + handler.header + ":" + text + "\n");
     }
-    expected.push_back("101 " + handler + ":return " + label + "\n");
+    expected.push_back("101 " + handler.name + ":return " + returned + "\n");
     EXPECT_EQ(traces_of([&] { read_object(object, index, exact); }), expected);
   }
 };
@@ -103,7 +117,7 @@ TEST_F(Tables, StatisticsColumnsAndTheirLines) {
                           "stdout len = 40 val = 7\n", "stderr index = 7 reg req = 3\n",
                           "101 header_fcs_stats_table:end\n",
                           "101 var_fcsStatsTable:return rx reg\n"));
-  expect_columns("var_fcsStatsTable",
+  expect_columns({"var_fcsStatsTable", ""},
                  {{fcsRxGetReqs, word(1), "rx get"},
                   {fcsTxGetReqs, word(2), "tx get"},
                   {fcsRxRegReqs, word(3), "rx reg"},
@@ -135,9 +149,9 @@ TEST_F(Tables, AllOnesEndsATableAfterItsOidIsRewritten) {
 
 TEST_F(Tables, ElementColumnsAndTheirLines) {
   serve(ie_in(7));
-  expect_lines(fcsIeDomainId, ie_index(7), true, "var_fcsIeTable", "header_fcs_ie_table",
-               {"length 23, vp->namelen 14 exact 1", "vsan index 7", "end"}, "ie dom id");
-  expect_columns("var_fcsIeTable",
+  expect_traces(kElements, fcsIeDomainId, ie_index(7), true,
+                {"length 23, vp->namelen 14 exact 1", "vsan index 7", "end"}, "ie dom id");
+  expect_columns(kElements,
                  {{fcsIeType, word(4), "ie type"},
                   {fcsIeDomainId, word(97), "ie dom id"},
                   {fcsIeMgmtId, {0xff, 0xfc, 0x05}, "ie mgmt id"},
@@ -162,7 +176,7 @@ const FcsPortRecord kPort = {9, {0x20, 0, 0, 0, 0x5e, 1, 2, 3}, 0x84, 9, 77, 0x8
 
 TEST_F(Tables, PortColumnsAndTheirLines) {
   serve(kPort);
-  expect_columns("var_fcsPortTable",
+  expect_columns(kPorts,
                  {{fcsPortType, word(4), "port type"},
                   {fcsPortTxType, word(9), "port tx type"},
                   {fcsPortModuleType, word(77), "module type "},
@@ -170,22 +184,21 @@ TEST_F(Tables, PortColumnsAndTheirLines) {
                   {fcsPortAttachPortNameIndex, word(12), "port name index"},
                   {fcsPortState, word(3), "port state"}},
                  ie_index(9));
-  const auto lines = [](const Index &index, bool exact, const Lines &header_lines,
-                        const std::string &label) {
-    expect_lines(fcsPortType, index, exact, "var_fcsPortTable", "header_fcs_port_table",
-                 header_lines, label);
-  };
   const std::string asking = "before sending snmp_get_allowed";
-  lines(ie_index(9), true, {"length 23, vp->namelen 14 exact 1", asking, "end"}, "port type");
-  lines(Index(10, 1), true, {}, "NULL"); // It traces a request only when its length is right.
+  expect_traces(kPorts, fcsPortType, ie_index(9), true,
+                {"length 23, vp->namelen 14 exact 1", asking, "end"}, "port type");
+  // It traces a request only when its length is right.
+  expect_traces(kPorts, fcsPortType, Index(10, 1), true, {}, "NULL");
   platform.restricted = true;
   platform.readable = {9};
-  lines({}, false,
-        {"length 14, vp->namelen 14 exact 0", asking, "allowed vsans result 1, allowed 0", "end"},
-        "port type");
-  lines({9}, false,
-        {"length 15, vp->namelen 14 exact 0", asking, "allowed vsans result 1, allowed 1", "end"},
-        "port type");
+  expect_traces(
+      kPorts, fcsPortType, {}, false,
+      {"length 14, vp->namelen 14 exact 0", asking, "allowed vsans result 1, allowed 0", "end"},
+      "port type");
+  expect_traces(
+      kPorts, fcsPortType, {9}, false,
+      {"length 15, vp->namelen 14 exact 0", asking, "allowed vsans result 1, allowed 1", "end"},
+      "port type");
 }
 
 TEST_F(Tables, PortTableHasNoEndMark) {
@@ -197,26 +210,21 @@ TEST_F(Tables, PortTableHasNoEndMark) {
 
 TEST_F(Tables, PortListsAndAttachedNames) {
   serve(FcsPortListRecord{6, {0x20, 0, 0, 0, 0x5e, 1, 2, 3}});
-  expect_columns("var_fcsPortListTable", {{fcsPortListIndex, word(6), "port list index"}},
-                 ie_index(6));
-  const auto lines = [](const Index &index, bool exact, const Lines &header_lines,
-                        const std::string &label) {
-    expect_lines(fcsPortListIndex, index, exact, "var_fcsPortListTable",
-                 "header_fcs_port_list_table", header_lines, label);
-  };
-  lines({6}, false, {"length 15, vp->namelen 14 exact 0", "port list index 6", "end"},
-        "port list index");
-  lines(Index(10, 1), true, {"length 24, vp->namelen 14 exact 1"}, "NULL");
+  expect_columns(kPortLists, {{fcsPortListIndex, word(6), "port list index"}}, ie_index(6));
+  expect_traces(kPortLists, fcsPortListIndex, {6}, false,
+                {"length 15, vp->namelen 14 exact 0", "port list index 6", "end"},
+                "port list index");
+  expect_traces(kPortLists, fcsPortListIndex, Index(10, 1), true,
+                {"length 24, vp->namelen 14 exact 1"}, "NULL");
 
   serve(FcsAttachPortRecord{7, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 255}});
   expect_columns(
-      "var_fcsAttachPortNameListTable",
+      kAttached,
       {{fcsAttachPortName, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 255}, "attach port name"}},
       {7, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 255});
-  expect_lines(fcsAttachPortName, {7}, false, "var_fcsAttachPortNameListTable",
-               "header_fcs_attach_port_table",
-               {"length 15, vp->namelen 14 exact 0", "entry attach port name index 7", "end"},
-               "attach port name");
+  expect_traces(kAttached, fcsAttachPortName, {7}, false,
+                {"length 15, vp->namelen 14 exact 0", "entry attach port name index 7", "end"},
+                "attach port name");
 }
 
 TEST_F(Tables, PortCodesOverTheWholeRange) {
@@ -246,14 +254,13 @@ TEST_F(Tables, ConfigurableColumnsAndTheirLines) {
   MgmtAddrEntry address{.list_index = 3, .address_index = -2, .address_length = 255};
   memset(address.address, 0xA5, sizeof(address.address));
   serve(address);
-  expect_columns("var_fcsMgmtAddrListTable",
+  expect_columns(kAddresses,
                  {{fcsMgmtAddr, Bytes(255, 0xA5), "mgmt addr"},
                   {fcsMgmtAddrConfigSource, word(2), "mgmt addr config source"},
                   {fcsMgmtAddrRowStatus, word(1), "addr row status"}},
                  {3, 0xFFFFFFFE});
-  expect_lines(fcsMgmtAddrRowStatus, {3, 1}, true, "var_fcsMgmtAddrListTable",
-               "header_fcs_mgmt_addr_table", {"length 16, vp->namelen 14 exact 1"},
-               "addr row status");
+  expect_traces(kAddresses, fcsMgmtAddrRowStatus, {3, 1}, true,
+                {"length 16, vp->namelen 14 exact 1"}, "addr row status");
 
   const PlatformEntry row{.vsan = 4,
                           .platform_index = 9,
@@ -266,7 +273,7 @@ TEST_F(Tables, ConfigurableColumnsAndTheirLines) {
                           .validation_result = 3,
                           .validation_request = 1};
   serve(row);
-  expect_columns("var_fcsPlatformTable",
+  expect_columns(kPlatforms,
                  {{fcsPlatformName, {'a', 'b', 'c'}, "plat name"},
                   {fcsPlatformType, word(5), "plat type"},
                   {fcsPlatformNodeNameListIndex, word(21), "node name index"},
@@ -276,18 +283,17 @@ TEST_F(Tables, ConfigurableColumnsAndTheirLines) {
                   {fcsPlatformValidationResult, word(3), "validation result"},
                   {fcsPlatformRowStatus, word(1), "row status"}},
                  {4, 9});
-  expect_lines(
-      fcsPlatformRowStatus, {4}, false, "var_fcsPlatformTable", "header_fcs_platform_table",
-      {"length 15, vp->namelen 14 exact 0", "vsan index 4, platform index 0", "end"}, "row status");
+  expect_traces(kPlatforms, fcsPlatformRowStatus, {4}, false,
+                {"length 15, vp->namelen 14 exact 0", "vsan index 4, platform index 0", "end"},
+                "row status");
 
   serve(NodeNameEntry{8, {0x20, 0, 0, 0, 0x5e, 1, 2, 3}, 1, 0});
-  expect_columns("var_fcsNodeNameListTable",
+  expect_columns(kNodeNames,
                  {{fcsNodeNameConfigSource, word(1), "conf stat"},
                   {fcsNodeNameRowStatus, word(1), "row stat"}},
                  ie_index(8));
-  expect_lines(fcsNodeNameRowStatus, {8}, false, "var_fcsNodeNameListTable",
-               "header_fcs_node_name_list_table",
-               {"length 15, vp->namelen 14 exact 0", "node name index 8", "end"}, "row stat");
+  expect_traces(kNodeNames, fcsNodeNameRowStatus, {8}, false,
+                {"length 15, vp->namelen 14 exact 0", "node name index 8", "end"}, "row stat");
 }
 
 TEST_F(Tables, WritableColumnsHandOutTheirHandlers) {
@@ -334,14 +340,13 @@ TEST_F(Tables, DiscoveryStatusAndCompletion) {
                      {1, 0, 0}};
   for (const auto &completion : completions) {
     serve(fcs_disc_status_record{9, 2, completion.seconds, completion.microseconds});
-    expect_columns("var_fcsDiscoveryStatusTable",
+    expect_columns(kStatus,
                    {{fcsDiscoveryStatus, word(2), "Discstatus"},
                     {fcsDiscoveryCompletedTime, word(completion.shown), "Disccomptime"}},
                    {9});
   }
-  expect_lines(fcsDiscoveryStatus, {9}, true, "var_fcsDiscoveryStatusTable",
-               "header_fcs_disc_status_table",
-               {"length 15, vp->namelen 14 exact 1", "vsan index 9", "end"}, "Discstatus");
+  expect_traces(kStatus, fcsDiscoveryStatus, {9}, true,
+                {"length 15, vp->namelen 14 exact 1", "vsan index 9", "end"}, "Discstatus");
   serve(fcs_disc_status_record{FCS_END_OF_TABLE, 2, 0, 0});
   EXPECT_EQ(lines_of([] { EXPECT_FALSE(read_object(fcsDiscoveryStatus, {}, false).value); }).back(),
             "101 header_fcs_disc_status_table:end\n");
