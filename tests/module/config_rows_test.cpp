@@ -118,46 +118,51 @@ const AssembledTable kAssembledTables[] = {
     {fcsPlatformName, fcsPlatformRowStatus, "fcsPlatformName", "fcsPlatformRowStatus", "70",
      "exit rev1", "inconsistent", "row stat is zero", " inconsistent 2", "inconsis"}};
 
+void expect_assembly(const AssembledTable &table) {
+  const auto &[text_object, status, t, s, record, confirmed, live, no_status, taken, not_acted_on] =
+      table;
+  SCOPED_TRACE(t);
+  constexpr int kInconsistent = SNMP_ERR_INCONSISTENTVALUE;
+  const Binding value = text(text_object, "10.0.0.1");
+  const Binding longest = text(text_object, std::string(255, 'a'));
+  const Binding create = integer(status, kCreateAndGo);
+  const Binding destroy = integer(status, kDestroy);
+  const Binding active = integer(status, kActive);
+  const std::string t1 = pair(t, "enter rev1", "exit rev1");
+  const std::string s1 = pair(s, "enter rev1", "exit rev1");
+  const std::string t2 = pair(t, "enter rev2", confirmed);
+  const std::string s2 = pair(s, "enter rev2", confirmed);
+  const std::string zero = pair(s, "enter rev2", "length is zero");
+  const std::string not_now = pair(t, "enter rev2", live);
+  const std::string acted = pair(s, "enter action", "exit action");
+  const Lines is_set = {std::string("set ") + record};
+  const Lines is_deleted = {std::string("delete ") + record};
+  expect_set("create, text first", false, {value, create}, 0, t1 + s1 + t2 + s2 + acted, is_set);
+  expect_set("status first", false, {create, value}, 0, s1 + t1 + s2 + t2 + acted, is_set);
+  expect_set("longest", false, {create, longest}, 0, s1 + t1 + s2 + t2 + acted, is_set);
+  expect_set("create without text", false, {create}, kInconsistent, s1 + zero);
+  expect_set("create what is there", true, {create}, kInconsistent,
+             s + ":enter rev1|stderr Ret inconsis 3|" + s + ":" + taken + "|");
+  expect_set("destroy", true, {destroy}, 0, s1 + s2 + acted, is_deleted);
+  expect_set("destroy what is not there", false, {destroy}, 0,
+             s1 + s2 + pair(s, "enter action", "end"));
+  expect_set("active, absent", false, {value, active}, kInconsistent,
+             t1 + s1 + t2 + s2 + pair(s, "enter action", not_acted_on));
+  expect_set("active, present", true, {active}, kInconsistent, s1 + zero);
+  expect_set("active and text, present", true, {value, active}, kInconsistent,
+             t1 + s1 + not_now + s2);
+  expect_set("text alone, absent", false, {value}, kInconsistent,
+             t1 + pair(t, "enter rev2", no_status));
+  expect_set("text alone, present", true, {value}, kInconsistent, t1 + not_now);
+  if (text_object == fcsMgmtAddr) { // No platform has an empty name.
+    expect_set("create with an empty address", false, {create, text(text_object, "")},
+               kInconsistent, s1 + t1 + zero + t2);
+  }
+}
+
 TEST_F(ConfigRows, RequestsForAssembledRows) {
-  for (const auto &[text_object, status, t, s, record, confirmed, live, no_status, taken,
-                    not_acted_on] : kAssembledTables) {
-    SCOPED_TRACE(t);
-    constexpr int kInconsistent = SNMP_ERR_INCONSISTENTVALUE;
-    const Binding value = text(text_object, "10.0.0.1");
-    const Binding longest = text(text_object, std::string(255, 'a'));
-    const Binding create = integer(status, kCreateAndGo);
-    const Binding destroy = integer(status, kDestroy);
-    const Binding active = integer(status, kActive);
-    const std::string t1 = pair(t, "enter rev1", "exit rev1");
-    const std::string s1 = pair(s, "enter rev1", "exit rev1");
-    const std::string t2 = pair(t, "enter rev2", confirmed);
-    const std::string s2 = pair(s, "enter rev2", confirmed);
-    const std::string zero = pair(s, "enter rev2", "length is zero");
-    const std::string not_now = pair(t, "enter rev2", live);
-    const std::string acted = pair(s, "enter action", "exit action");
-    const Lines is_set = {std::string("set ") + record};
-    const Lines is_deleted = {std::string("delete ") + record};
-    expect_set("create, text first", false, {value, create}, 0, t1 + s1 + t2 + s2 + acted, is_set);
-    expect_set("status first", false, {create, value}, 0, s1 + t1 + s2 + t2 + acted, is_set);
-    expect_set("longest", false, {create, longest}, 0, s1 + t1 + s2 + t2 + acted, is_set);
-    expect_set("create without text", false, {create}, kInconsistent, s1 + zero);
-    expect_set("create what is there", true, {create}, kInconsistent,
-               s + ":enter rev1|stderr Ret inconsis 3|" + s + ":" + taken + "|");
-    expect_set("destroy", true, {destroy}, 0, s1 + s2 + acted, is_deleted);
-    expect_set("destroy what is not there", false, {destroy}, 0,
-               s1 + s2 + pair(s, "enter action", "end"));
-    expect_set("active, absent", false, {value, active}, kInconsistent,
-               t1 + s1 + t2 + s2 + pair(s, "enter action", not_acted_on));
-    expect_set("active, present", true, {active}, kInconsistent, s1 + zero);
-    expect_set("active and text, present", true, {value, active}, kInconsistent,
-               t1 + s1 + not_now + s2);
-    expect_set("text alone, absent", false, {value}, kInconsistent,
-               t1 + pair(t, "enter rev2", no_status));
-    expect_set("text alone, present", true, {value}, kInconsistent, t1 + not_now);
-    if (text_object == fcsMgmtAddr) { // No platform has an empty name.
-      expect_set("create with an empty address", false, {create, text(text_object, "")},
-                 kInconsistent, s1 + t1 + zero + t2);
-    }
+  for (const AssembledTable &table : kAssembledTables) {
+    expect_assembly(table);
   }
 }
 

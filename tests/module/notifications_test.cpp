@@ -67,10 +67,10 @@ TEST_F(Notifications, CompletionCarriesTheNameWhateverTheServiceSays) {
                                                  {{}, ""},
                                                  {Bytes(32, 'x'), std::string(32, 'x')},
                                                  {Bytes(1024, 'x'), std::string(32, 'x')}};
+  const std::string binding = kRoot + ".1.1.2.0 4: ";
   for (const auto &[payload, name] : cases) {
     expect(FCS_MSG_DISC_COMPLETE, payload,
-           {kComplete + "entering\n", asked(150), kComplete + "end\n"}, 2,
-           {kRoot + ".1.1.2.0 4: " + name});
+           {kComplete + "entering\n", asked(150), kComplete + "end\n"}, 2, {binding + name});
   }
 }
 

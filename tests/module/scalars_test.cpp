@@ -6,8 +6,6 @@
 #include <gmock/gmock.h>
 
 using testing::ElementsAre;
-using testing::ElementsAreArray;
-using testing::HasSubstr;
 
 namespace {
 
