@@ -126,17 +126,32 @@ class Lab:
         self.service.wait_until(lambda: "ready:" in log.read_text(), log, 120)
 
     def _start_agent(self, configuration, environment, output):
+        path = self._configure(configuration)
+        self.log = self.directory / "snmpd.log"
+        persistent = self.directory / "agent"
+        persistent.mkdir()
+        self.agent = Running("snmpd", [SNMPD, "-f", "-LF", "i", self.log, "-C", "-c", path], output,
+                             {"MIBS": "", "SNMP_PERSISTENT_DIR": str(persistent), **environment})
+        self.parts.append(self.agent)
+        self.agent.wait_until(lambda: self._connections() == 1, self.log)
+
+    def _configure(self, configuration):
         path = self.directory / "snmpd.conf"
         path.write_text(CONFIGURATION.format(port=self.port, module=self.programs.module, directory=self.directory)
                         + configuration)
         path.chmod(0o600)
-        log = self.directory / "snmpd.log"
-        persistent = self.directory / "agent"
-        persistent.mkdir()
-        self.agent = Running("snmpd", [SNMPD, "-f", "-LF", "i", log, "-C", "-c", path], output,
-                             {"MIBS": "", "SNMP_PERSISTENT_DIR": str(persistent), **environment})
-        self.parts.append(self.agent)
-        self.agent.wait_until(lambda: log.exists() and "exchanges: connected" in log.read_text(), log)
+        return path
+
+    def _connections(self):
+        """How often the agent has connected to the service."""
+        return self.log.read_text().count("exchanges: connected") if self.log.exists() else 0
+
+    def reconfigure(self, configuration):
+        """Has the running agent read other lines behind the usual ones."""
+        before = self._connections()
+        self._configure(configuration)
+        self.agent.process.send_signal(signal.SIGHUP)
+        self.agent.wait_until(lambda: self._connections() > before, self.log)
 
     def add(self, part):
         """A further process, stopped with the lab."""
