@@ -35,9 +35,11 @@ struct Entry {
   uint32_t length; ///< Octets of the record.
 
   size_t record_octets() const { return std::min<size_t>(length, kRecordRoom); }
-  /** Octets in the ring, such that the next entry is aligned. */
-  size_t size() const { return (sizeof(Entry) + record_octets() + 7) / 8 * 8; }
+  size_t size() const { return aligned(sizeof(Entry) + record_octets()); }
+
+  static constexpr size_t aligned(size_t octets) { return (octets + 7) / 8 * 8; }
 };
+constexpr size_t kMostEntry = Entry::aligned(sizeof(Entry) + kRecordRoom);
 
 } // namespace
 
@@ -49,7 +51,7 @@ struct HistoryFile {
   uint32_t version;
   Counter oldest; ///< Position of the oldest whole entry.
   Counter end;    ///< Position behind the last whole entry.
-  char ring[kRing];
+  char ring[kRing + kMostEntry];
 };
 
 namespace {
@@ -77,35 +79,21 @@ bool has_this_shape(const HistoryFile &file) {
          file.version == kVersion;
 }
 
-/** Calls copy(place in the ring, offset, octets) for the one or two pieces that lie in a row. */
-template <typename Copy> void for_pieces(uint64_t position, size_t length, Copy copy) {
-  const size_t place = position % kRing;
-  const size_t first = std::min(length, kRing - place);
-  copy(place, size_t{0}, first);
-  if (first < length) {
-    copy(size_t{0}, first, length - first);
-  }
+Entry entry_at(const HistoryFile &history, uint64_t position) {
+  Entry entry{};
+  memcpy(&entry, history.ring + position % kRing, sizeof(entry));
+  return entry;
 }
 
-void write(HistoryFile &history, uint64_t position, const void *from, size_t length) {
-  for_pieces(position, length, [&](size_t place, size_t offset, size_t octets) {
-    memcpy(history.ring + place, static_cast<const char *>(from) + offset, octets);
-  });
-}
-
-void read(const HistoryFile &history, uint64_t position, void *to, size_t length) {
-  for_pieces(position, length, [&](size_t place, size_t offset, size_t octets) {
-    memcpy(static_cast<char *>(to) + offset, history.ring + place, octets);
-  });
+const char *record_at(const HistoryFile &history, uint64_t position) {
+  return history.ring + position % kRing + sizeof(Entry);
 }
 
 /** Gives up the oldest entries until the ring has room up to the position `end`. */
 void make_room(HistoryFile &history, uint64_t end) {
   uint64_t oldest = history.oldest.load(std::memory_order_relaxed);
   while (end - oldest > kRing) {
-    Entry entry{};
-    read(history, oldest, &entry, sizeof(entry));
-    oldest += entry.size();
+    oldest += entry_at(history, oldest).size();
   }
   history.oldest.store(oldest, std::memory_order_relaxed);
   std::atomic_thread_fence(std::memory_order_release);
@@ -120,9 +108,8 @@ struct Fetched {
  */
 Fetched fetch(const HistoryFile &history, uint64_t &position) {
   while (true) {
-    Fetched fetched{};
-    read(history, position, &fetched.entry, sizeof(fetched.entry));
-    read(history, position + sizeof(fetched.entry), fetched.record, fetched.entry.record_octets());
+    Fetched fetched{entry_at(history, position), {}};
+    memcpy(fetched.record, record_at(history, position), fetched.entry.record_octets());
     std::atomic_thread_fence(std::memory_order_acquire);
     const uint64_t oldest = history.oldest.load(std::memory_order_relaxed);
     if (position >= oldest) {
@@ -141,8 +128,7 @@ std::optional<uint64_t> last_number(const HistoryFile &history) {
     return std::nullopt;
   }
   while (position < end) {
-    Entry entry{};
-    read(history, position, &entry, sizeof(entry));
+    const Entry entry = entry_at(history, position);
     if (entry.number == 0 || (number != 0 && entry.number != number + 1)) {
       return std::nullopt;
     }
@@ -215,8 +201,9 @@ void EventHistoryWriter::append(uint32_t module, const void *record, size_t leng
   const uint64_t position = history->end.load(std::memory_order_relaxed);
   const uint64_t end = position + entry.size();
   make_room(*history, end);
-  write(*history, position, &entry, sizeof(entry));
-  write(*history, position + sizeof(entry), record, entry.length);
+  char *place = history->ring + position % kRing;
+  memcpy(place, &entry, sizeof(entry));
+  memcpy(place + sizeof(entry), record, entry.length);
   history->end.store(end, std::memory_order_release);
 }
 
