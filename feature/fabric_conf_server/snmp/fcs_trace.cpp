@@ -35,25 +35,28 @@ struct LineEnd {
  * \return false for a line with anything else.
  */
 bool format_plain(LineEnd &line, const char *format, va_list arguments) {
-  for (const char *conversion; (conversion = strchr(format, '%')) != nullptr;
-       format = conversion + 2) {
-    line.append(format, static_cast<size_t>(conversion - format));
-    if (conversion[1] == 's') {
+  while (true) {
+    const auto literal = static_cast<size_t>(strchrnul(format, '%') - format);
+    line.append(format, literal);
+    format += literal;
+    if (*format == '\0') {
+      return true;
+    }
+    if (format[1] == 's') {
       const char *text = va_arg(arguments, const char *);
       if (text == nullptr) {
         return false;
       }
       line.append(text, strlen(text));
-    } else if (conversion[1] == 'd') {
+    } else if (format[1] == 'd') {
       char digits[std::numeric_limits<int>::digits10 + 2];
       const char *last = std::to_chars(digits, std::end(digits), va_arg(arguments, int)).ptr;
       line.append(digits, static_cast<size_t>(last - digits));
     } else {
       return false;
     }
+    format += 2;
   }
-  line.append(format, strlen(format));
-  return true;
 }
 
 /** \return the characters of the line, at most `room` - 1 of them. */

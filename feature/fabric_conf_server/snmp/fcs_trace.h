@@ -7,7 +7,10 @@
 
 #include "platform/trace.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 /** The module's id in the event history. */
 constexpr uint32_t FCS_TRACE_MODULE = 0x730000;
@@ -20,15 +23,41 @@ enum FcsTraceLevel : uint32_t {
 /** Formats a line, cut to 511 characters, and records it in the event history at `level`. */
 [[gnu::format(printf, 2, 3)]] void fcs_trace_history(FcsTraceLevel level, const char *format, ...);
 
-#define FCS_TRACE(level, ...)                                                                      \
+/**
+ * What the event history keeps of a detail that has no arguments but its function's name: the
+ * compiler formats it.
+ */
+template <size_t kTextSize> struct FcsFixedDetail {
+  uint32_t level = FCS_TRACE_DETAIL;
+  char text[kTextSize] = {};
+
+  /** \param format "%s" for the name, and a text without further conversions. */
+  consteval FcsFixedDetail(std::string_view function, std::string_view format) {
+    static_assert(kTextSize <= 512);
+    if (!format.starts_with("%s") || format.rfind('%') != 0) {
+      throw "the format takes arguments";
+    }
+    std::ranges::copy(format.substr(2), std::ranges::copy(function, text).out);
+  }
+};
+
+template <size_t kTextSize> void fcs_trace_history(const FcsFixedDetail<kTextSize> &detail) {
+  trace_hist_event(FCS_TRACE_MODULE, offsetof(FcsFixedDetail<kTextSize>, text) + kTextSize,
+                   &detail);
+}
+
+#define FCS_TRACE_BY(to_history, level, ...)                                                       \
   do {                                                                                             \
     if (trace_hist_filtered(FCS_TRACE_MODULE, (level)) == 0) {                                     \
-      fcs_trace_history((level), __VA_ARGS__);                                                     \
+      to_history;                                                                                  \
     }                                                                                              \
     if (trace_debug_on((level), 0, 0, 1) != 0) {                                                   \
       debug_printf(1, trace_module_name, 0, __VA_ARGS__);                                          \
     }                                                                                              \
   } while (false)
+
+#define FCS_TRACE(level, ...)                                                                      \
+  FCS_TRACE_BY(fcs_trace_history((level), __VA_ARGS__), level, __VA_ARGS__)
 
 /** Traces an event; the line stands for itself. */
 #define FCS_EVENT(...) FCS_TRACE(FCS_TRACE_EVENT, __VA_ARGS__)
@@ -39,4 +68,13 @@ enum FcsTraceLevel : uint32_t {
             static_cast<const char *>(function) __VA_OPT__(, ) __VA_ARGS__)
 
 /** Traces a detail of the calling function. */
-#define FCS_DETAIL(format, ...) FCS_DETAIL_AS(__func__, format __VA_OPT__(, ) __VA_ARGS__)
+#define FCS_DETAIL(format, ...)                                                                    \
+  FCS_DETAIL_##__VA_OPT__(NOT_)##FIXED(format __VA_OPT__(, ) __VA_ARGS__)
+
+#define FCS_DETAIL_NOT_FIXED(...) FCS_DETAIL_AS(__func__, __VA_ARGS__)
+
+#define FCS_DETAIL_FIXED(format)                                                                   \
+  FCS_TRACE_BY(static constexpr FcsFixedDetail<sizeof(__func__) + sizeof(format) - sizeof("%s")>   \
+                   fixed_detail(__func__, format);                                                 \
+               fcs_trace_history(fixed_detail), FCS_TRACE_DETAIL, format,                          \
+               static_cast<const char *>(__func__))
