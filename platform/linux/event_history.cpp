@@ -43,7 +43,9 @@ constexpr size_t kMostEntry = Entry::aligned(sizeof(Entry) + kRecordRoom);
 
 } // namespace
 
-/** Positions count octets since the history began; the octet at a position is at it modulo kRing.
+/**
+ * Positions count octets since the history began. An entry lies in one piece: one that begins in
+ * front of the end of the ring goes on behind it, and the next one begins as far behind the start.
  */
 struct HistoryFile {
   char magic[8];
@@ -104,8 +106,7 @@ struct Fetched {
   char record[kRecordRoom + 1]; ///< Ends with a NUL in any case.
 };
 
-/** Reads the entry at `position`, which becomes that of the oldest one if it has been overwritten.
- */
+/** Reads the entry at `position`, which is moved to the oldest one if that has been overwritten. */
 Fetched fetch(const HistoryFile &history, uint64_t &position) {
   while (true) {
     Fetched fetched{entry_at(history, position), {}};
@@ -140,7 +141,7 @@ std::optional<uint64_t> last_number(const HistoryFile &history) {
 
 int64_t time_of_day() {
   timespec now{};
-  // The exact time would cost as much as all the rest of a record.
+  // The exact time would cost more than all the rest of a record.
   clock_gettime(CLOCK_REALTIME_COARSE, &now);
   return static_cast<int64_t>(now.tv_sec) * 1'000'000'000 + now.tv_nsec;
 }
@@ -220,6 +221,11 @@ EventHistoryReader::EventHistoryReader(const std::string &path) {
   if (!has_this_shape(*mapping_.get())) {
     fail(path, "is not an event history of this version");
   }
+  start();
+}
+
+void EventHistoryReader::start() {
+  position_ = 0;
   const uint64_t number = fetch(*mapping_.get(), position_).entry.number;
   read_ = number == 0 ? 0 : number - 1; // There is none in a history that has just begun.
 }
@@ -227,11 +233,16 @@ EventHistoryReader::EventHistoryReader(const std::string &path) {
 bool EventHistoryReader::next(EventRecord &record) {
   const HistoryFile &history = *mapping_.get();
   const uint64_t end = history.end.load(std::memory_order_acquire);
+  if (position_ > end) { // The history was started anew.
+    start();
+  }
   if (position_ >= end) {
-    position_ = end; // It is less than before when the history was started anew.
     return false;
   }
   const Fetched next = fetch(history, position_);
+  if (is_torn()) {
+    return false;
+  }
   position_ += next.entry.size();
   record.time_ns = next.entry.time_ns;
   record.module = next.entry.module;

@@ -88,6 +88,9 @@ public:
   bool is_torn() const { return mapping_.torn(); }
 
 private:
+  /** Goes to the oldest record. */
+  void start();
+
   HistoryMapping mapping_;
   uint64_t position_ = 0; ///< Where the next record begins.
   uint64_t read_ = 0; ///< Number of the last record that was read, or of the one before the first.

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <memory>
 #include <unistd.h>
 
 namespace {
@@ -74,6 +75,27 @@ TEST_F(EventHistory, OverwrittenRecordsAreCountedAsLost) {
   ASSERT_TRUE(fresh.next(record));
   EXPECT_EQ(record.lost, 0U);
   EXPECT_EQ(record.text, std::to_string(lost));
+}
+
+TEST_F(EventHistory, DamageStartsItAnewForAReaderToo) {
+  EventRecord record;
+  auto writer = std::make_unique<EventHistoryWriter>(path_);
+  EventHistoryReader reader(path_);
+  for (int i = 0; i < 300; ++i) {
+    write(*writer, 101, "before");
+  }
+  while (reader.next(record)) {
+  }
+  writer.reset();
+  std::fstream(path_, std::ios::in | std::ios::out).seekp(5000) << std::string(100, 'x');
+  writer = std::make_unique<EventHistoryWriter>(path_);
+  write(*writer, 101, "after");
+  for (EventHistoryReader fresh(path_); auto *each : {&reader, &fresh}) {
+    ASSERT_TRUE(each->next(record));
+    EXPECT_EQ(record.text, "after");
+    EXPECT_EQ(record.lost, 0U);
+    EXPECT_FALSE(each->next(record));
+  }
 }
 
 TEST_F(EventHistory, TruncationTakesTheFileAndNothingElse) {
