@@ -109,6 +109,14 @@ void trace_to_history(benchmark::State &state) {
 }
 BENCHMARK(trace_to_history);
 
+void fixed_trace_to_history(benchmark::State &state) {
+  record_history("detail");
+  while (state.KeepRunning()) {
+    FCS_DETAIL("%s:entering\n");
+  }
+}
+BENCHMARK(fixed_trace_to_history);
+
 // ---- Exchange and index
 
 /** The module's part of an exchange: records, copies, and the lines that it prints. */
