@@ -1,7 +1,6 @@
 #include "fixtures.h"
 
 #include <fstream>
-#include <regex>
 #include <set>
 #include <sstream>
 
@@ -21,12 +20,19 @@ size_t count(const std::string &text, const std::string &part) {
 
 using Texts = std::multiset<std::string>;
 
-/** The two groups of each match. */
-Texts matches(const std::string &text, const char *pattern) {
-  const std::regex regex(pattern);
+/** What has `attribute` first in a list of its own, and its value. */
+Texts with_first(const std::string &attribute, const std::string &map) {
+  const std::string start = " [" + attribute + "=";
+  std::istringstream lines(map);
   Texts found;
-  for (std::sregex_iterator at(text.begin(), text.end(), regex), end; at != end; ++at) {
-    found.insert((*at)[1].str() + " " + (*at)[2].str());
+  for (std::string line; std::getline(lines, line);) {
+    const size_t list = line.find(start);
+    if (list != std::string::npos) {
+      const size_t indent = line.find_first_not_of(' ');
+      const std::string value = line.substr(list + start.size());
+      found.insert(line.substr(indent, list - indent) + " " +
+                   value.substr(0, value.find_first_of(",]")));
+    }
   }
   return found;
 }
@@ -66,13 +72,14 @@ TEST_F(Map, ShowsEveryElementLinkAndDeviceOnce) {
     "platforms": [{"index": 1, "name": "", "type": "storageSubsystem"},
                   {"index": 2, "name": "a-host", "type": "host", "nodeNameList": 1}]}]})");
   const std::string map = run({FCSCTL, "map", file}).output;
-  EXPECT_EQ(matches(map, R"( (\w+) \[shape=(\w+))"),
+  EXPECT_EQ(with_first("shape", map),
             (Texts{"e7_0 plain", "e7_1 plain", "e7_2 plain", "d7_0 cylinder", "d7_1 box",
                    "s7_0 ellipse", "legend plain"}));
-  EXPECT_EQ(
-      matches(map, R"( (\w+:p\d -- \w+(?::p\d)?) \[color=\"(#\w+)\")"),
-      (Texts{"e7_0:p0 -- e7_1:p0 #eab308", "e7_0:p1 -- e7_1:p1 #dc2626", "e7_0:p2 -- d7_1 #16a34a",
-             "e7_0:p2 -- d7_1 #16a34a", "e7_0:p2 -- s7_0 #16a34a", "e7_1:p2 -- s7_0 #94a3b8"}))
+  EXPECT_EQ(with_first("color", map),
+            (Texts{R"(edge "#94a3b8")", R"(e7_0:p0 -- e7_1:p0 "#eab308")",
+                   R"(e7_0:p1 -- e7_1:p1 "#dc2626")", R"(e7_0:p2 -- d7_1 "#16a34a")",
+                   R"(e7_0:p2 -- d7_1 "#16a34a")", R"(e7_0:p2 -- s7_0 "#16a34a")",
+                   R"(e7_1:p2 -- s7_0 "#94a3b8")"}))
       << map;
   for (const char *label :
        {"<B>10:00:00:00:00:00:00:03</B>", "(no&#160;name)", "<B>a-host</B>",
