@@ -3,6 +3,7 @@
 #include "service/fabric_writer.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <map>
 #include <random>
@@ -10,12 +11,15 @@
 
 namespace {
 
+/** Of a key of one word the second is 0. GCC 12 compares vectors of words wrongly on s390x. */
+using Words = std::array<uint32_t, 2>;
+
 /** The words and the name of a key; keys compare as SNMP orders them. */
-using Key = std::pair<std::vector<uint32_t>, Bytes>;
+using Key = std::pair<Words, Bytes>;
 using Keys = std::set<Key>;
 
-Key key_of(std::vector<uint32_t> words, fcs::Octets name = {}) {
-  return {std::move(words), Bytes(name.begin(), name.end())};
+Key key_of(const Words &words, fcs::Octets name = {}) {
+  return {words, Bytes(name.begin(), name.end())};
 }
 
 /** A record that is served by key; requests and answers begin with the key. */
@@ -49,9 +53,10 @@ protected:
   }
 
   Key answered_key(const Table &table) const {
-    std::vector<uint32_t> words(table.words);
-    std::memcpy(words.data(), room_.data(), words.size() * sizeof(uint32_t));
-    return key_of(words, fcs::Octets(&room_[words.size() * sizeof(uint32_t)], table.name_length));
+    Words words{};
+    const size_t length = table.words * sizeof(uint32_t);
+    std::memcpy(words.data(), room_.data(), length);
+    return key_of(words, fcs::Octets(&room_[length], table.name_length));
   }
 
   /** The row of the key is there or not, and behind the key comes the next row, or the end. */
@@ -82,11 +87,12 @@ protected:
     Keys probes = rows;
     probes.insert(hidden.begin(), hidden.end());
     for (const uint8_t octet : {uint8_t{0x00}, uint8_t{0xFF}}) {
-      probes.insert(
-          {std::vector(table.words, octet * 0x01010101U), Bytes(table.name_length, octet)});
+      Words words{};
+      std::fill_n(words.begin(), table.words, octet * 0x01010101U);
+      probes.insert({words, Bytes(table.name_length, octet)});
     }
     for (Key rest_last : Keys(probes)) {
-      std::fill(rest_last.first.begin() + 1, rest_last.first.end(), 0xFFFFFFFF);
+      std::fill_n(rest_last.first.begin() + 1, table.words - 1, 0xFFFFFFFF);
       std::ranges::fill(rest_last.second, 0xFF);
       probes.insert(rest_last);
     }
