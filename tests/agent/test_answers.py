@@ -172,18 +172,16 @@ def test_completion_time_is_the_agents_uptime(lab, tmp_path):
         assert lab.control("import", str(lab.fabric)).returncode == 0
 
 
-def test_event_history_is_read_along(lab):
-    follower = subprocess.Popen([lab.env()["FCS_CTL"], "history", "--follow", "--lines", "0"], text=True,
-                                stdout=subprocess.PIPE)
+def test_event_history_is_read_along(lab, tmp_path):
+    lines = tmp_path / "lines"
+    with lines.open("w") as output:
+        follower = subprocess.Popen([lab.env()["FCS_CTL"], "history", "--follow", "--lines", "0"], stdout=output)
     try:
-        def new_line():
-            lab.get(f"{ROOT}.1.1.7.0")
+        def is_followed():
+            lab.get(f"{ROOT}.1.1.5.0")
             recent = lab.control("history", "--lines", "3").stdout
-            return "detail var_zephrinFcsMIB:return DiscTimeout" in recent
-        eventually(new_line)
-        lab.get(f"{ROOT}.1.1.5.0")
-        lines = (follower.stdout.readline() for _ in range(100))
-        assert any("var_zephrinFcsMIB:return Disc\n" in line for line in lines)
+            return all("detail var_zephrinFcsMIB:return Disc\n" in text for text in (recent, lines.read_text()))
+        eventually(is_followed)
     finally:
         follower.kill()
         follower.wait()
