@@ -96,9 +96,10 @@ private:
   /** Takes a frame, gives the length of its payload. */
   size_t receive() {
     reply_ = {};
+    constexpr ssize_t kHeader = sizeof(reply_.header);
     const ssize_t got = recv(fd_.get(), &reply_, sizeof(reply_), 0);
-    EXPECT_GE(got, static_cast<ssize_t>(sizeof(reply_.header)));
-    return std::max(static_cast<size_t>(got), sizeof(reply_.header)) - sizeof(reply_.header);
+    EXPECT_GE(got, kHeader);
+    return static_cast<size_t>(std::max(got, kHeader) - kHeader);
   }
 
   Fd fd_;
