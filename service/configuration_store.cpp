@@ -25,12 +25,13 @@ ConfigurationStore::ConfigurationStore(FabricStore &store)
 
 bool ConfigurationStore::has_vsan(uint32_t vsan) {
   fcs_disc_status_record row{};
-  return store_.rows().find_discovery_status(Lookup::kExact, vsan, row);
+  return store_.rows().find_discovery_status(Lookup::kExact, vsan, {&row, 1}) != 0;
 }
 
 std::optional<PlatformEntry> ConfigurationStore::platform(const PlatformKey &key) {
   PlatformEntry row{};
-  return store_.rows().find_platform(Lookup::kExact, key, row) ? std::optional(row) : std::nullopt;
+  return store_.rows().find_platform(Lookup::kExact, key, {&row, 1}) != 0 ? std::optional(row)
+                                                                          : std::nullopt;
 }
 
 bool ConfigurationStore::has_platform_named(uint32_t vsan, Octets name) {
@@ -52,7 +53,8 @@ std::optional<uint32_t> ConfigurationStore::list_of_node_name(Octets name) {
 
 std::optional<MgmtAddrEntry> ConfigurationStore::mgmt_addr(const MgmtAddrEntry &key) {
   MgmtAddrEntry row{};
-  return store_.rows().find_mgmt_addr(Lookup::kExact, key, row) ? std::optional(row) : std::nullopt;
+  return store_.rows().find_mgmt_addr(Lookup::kExact, key, {&row, 1}) != 0 ? std::optional(row)
+                                                                           : std::nullopt;
 }
 
 std::vector<uint32_t> ConfigurationStore::vsans_of_elements(uint32_t mgmt_addr_list) {

@@ -51,7 +51,7 @@ std::string exact_sql(const std::string &select, const std::string &key,
 
 std::string next_sql(const std::string &select, const std::string &key,
                      const std::string &parameters) {
-  return select + " WHERE (" + key + ") > (" + parameters + ") ORDER BY " + key + " LIMIT 1";
+  return select + " WHERE (" + key + ") > (" + parameters + ") ORDER BY " + key;
 }
 
 /** The columns of a row, taken in their order. */
@@ -212,46 +212,51 @@ FabricRows::FabricRows(Database &database)
       port_lists_(database, kPortLists), ports_(database, kPorts),
       attached_names_(database, kAttachedNames) {}
 
-bool FabricRows::find_discovery_status(Lookup lookup, const uint32_t &vsan,
-                                       fcs_disc_status_record &row) {
-  return discovery_status_.find(lookup, read_discovery_status, row, vsan);
+size_t FabricRows::find_discovery_status(Lookup lookup, const uint32_t &vsan,
+                                         std::span<fcs_disc_status_record> room) {
+  return discovery_status_.find(lookup, read_discovery_status, room, vsan);
 }
 
-bool FabricRows::find_element(Lookup lookup, const IeKey &key, IeEntry &row) {
-  return elements_.find(lookup, read_element, row, key.vsan, Octets(key.name));
+size_t FabricRows::find_element(Lookup lookup, const IeKey &key, std::span<IeEntry> room) {
+  return elements_.find(lookup, read_element, room, key.vsan, Octets(key.name));
 }
 
-bool FabricRows::find_mgmt_addr(Lookup lookup, const MgmtAddrEntry &key, MgmtAddrEntry &row) {
-  return mgmt_addrs_.find(lookup, read_mgmt_addr, row, unsigned_word(key.list_index),
+size_t FabricRows::find_mgmt_addr(Lookup lookup, const MgmtAddrEntry &key,
+                                  std::span<MgmtAddrEntry> room) {
+  return mgmt_addrs_.find(lookup, read_mgmt_addr, room, unsigned_word(key.list_index),
                           unsigned_word(key.address_index));
 }
 
-bool FabricRows::find_port_list_entry(Lookup lookup, const FcsPortListRecord &key,
-                                      FcsPortListRecord &row) {
-  return port_lists_.find(lookup, read_port_list_entry, row, key.list_index, Octets(key.port_name));
+size_t FabricRows::find_port_list_entry(Lookup lookup, const FcsPortListRecord &key,
+                                        std::span<FcsPortListRecord> room) {
+  return port_lists_.find(lookup, read_port_list_entry, room, key.list_index,
+                          Octets(key.port_name));
 }
 
-bool FabricRows::find_port(Lookup lookup, const FcsPortKey &key, FcsPortRecord &row) {
-  return ports_.find(lookup, read_port, row, key.vsan, Octets(key.name));
+size_t FabricRows::find_port(Lookup lookup, const FcsPortKey &key, std::span<FcsPortRecord> room) {
+  return ports_.find(lookup, read_port, room, key.vsan, Octets(key.name));
 }
 
-bool FabricRows::find_attached_name(Lookup lookup, const FcsAttachPortRecord &key,
-                                    FcsAttachPortRecord &row) {
-  return attached_names_.find(lookup, read_attached_name, row, key.list_index, Octets(key.name));
+size_t FabricRows::find_attached_name(Lookup lookup, const FcsAttachPortRecord &key,
+                                      std::span<FcsAttachPortRecord> room) {
+  return attached_names_.find(lookup, read_attached_name, room, key.list_index, Octets(key.name));
 }
 
-bool FabricRows::find_platform(Lookup lookup, const PlatformKey &key, PlatformEntry &row) {
-  return platforms_.find(lookup, read_platform, row, unsigned_word(key.vsan),
+size_t FabricRows::find_platform(Lookup lookup, const PlatformKey &key,
+                                 std::span<PlatformEntry> room) {
+  return platforms_.find(lookup, read_platform, room, unsigned_word(key.vsan),
                          unsigned_word(key.platform_index));
 }
 
-bool FabricRows::find_node_name(Lookup lookup, const NodeNameEntry &key, NodeNameEntry &row) {
-  return node_names_.find(lookup, read_node_name, row, unsigned_word(key.list_index),
+size_t FabricRows::find_node_name(Lookup lookup, const NodeNameEntry &key,
+                                  std::span<NodeNameEntry> room) {
+  return node_names_.find(lookup, read_node_name, room, unsigned_word(key.list_index),
                           Octets(key.name));
 }
 
-bool FabricRows::find_statistics(Lookup lookup, const uint32_t &vsan, FcsStatsRecord &row) {
-  return statistics_.find(lookup, read_statistics, row, vsan);
+size_t FabricRows::find_statistics(Lookup lookup, const uint32_t &vsan,
+                                   std::span<FcsStatsRecord> room) {
+  return statistics_.find(lookup, read_statistics, room, vsan);
 }
 
 IeEntry read_element(const Rows &rows) {

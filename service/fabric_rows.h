@@ -1,8 +1,7 @@
 /**
- * The rows of the store as the records of the protocol, by key: exactly one, or the one after it.
+ * The rows of the store as the records of the protocol, by key: exactly one, or those after it.
  *
- * Rows are ordered as SNMP orders their indexes: words as unsigned numbers, signed though some
- * records have them, and names as octets. A VSAN whose discovery status is local-only shows its
+ * Rows are ordered as FcsKeyForm says. A VSAN whose discovery status is local-only shows its
  * local element alone, with the ports, port list and attached port names of that element.
  */
 #pragma once
@@ -10,6 +9,9 @@
 #include "feature/fabric_conf_server/fcs_protocol.h"
 #include "service/sqlite.h"
 
+#include <algorithm>
+#include <array>
+#include <span>
 #include <string>
 
 namespace fcs {
@@ -29,15 +31,15 @@ class KeyedRows {
 public:
   KeyedRows(Database &database, const KeyedTable &table);
 
-  /** Finds a row by its key words and name; false when there is none. */
+  /** Finds rows by key words and name, as many as there is room for; how many there are. */
   template <typename Row, typename... Key>
-  bool find(Lookup lookup, Row (*read)(const Rows &), Row &row, const Key &...key) {
+  size_t find(Lookup lookup, Row (*read)(const Rows &), std::span<Row> room, const Key &...key) {
     auto rows = statements_[static_cast<size_t>(lookup)].run(key...);
-    if (!rows.next()) {
-      return false;
+    size_t found = 0;
+    while (found < room.size() && rows.next()) {
+      room[found++] = read(rows);
     }
-    row = read(rows);
-    return true;
+    return found;
   }
 
 private:
@@ -57,32 +59,51 @@ class HidingRows {
 public:
   HidingRows(Database &database, const HidingTable &table);
 
-  /** Finds a visible row; false when there is none. */
+  /** Finds visible rows, as many as there is room for; how many there are. */
   template <typename Row>
-  bool find(Lookup lookup, Row (*read)(const Rows &), Row &row, uint32_t word, Octets name) {
-    auto rows = statements_[static_cast<size_t>(lookup)].run(word, name);
-    if (!rows.next()) {
-      return false;
+  size_t find(Lookup lookup, Row (*read)(const Rows &), std::span<Row> room, uint32_t word,
+              Octets name) {
+    Key key(word, name);
+    size_t found = 0;
+    while (found < room.size()) {
+      auto stretch = statements_[static_cast<size_t>(lookup)].run(key.word, key.name());
+      bool more = stretch.next();
+      for (; more && !is_hidden(stretch); more = stretch.next()) {
+        room[found++] = read(stretch);
+        if (found == room.size()) {
+          return found;
+        }
+      }
+      if (!more || lookup == Lookup::kExact) {
+        return found;
+      }
+      // However many rows are hidden in a stretch, two queries lead past them all.
+      auto local = next_local_.run(stretch.word(0), stretch.octets(1));
+      auto discovered = next_discovered_.run(stretch.word(0));
+      const Rows *first = earlier(local, discovered);
+      if (first == nullptr) {
+        return found;
+      }
+      room[found++] = read(*first);
+      key = Key(first->word(0), first->octets(1));
     }
-    if (!is_hidden(rows)) {
-      row = read(rows);
-      return true;
-    }
-    if (lookup == Lookup::kExact) {
-      return false;
-    }
-    // However many rows are hidden in a stretch, two queries lead past them all.
-    auto local = next_local_.run(word, name);
-    auto discovered = next_discovered_.run(rows.word(0));
-    const Rows *first = earlier(local, discovered);
-    if (first == nullptr) {
-      return false;
-    }
-    row = read(*first);
-    return true;
+    return found;
   }
 
 private:
+  /** A key of its own. */
+  struct Key {
+    Key(uint32_t key_word, Octets name)
+        : word(key_word), length(std::min(name.size(), octets.size())) {
+      std::copy_n(name.begin(), length, octets.begin());
+    }
+    Octets name() const { return {octets.data(), length}; }
+
+    uint32_t word;
+    std::array<uint8_t, FCS_ATTACHED_NAME_LENGTH> octets{};
+    size_t length;
+  };
+
   static bool is_hidden(const Rows &rows);
   /** Takes the first row of each: the one with the lesser key, or null when both are empty. */
   static const Rows *earlier(Rows &a, Rows &b);
@@ -95,22 +116,26 @@ private:
 };
 
 /**
- * The rows of every record with a key. The functions return false when there is no such row, and
- * throw SqliteError when the database fails.
+ * The rows of every record with a key. The functions find the row of the key, or as many of the
+ * rows after it as there is room for, tell how many there are, and throw SqliteError when the
+ * database fails.
  */
 class FabricRows {
 public:
   explicit FabricRows(Database &database);
 
-  bool find_discovery_status(Lookup lookup, const uint32_t &vsan, fcs_disc_status_record &row);
-  bool find_element(Lookup lookup, const IeKey &key, IeEntry &row);
-  bool find_mgmt_addr(Lookup lookup, const MgmtAddrEntry &key, MgmtAddrEntry &row);
-  bool find_port_list_entry(Lookup lookup, const FcsPortListRecord &key, FcsPortListRecord &row);
-  bool find_port(Lookup lookup, const FcsPortKey &key, FcsPortRecord &row);
-  bool find_attached_name(Lookup lookup, const FcsAttachPortRecord &key, FcsAttachPortRecord &row);
-  bool find_platform(Lookup lookup, const PlatformKey &key, PlatformEntry &row);
-  bool find_node_name(Lookup lookup, const NodeNameEntry &key, NodeNameEntry &row);
-  bool find_statistics(Lookup lookup, const uint32_t &vsan, FcsStatsRecord &row);
+  size_t find_discovery_status(Lookup lookup, const uint32_t &vsan,
+                               std::span<fcs_disc_status_record> room);
+  size_t find_element(Lookup lookup, const IeKey &key, std::span<IeEntry> room);
+  size_t find_mgmt_addr(Lookup lookup, const MgmtAddrEntry &key, std::span<MgmtAddrEntry> room);
+  size_t find_port_list_entry(Lookup lookup, const FcsPortListRecord &key,
+                              std::span<FcsPortListRecord> room);
+  size_t find_port(Lookup lookup, const FcsPortKey &key, std::span<FcsPortRecord> room);
+  size_t find_attached_name(Lookup lookup, const FcsAttachPortRecord &key,
+                            std::span<FcsAttachPortRecord> room);
+  size_t find_platform(Lookup lookup, const PlatformKey &key, std::span<PlatformEntry> room);
+  size_t find_node_name(Lookup lookup, const NodeNameEntry &key, std::span<NodeNameEntry> room);
+  size_t find_statistics(Lookup lookup, const uint32_t &vsan, std::span<FcsStatsRecord> room);
 
 private:
   KeyedRows discovery_status_, mgmt_addrs_, platforms_, node_names_, statistics_;

@@ -2,7 +2,9 @@
 
 #include "service/log.h"
 
+#include <algorithm>
 #include <cstring>
+#include <optional>
 
 namespace fcs {
 
@@ -22,6 +24,12 @@ enum class PastEnd {
   kResult, ///< By the result alone.
 };
 
+/** Room for records that a request has use for, as far as there is any, but at least for one. */
+template <typename Record> std::span<Record> records_in(std::span<uint8_t> room, uint32_t useful) {
+  const size_t fit = std::max<size_t>(room.size() / sizeof(Record), 1);
+  return {reinterpret_cast<Record *>(room.data()), std::clamp<size_t>(useful, 1, fit)};
+}
+
 template <typename Record> Answer write_record(const Record &record, std::span<uint8_t> room) {
   static_assert(sizeof(Record) <= FCS_MESSAGE_ROOM);
   std::memcpy(room.data(), &record, sizeof(record));
@@ -29,25 +37,42 @@ template <typename Record> Answer write_record(const Record &record, std::span<u
 }
 
 /**
- * A record with a key: `find` looks for the row of the key, or for the one after it. Where the
+ * A record with a key: `find` looks for the row of the key, or for those after it. Where the
  * request is the record itself, its key words alone count.
  */
-template <typename Key, typename Record, bool (FabricRows::*find)(Lookup, const Key &, Record &),
-          PastEnd past_end>
+template <typename Key, typename Record,
+          size_t (FabricRows::*find)(Lookup, const Key &, std::span<Record>), PastEnd past_end>
 Answer answer_row(const RequestContext &context, FcsOperation operation, const uint8_t *request,
                   std::span<uint8_t> room) {
   Key key{};
   std::memcpy(&key, request, sizeof(key));
-  Record record{};
-  const Lookup lookup = operation == FCS_OP_GETNEXT ? Lookup::kNext : Lookup::kExact;
-  if ((context.store.rows().*find)(lookup, key, record)) {
-    return write_record(record, room);
+  const std::span<Record> records = records_in<Record>(room, context.rows);
+  std::optional<ReadTransaction> moment;
+  if (records.size() > 1) {
+    moment.emplace(context.store.database()); // All rows of an answer are of one moment.
   }
-  if (lookup == Lookup::kNext && past_end == PastEnd::kRecord) {
-    std::memcpy(&record, &FCS_END_OF_TABLE, sizeof(FCS_END_OF_TABLE));
-    return write_record(record, room);
+  FabricRows &rows = context.store.rows();
+  size_t found = 0;
+  if (operation == FCS_OP_GET) {
+    if ((rows.*find)(Lookup::kExact, key, records.first(1)) == 0) {
+      return {FCS_ERR_NO_SUCH_ROW, 0};
+    }
+    found = 1;
   }
-  return {FCS_ERR_NO_SUCH_ROW, 0};
+  found += (rows.*find)(Lookup::kNext, key, records.subspan(found));
+  Answer answer{FCS_OK, 0};
+  if (found < records.size() && past_end == PastEnd::kRecord) {
+    records[found] = {};
+    std::memcpy(&records[found], &FCS_END_OF_TABLE, sizeof(FCS_END_OF_TABLE));
+    ++found;
+  } else if (found == 0) {
+    return {FCS_ERR_NO_SUCH_ROW, 0};
+  } else if (found < records.size()) {
+    answer.end = FCS_ERR_NO_SUCH_ROW;
+  }
+  answer.length = static_cast<uint32_t>(found * sizeof(Record));
+  answer.rows = static_cast<uint32_t>(found);
+  return answer;
 }
 
 /** A record without a key that is one word. */

@@ -18,9 +18,6 @@ namespace {
 
 /** Clients beyond the limit that are kept only until they can be told so. */
 constexpr size_t kRefusedClients = 16;
-/** Messages of one client in one round, so that a busy one does not starve the others, and other
- * programs' changes are seen. */
-constexpr int kMessagesPerRound = 64;
 
 const char *purpose_name(uint32_t purpose) {
   switch (purpose) {
@@ -29,6 +26,20 @@ const char *purpose_name(uint32_t purpose) {
   case ipc_wire::kControl: return "control";
   default: return "new";
   }
+}
+
+/** Octets of the longest payload that one message of the socket can have behind a header. */
+size_t reply_room_of(int socket) {
+  constexpr size_t kOverhead = 32; // Of the kernel's: it refuses messages that leave less room.
+  int buffer = 0;
+  socklen_t length = sizeof(buffer);
+  if (getsockopt(socket, SOL_SOCKET, SO_SNDBUF, &buffer, &length) != 0) {
+    return ipc_wire::kMessageRoom;
+  }
+  const auto room = static_cast<size_t>(buffer);
+  const size_t taken = kOverhead + sizeof(ipc_wire::FrameHeader);
+  return std::clamp<size_t>(room - std::min(room, taken), ipc_wire::kMessageRoom,
+                            ipc_wire::kBatchRoom);
 }
 
 /** The user's name, which a client may have left without its NUL. */
@@ -40,9 +51,8 @@ std::string_view user_of(const ipc_wire::FrameHeader &header) {
 
 Server::Server(const Parts &parts, PeerPolicy policy)
     : listener_(parts.listener), store_(parts.store), discovery_(parts.discovery),
-      configuration_(parts.configuration), notifications_(parts.notifications),
-      reads_(parts.store.database()), policy_(policy), started_(Clock::now()),
-      accept_again_(started_) {}
+      configuration_(parts.configuration), notifications_(parts.notifications), policy_(policy),
+      started_(Clock::now()), accept_again_(started_) {}
 
 void Server::run(int stop_fd) {
   for (;;) {
@@ -64,7 +74,7 @@ void Server::run(int stop_fd) {
       return;
     }
     for (size_t i = 0; i < clients_.size(); ++i) {
-      if (polled_[i + 2].revents != 0 || clients_[i].lane.has_frame()) {
+      if (polled_[i + 2].revents != 0) {
         serve(clients_[i]);
       }
     }
@@ -80,9 +90,6 @@ void Server::run(int stop_fd) {
 
 /** Until a client's time to greet is over or discovery has something to do; milliseconds. */
 int Server::poll_timeout() const {
-  if (std::ranges::any_of(clients_, &ipc_wire::Lane::has_frame, &Client::lane)) {
-    return 0;
-  }
   const Clock::time_point now = Clock::now();
   Clock::time_point wake = discovery_.next_due();
   if (now < accept_again_) {
@@ -133,69 +140,23 @@ void Server::add_client(Fd fd) {
     if (refusal.empty() && clients_.size() >= kMaxClients) {
       refusal = "the service has " + std::to_string(kMaxClients) + " clients already";
     }
+    const size_t reply_room = reply_room_of(fd.get());
     clients_.push_back({std::move(fd), std::move(peer), 0, Clock::now() + kGreetingTime,
-                        std::move(refusal), false});
+                        std::move(refusal), false, reply_room});
   } catch (const std::system_error &error) {
     log_line("connection dropped: %s", error.what());
   }
 }
 
+/** Takes one message, so that a busy client does not starve the others. */
 void Server::serve(Client &client) {
-  client.lane.watch();
-  for (int i = 0; i < kMessagesPerRound && !client.gone; ++i) {
-    if (!serve_message(client)) {
-      break;
-    }
-  }
-  client.lane.stop_watching(); // What came all the same is served in the next round.
-  end_reads();
-}
-
-/** Looks for a message in the lane, as recv does. */
-ssize_t Server::look_into_lane(Client &client) {
-  const ssize_t length = client.lane.look(request_);
-  client.by_lane = length >= 0;
-  return length;
-}
-
-/** Looks for a message in the lane and behind the socket, as recv does. */
-ssize_t Server::look(Client &client) {
-  if (const ssize_t length = look_into_lane(client); length >= 0) {
-    return length;
-  }
-  if (client.purpose == 0) {
-    int descriptor = -1;
-    const ssize_t got =
-        ipc_wire::receive_greeting(client.fd.get(), &request_, sizeof(request_), descriptor);
-    client.offered = Fd(descriptor);
-    return got;
-  }
-  return recv(client.fd.get(), &request_, sizeof(request_), MSG_DONTWAIT | MSG_TRUNC);
-}
-
-/** Looks for a message; without one the result is -1 with errno EAGAIN. */
-ssize_t Server::receive(Client &client) {
-  ssize_t got = look(client);
-  // The next request of the agent's is likely to follow at once, in the lane if it has one.
-  if (got < 0 && errno == EAGAIN && client.purpose == ipc_wire::kExchange) {
-    patience_.wait([&] {
-      ahead_.prepare(context());
-      got = client.lane ? look_into_lane(client) : look(client);
-      return got >= 0 || errno != EAGAIN;
-    });
-  }
-  return got;
-}
-
-/** False when the client has sent nothing more. */
-bool Server::serve_message(Client &client) {
-  const ssize_t got = receive(client);
+  const ssize_t got = recv(client.fd.get(), &request_, sizeof(request_), MSG_DONTWAIT | MSG_TRUNC);
   if (got < 0 && (errno == EAGAIN || errno == EINTR)) {
-    return errno == EINTR;
+    return;
   }
   if (got <= 0) {
     drop(client, got == 0 ? "closed by the client" : std::strerror(errno));
-    return false;
+    return;
   }
   const auto length = static_cast<size_t>(got);
   if (client.purpose == 0) {
@@ -203,7 +164,6 @@ bool Server::serve_message(Client &client) {
   } else {
     answer_frame(client, length);
   }
-  return true;
 }
 
 void Server::greet(Client &client, size_t length) {
@@ -216,10 +176,6 @@ void Server::greet(Client &client, size_t length) {
   }
   ipc_wire::Greeting greeting{};
   std::memcpy(&greeting, &request_, sizeof(greeting));
-  if (greeting.purpose == ipc_wire::kExchange && client.offered) {
-    client.lane = ipc_wire::Lane::take(client.offered.get());
-  }
-  client.offered = Fd();
   const ipc_wire::GreetingReply reply = ipc_wire::reply_to_greeting(fault);
   if (!send_message(client, &reply, sizeof(reply))) {
     drop(client, "cannot be answered");
@@ -247,59 +203,29 @@ void Server::answer_frame(Client &client, size_t length) {
     drop(client, "sent a message on a connection for notifications");
     return;
   }
-  if (client.lane && !client.by_lane &&
-      ipc_wire::is_wake_up(request_, static_cast<ssize_t>(length))) {
-    return; // The frame that was called out is taken by the next look, if it has not been before.
-  }
   const Answer made = answer(client, {request_.payload, length - sizeof(request_.header)});
   reply_.header = {};
   reply_.header.sequence = request_.header.sequence;
   reply_.header.opcode = request_.header.opcode;
   reply_.header.result = made.result;
-  if (!reply_to(client, made.length)) {
+  reply_.header.rows = made.rows;
+  reply_.header.end = made.end;
+  if (!send_message(client, &reply_, sizeof(reply_.header) + made.length)) {
     drop(client, "does not read its answers");
   }
 }
 
-/** False when the client cannot be told. */
-bool Server::reply_to(Client &client, size_t length) {
-  if (!client.by_lane) {
-    return send_message(client, &reply_, sizeof(reply_.header) + length);
-  }
-  return client.lane.put(reply_.header, reply_.payload, length) ||
-         send_message(client, &ipc_wire::kWakeUp, sizeof(ipc_wire::kWakeUp));
-}
-
-/** Reads that follow each other share a transaction; any other message may write. */
-void Server::share_reads(const ipc_wire::FrameHeader &header) {
-  if (header.opcode == FCS_MSG_REQUEST &&
-      (header.flag == FCS_OP_GET || header.flag == FCS_OP_GETNEXT)) {
-    reads_.begin();
-  } else {
-    end_reads();
-  }
-}
-
-void Server::end_reads() {
-  ahead_.forget();
-  reads_.end();
-}
-
-/** Of the request that was received last. */
-RequestContext Server::context() {
-  return {store_, configuration_, user_of(request_.header)};
-}
-
 Answer Server::answer(const Client &client, Octets payload) {
-  share_reads(request_.header);
+  const std::span<uint8_t> room(reply_.payload, client.reply_room);
   if (client.purpose == ipc_wire::kControl) {
     return answer_control(payload);
   }
   if (request_.header.opcode == FCS_MSG_REQUEST) {
-    return ahead_.answer(context(), request_.header.flag, payload, reply_.payload);
+    return answer_request(
+        {store_, configuration_, user_of(request_.header), ipc_wire::rows_of(request_.header)},
+        request_.header.flag, payload, room);
   }
-  return answer_message(kAgentMessages, {store_, discovery_}, request_.header, payload,
-                        reply_.payload);
+  return answer_message(kAgentMessages, {store_, discovery_}, request_.header, payload, room);
 }
 
 Answer Server::answer_control(Octets payload) {
@@ -338,7 +264,7 @@ std::string Server::status_text() {
   }
   constexpr auto kReplace = nlohmann::ordered_json::error_handler_t::replace;
   std::string text = status.dump(-1, ' ', false, kReplace);
-  if (text.size() > sizeof(reply_.payload)) {
+  if (text.size() > ipc_wire::kMessageRoom) {
     status.erase("store");
     text = status.dump();
   }

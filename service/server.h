@@ -4,15 +4,12 @@
 #pragma once
 
 #include "platform/linux/ipc_wire.h"
-#include "platform/linux/lane.h"
-#include "platform/linux/patience.h"
 #include "service/configuration.h"
 #include "service/discovery.h"
 #include "service/fabric_store.h"
 #include "service/listener.h"
 #include "service/notification_queue.h"
 #include "service/peer_policy.h"
-#include "service/read_ahead.h"
 #include "service/record_dispatch.h"
 
 #include <chrono>
@@ -47,8 +44,6 @@ public:
 
 private:
   using Clock = std::chrono::steady_clock;
-  /** Covers what an agent does between two requests of a walk, its manager included. */
-  static constexpr std::chrono::microseconds kRequestPatience{100};
 
   struct Client {
     Fd fd;
@@ -57,9 +52,7 @@ private:
     Clock::time_point greet_by;
     std::string refusal;        ///< Why its greeting will be refused, if it will.
     bool gone;                  ///< To be forgotten after this round.
-    Fd offered{};               ///< A lane, until the client has greeted.
-    ipc_wire::Lane lane{};      ///< Of a client for exchanges, if it has one.
-    bool by_lane = false;       ///< Whether the request came by it, and so goes the reply.
+    size_t reply_room;          ///< Octets of the longest payload that its socket takes.
     NotificationQueue outbox{}; ///< What a notification client's socket has no room for yet.
   };
 
@@ -68,17 +61,9 @@ private:
   void accept_clients();
   void add_client(Fd fd);
   void serve(Client &client);
-  bool serve_message(Client &client);
-  ssize_t receive(Client &client);
-  ssize_t look(Client &client);
-  ssize_t look_into_lane(Client &client);
-  void end_reads();
-  RequestContext context();
-  bool reply_to(Client &client, size_t length);
   void greet(Client &client, size_t length);
   void refuse(Client &client, const std::string &fault);
   void answer_frame(Client &client, size_t length);
-  void share_reads(const ipc_wire::FrameHeader &header);
   Answer answer(const Client &client, Octets payload);
   Answer answer_control(Octets payload);
   std::string status_text();
@@ -93,16 +78,13 @@ private:
   Discovery &discovery_;
   Configuration &configuration_;
   NotificationQueue &notifications_;
-  SharedRead reads_;
-  ReadAhead ahead_;
-  ipc_wire::Patience patience_{kRequestPatience};
   PeerPolicy policy_;
   Clock::time_point started_;
   Clock::time_point accept_again_;
   std::vector<Client> clients_;
   std::vector<pollfd> polled_;
   ipc_wire::Frame request_{};
-  ipc_wire::Frame reply_{};
+  ipc_wire::Reply reply_{};
 };
 
 } // namespace fcs

@@ -56,16 +56,8 @@ void WriteTransaction::commit() {
   open_ = false;
 }
 
-void SharedRead::begin() {
-  open_ =
-      open_ || sqlite3_exec(database_.handle(), "BEGIN", nullptr, nullptr, nullptr) == SQLITE_OK;
-}
-
-void SharedRead::end() {
-  if (open_) {
-    sqlite3_exec(database_.handle(), "ROLLBACK", nullptr, nullptr, nullptr);
-    open_ = false;
-  }
+ReadTransaction::~ReadTransaction() {
+  sqlite3_exec(database_.handle(), "ROLLBACK", nullptr, nullptr, nullptr);
 }
 
 bool Rows::next() {

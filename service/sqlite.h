@@ -58,26 +58,17 @@ private:
   bool open_ = true;
 };
 
-/**
- * One transaction for reads that follow each other closely: each by itself would take and release
- * the database's locks. Nothing may be written, and what other programs write is not seen, until it
- * ends.
- */
-class SharedRead {
+/** A transaction that only reads: all that is read within it is of one moment. */
+class ReadTransaction {
 public:
-  explicit SharedRead(Database &database) : database_(database) {}
-  SharedRead(const SharedRead &) = delete;
-  SharedRead &operator=(const SharedRead &) = delete;
-  ~SharedRead() { end(); }
-
-  /** Begins unless it has begun. Without success the reads work all the same. */
-  void begin();
-  /** Ends if it has begun. */
-  void end();
+  /** Throws SqliteError. */
+  explicit ReadTransaction(Database &database) : database_(database) { database_.execute("BEGIN"); }
+  ReadTransaction(const ReadTransaction &) = delete;
+  ReadTransaction &operator=(const ReadTransaction &) = delete;
+  ~ReadTransaction();
 
 private:
   Database &database_;
-  bool open_ = false;
 };
 
 /** The rows of a running statement; the statement is free for its next run when this goes. */

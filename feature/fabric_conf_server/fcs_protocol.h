@@ -84,6 +84,44 @@ constexpr uint32_t FCS_END_OF_TABLE = 0xFFFFFFFF;
 /** Octets of a world-wide name. */
 constexpr size_t FCS_WWN_LENGTH = 8;
 
+/** Octets of an attached port name: the port's world-wide name and what the service adds to it. */
+constexpr size_t FCS_ATTACHED_NAME_LENGTH = 12;
+
+/**
+ * The key of a record's rows, with which requests and answers begin: words, then the octets of a
+ * name. Rows are ordered by it as SNMP orders indexes: words as unsigned numbers, signed though
+ * some records have them, and names as octets.
+ */
+struct FcsKeyForm {
+  FcsRecordId record_id;
+  uint32_t words;
+  uint32_t name_octets;
+
+  /** Octets of the key. */
+  constexpr uint32_t length() const {
+    return words * static_cast<uint32_t>(sizeof(uint32_t)) + name_octets;
+  }
+};
+
+/** Of every record with a key. */
+constexpr FcsKeyForm FCS_KEY_FORMS[] = {
+    {FCS_REC_DISCOVERY_STATUS, 1, 0},  {FCS_REC_IE, 1, FCS_WWN_LENGTH},
+    {FCS_REC_MGMT_ADDR, 2, 0},         {FCS_REC_PORT_LIST, 1, FCS_WWN_LENGTH},
+    {FCS_REC_PORT, 1, FCS_WWN_LENGTH}, {FCS_REC_ATTACH_PORT, 1, FCS_ATTACHED_NAME_LENGTH},
+    {FCS_REC_PLATFORM, 2, 0},          {FCS_REC_NODE_NAME, 1, FCS_WWN_LENGTH},
+    {FCS_REC_STATISTICS, 1, 0},
+};
+
+/** The key form of a record; null for one without a key. */
+constexpr const FcsKeyForm *fcs_key_form(uint32_t record_id) {
+  for (const FcsKeyForm &form : FCS_KEY_FORMS) {
+    if (form.record_id == record_id) {
+      return &form;
+    }
+  }
+  return nullptr;
+}
+
 /** A record request: the record id, then the caller's bytes. */
 struct FcsRequest {
   uint32_t record_id;
@@ -176,9 +214,6 @@ static_assert(offsetof(FcsPortRecord, physical_port) == 24);
 static_assert(offsetof(FcsPortRecord, attached_list_index) == 28);
 static_assert(offsetof(FcsPortRecord, state) == 32);
 static_assert(sizeof(FcsPortRecord) == 36);
-
-/** Octets of an attached port name: the port's world-wide name and what the service adds to it. */
-constexpr size_t FCS_ATTACHED_NAME_LENGTH = 12;
 
 /** Record 60, request and answer: a name of an attached-port-name list. */
 struct FcsAttachPortRecord {

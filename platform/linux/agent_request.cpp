@@ -6,6 +6,7 @@
 #include "settings.h"
 #include "writable_object.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstring>
 #include <string>
@@ -37,6 +38,8 @@ long read_transaction = -1;
 Clock::time_point read_began;
 /** Whether the message being served is a read. */
 bool current_is_read;
+/** How many rows the bindings being served may still ask of their table. */
+uint32_t current_rows;
 /** The binding of a SET that is being served; null outside of one. */
 const netsnmp_variable_list *current_binding;
 /** Its user, once somebody has asked. */
@@ -71,10 +74,22 @@ std::string security_name(const netsnmp_pdu &pdu) {
   return name == nullptr ? std::string() : std::string(name);
 }
 
+/** Each binding asks for a row, and one that a GETBULK repeats for as many more. */
+uint32_t rows_asked_for(const netsnmp_request_info *requests) {
+  uint32_t bindings = 0;
+  int repetitions = 0;
+  for (; requests != nullptr; requests = requests->next) {
+    ++bindings;
+    repetitions = std::max(repetitions, requests->repeat);
+  }
+  return repetitions > 0 ? 1 + static_cast<uint32_t>(repetitions) : bindings;
+}
+
 /** Marks a request as the one being served. */
 class CurrentRequest {
 public:
-  explicit CurrentRequest(const netsnmp_agent_request_info &info) {
+  CurrentRequest(const netsnmp_agent_request_info &info, const netsnmp_request_info *requests) {
+    current_rows = rows_asked_for(requests);
     current = info.asp->pdu;
     current_user_known = false;
     current_is_read = !MODE_IS_SET(info.mode);
@@ -124,7 +139,7 @@ int serve_set(netsnmp_mib_handler *handler, netsnmp_handler_registration *regist
 int serve(netsnmp_mib_handler *handler, netsnmp_handler_registration *registration,
           netsnmp_agent_request_info *request_info, netsnmp_request_info *requests) {
   before_request();
-  const CurrentRequest scope(*request_info);
+  const CurrentRequest scope(*request_info, requests);
   if (MODE_IS_SET(request_info->mode)) {
     return serve_set(handler, registration, request_info, requests);
   }
@@ -191,6 +206,16 @@ void agent_request_release() {
 
 const netsnmp_variable_list *agent_request_binding() {
   return current_binding;
+}
+
+RowUse agent_request_row_use() {
+  constexpr RowUse kEachByItself = {-1, 1};
+  if (current == nullptr || !current_is_read) {
+    return kEachByItself;
+  }
+  const bool asks_once = current->command != SNMP_MSG_GETBULK && current->variables != nullptr &&
+                         current->variables->next_variable == nullptr;
+  return asks_once ? kEachByItself : RowUse{current->transid, current_rows};
 }
 
 bool agent_request_is_overdue() {

@@ -4,6 +4,8 @@
  */
 #pragma once
 
+#include <cstdint>
+
 #include <net-snmp/net-snmp-config.h>
 
 #include <net-snmp/net-snmp-includes.h>
@@ -22,6 +24,15 @@ void agent_request_release();
 
 /** The binding of the SET that is being served; null outside of one. */
 const netsnmp_variable_list *agent_request_binding();
+
+/** The use that a read has for rows beyond the one it asks the service for. */
+struct RowUse {
+  long transaction; ///< Of the read; -1 where each row is asked for by itself.
+  uint32_t rows;    ///< How many rows of a table it may still ask for.
+};
+
+/** That of the request being served: a GETBULK or a read of several bindings may ask for more. */
+RowUse agent_request_row_use();
 
 /**
  * Whether the read being served has had more than its share of time: ten exchange timeouts since

@@ -3,6 +3,7 @@
 #include "agent_request.h"
 #include "ipc_wire.h"
 #include "notifications.h"
+#include "request_rows.h"
 #include "service_connection.h"
 #include "service_link.h"
 #include "settings.h"
@@ -20,6 +21,7 @@ namespace {
 
 ServiceLink exchanges("exchanges", ipc_wire::kExchange, nullptr);
 ServiceLink notifications("notifications", ipc_wire::kNotification, notifications_deliver);
+RequestRows rows;
 
 /** A code of the service as the module may see it: -1 when its low octet would read as success. */
 int32_t module_code(int32_t code) {
@@ -30,12 +32,20 @@ int32_t module_code(int32_t code) {
   return -1;
 }
 
-void *copy_of(const void *octets, size_t length) {
-  void *copy = malloc(std::max<size_t>(length, 1));
-  if (copy != nullptr) {
-    memcpy(copy, octets, length);
+/** Hands an answer to the module, its record in a copy that the module frees. */
+int32_t respond(const RowAnswer &answer, void **response, uint32_t *length) {
+  if (answer.result != 0) {
+    return module_code(answer.result);
   }
-  return copy;
+  if (response != nullptr) {
+    *response = malloc(std::max<size_t>(answer.record.size(), 1));
+    if (*response == nullptr) {
+      return -1;
+    }
+    std::copy(answer.record.begin(), answer.record.end(), static_cast<uint8_t *>(*response));
+  }
+  *length = static_cast<uint32_t>(answer.record.size());
+  return 0;
 }
 
 } // namespace
@@ -47,6 +57,17 @@ int32_t ipc_req_resp(uint32_t opcode, uint32_t flag, const void *request, void *
     errno = EMSGSIZE;
     return -1;
   }
+  const RowUse use = agent_request_row_use();
+  rows.serve(use.transaction);
+  const auto question =
+      use.transaction == RequestRows::kNone
+          ? std::nullopt
+          : RowQuestion::of(opcode, flag, {static_cast<const uint8_t *>(request), *length});
+  if (question) {
+    if (const auto known = rows.find(*question)) {
+      return respond(*known, response, length);
+    }
+  }
   if (agent_request_is_overdue()) {
     errno = ETIMEDOUT;
     return -1;
@@ -55,24 +76,18 @@ int32_t ipc_req_resp(uint32_t opcode, uint32_t flag, const void *request, void *
   header.opcode = opcode;
   header.flag = flag;
   header.session = session;
+  header.rows = question ? rows.rows_to_ask(*question, use.rows) : 1;
   strncpy(header.user, user, sizeof(header.user) - 1);
-  static ipc_wire::Frame reply;
+  static ipc_wire::Reply reply;
   size_t reply_length = 0;
   if (!exchanges.exchange(header, request, *length, reply, reply_length)) {
     return -1;
   }
-  if (reply.header.result != 0) {
-    return module_code(reply.header.result);
+  const size_t record_length = reply_length / ipc_wire::rows_of(reply.header);
+  if (question) {
+    rows.keep(*question, reply, record_length);
   }
-  if (response != nullptr) {
-    void *copy = copy_of(reply.payload, reply_length);
-    if (copy == nullptr) {
-      return -1;
-    }
-    *response = copy;
-  }
-  *length = static_cast<uint32_t>(reply_length);
-  return 0;
+  return respond({reply.header.result, {reply.payload, record_length}}, response, length);
 }
 
 void service_connection_open() {
@@ -82,6 +97,7 @@ void service_connection_open() {
 }
 
 void service_connection_close() {
+  rows.serve(RequestRows::kNone);
   exchanges.close();
   notifications.close();
 }

@@ -5,6 +5,9 @@
  * A client sends a Greeting that names the purpose of its connection and waits for the
  * GreetingReply; after an accepted greeting every message is a Frame. A reply carries the sequence
  * number of its request. Words are native, and the byte-order mark proves that both ends agree.
+ *
+ * One message serves one SNMP request: the request for a row tells how many rows the SNMP request
+ * may have a use for, and the reply brings them along, as far as they fit into one message.
  */
 #pragma once
 
@@ -12,15 +15,16 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <sys/types.h>
 
 namespace ipc_wire {
 
-constexpr uint32_t kVersion = 1;
+constexpr uint32_t kVersion = 2;
 constexpr uint32_t kByteOrderMark = 0x01020304;
 constexpr char kMagic[8] = "FCS-IPC";
-/** Longest payload of a frame, in octets. */
+/** Longest payload of a frame, in octets, but for that of a reply which brings rows along. */
 constexpr uint32_t kMessageRoom = 1024;
+/** Longest payload of a reply which brings rows along. */
+constexpr uint32_t kBatchRoom = 64 * 1024;
 
 /** What a connection is for. */
 enum Purpose : uint32_t {
@@ -52,16 +56,33 @@ struct FrameHeader {
   uint32_t flag;    ///< Request flag of a request, 0 otherwise.
   int32_t result;   ///< Result of a reply, 0 otherwise.
   uint32_t session; ///< Session id of the SNMP request being served.
-  char user[64];    ///< Its user name, NUL-terminated, cut to 63 octets.
+  /** Of a request: how many rows are of use, the one asked for and those that follow it; 0 is 1.
+   *  Of a reply: how many records of the same length the payload holds, first the one asked for,
+   *  each of the others the answer to FCS_OP_GETNEXT behind the one in front of it; 0 is 1. */
+  uint32_t rows;
+  /** Of a reply: the result of FCS_OP_GETNEXT behind its last record, where that is known to be a
+   *  failure; 0 otherwise. */
+  int32_t end;
+  char user[64]; ///< User name of the SNMP request, NUL-terminated, cut to 63 octets.
 };
-static_assert(offsetof(FrameHeader, user) == 20 && sizeof(FrameHeader) == 84);
+static_assert(offsetof(FrameHeader, rows) == 20 && offsetof(FrameHeader, end) == 24);
+static_assert(offsetof(FrameHeader, user) == 28 && sizeof(FrameHeader) == 92);
 
 /** A whole message: the header, then the octets up to the end of the datagram. */
-struct Frame {
+template <uint32_t kRoom> struct Message {
   FrameHeader header;
-  uint8_t payload[kMessageRoom];
+  alignas(uint32_t) uint8_t payload[kRoom];
 };
+using Frame = Message<kMessageRoom>;
+/** A reply, which may bring rows along. */
+using Reply = Message<kBatchRoom>;
 static_assert(offsetof(Frame, payload) == sizeof(FrameHeader));
+static_assert(offsetof(Reply, payload) == sizeof(FrameHeader));
+
+/** How many records a reply brings; at least 1. */
+constexpr uint32_t rows_of(const FrameHeader &header) {
+  return header.rows == 0 ? 1 : header.rows;
+}
 
 /** The greeting of a client that connects for `purpose`. */
 Greeting greeting_for(Purpose purpose);
@@ -87,14 +108,5 @@ std::string greeting_reply_fault(const void *message, size_t length);
  * \return the descriptor, or -1 with errno set (ENAMETOOLONG for a path that no socket can have).
  */
 int connect_to(const std::string &path, int type_flags);
-
-/** Sends a greeting, as send does, and with it a descriptor unless that is negative. */
-ssize_t send_greeting(int socket, const Greeting &greeting, int descriptor);
-
-/**
- * Receives what should be a greeting, as recv does with MSG_DONTWAIT and MSG_TRUNC, and the
- * descriptor that came with it, now the caller's to close; without one it becomes -1.
- */
-ssize_t receive_greeting(int socket, void *room, size_t length, int &descriptor);
 
 } // namespace ipc_wire

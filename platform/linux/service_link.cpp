@@ -38,6 +38,18 @@ std::string ending(ssize_t result) {
                      : "the connection failed: " + std::string(strerror(errno));
 }
 
+/** Whether a message of `octets` holds as many records of the same length as it says, none of them
+ * too long, and no more than `most`. */
+bool is_whole(const ipc_wire::FrameHeader &header, size_t octets, uint32_t most) {
+  if (octets < sizeof(header)) {
+    return false;
+  }
+  const size_t payload = octets - sizeof(header);
+  const uint32_t rows = ipc_wire::rows_of(header);
+  return rows <= most && payload % rows == 0 && payload / rows <= ipc_wire::kMessageRoom &&
+         payload <= ipc_wire::kBatchRoom;
+}
+
 timeval to_timeval(std::chrono::microseconds duration) {
   return {static_cast<time_t>(duration.count() / 1'000'000),
           static_cast<suseconds_t>(duration.count() % 1'000'000)};
@@ -82,11 +94,8 @@ void ServiceLink::connect() {
   if (!peer_is_trusted()) {
     return;
   }
-  if (purpose_ == ipc_wire::kExchange) {
-    lane_ = ipc_wire::Lane::make();
-  }
   const ipc_wire::Greeting greeting = ipc_wire::greeting_for(purpose_);
-  if (ipc_wire::send_greeting(fd_, greeting, lane_.fd()) != sizeof(greeting)) {
+  if (::send(fd_, &greeting, sizeof(greeting), MSG_NOSIGNAL) != sizeof(greeting)) {
     fail("cannot greet: " + std::string(strerror(errno)));
     return;
   }
@@ -148,9 +157,6 @@ void ServiceLink::read_greeting_reply() {
     fail(fault);
     return;
   }
-  if (!lane_.is_taken()) {
-    lane_ = {};
-  }
   state_ = State::kUp;
   up_since_ = Clock::now();
   stop_trying();
@@ -172,8 +178,6 @@ void ServiceLink::read_unasked() {
     }
     if (length <= 0) {
       fail(ending(length));
-    } else if (lane_ && ipc_wire::is_wake_up(frame, length)) {
-      continue; // The reply was seen before it was called out.
     } else if (receiver_ == nullptr || static_cast<size_t>(length) < sizeof(frame.header) ||
                static_cast<size_t>(length) > sizeof(frame)) {
       fail("the service sent a message that nobody asked for, of " + std::to_string(length) +
@@ -185,7 +189,7 @@ void ServiceLink::read_unasked() {
 }
 
 bool ServiceLink::exchange(ipc_wire::FrameHeader &header, const void *payload, size_t length,
-                           ipc_wire::Frame &reply, size_t &reply_length) {
+                           ipc_wire::Reply &reply, size_t &reply_length) {
   if (state_ != State::kUp) {
     errno = ENOTCONN;
     return false;
@@ -198,21 +202,10 @@ bool ServiceLink::exchange(ipc_wire::FrameHeader &header, const void *payload, s
     errno = error;
     return false;
   }
-  return await_reply(header.sequence, deadline, reply, reply_length);
+  return await_reply(header, deadline, reply, reply_length);
 }
 
-/** Sends through the lane if the service watches it. */
 bool ServiceLink::send(const ipc_wire::FrameHeader &header, const void *payload, size_t length) {
-  by_lane_ = lane_.peer_watches();
-  if (!by_lane_) {
-    return send_through_socket(header, payload, length);
-  }
-  lane_.watch();
-  return lane_.put(header, payload, length) || send_through_socket(ipc_wire::kWakeUp, nullptr, 0);
-}
-
-bool ServiceLink::send_through_socket(const ipc_wire::FrameHeader &header, const void *payload,
-                                      size_t length) {
   iovec parts[] = {{const_cast<ipc_wire::FrameHeader *>(&header), sizeof(header)},
                    {const_cast<void *>(payload), length}};
   msghdr message{};
@@ -221,28 +214,8 @@ bool ServiceLink::send_through_socket(const ipc_wire::FrameHeader &header, const
   return sendmsg(fd_, &message, MSG_NOSIGNAL) >= 0;
 }
 
-/** Looks for a message where the reply will be, without waiting, as recv does. */
-ssize_t ServiceLink::look(ipc_wire::Frame &frame) {
-  return by_lane_ ? lane_.look(frame) : recv(fd_, &frame, sizeof(frame), MSG_DONTWAIT | MSG_TRUNC);
-}
-
 /** Receives the next message, as recv does; -1 with errno ETIMEDOUT when none comes in time. */
-ssize_t ServiceLink::receive(Clock::time_point deadline, ipc_wire::Frame &frame) {
-  if (Clock::now() >= deadline) {
-    errno = ETIMEDOUT;
-    return -1;
-  }
-  ssize_t length = -1;
-  const bool arrived = patience_.wait([&] {
-    length = look(frame);
-    return length >= 0 || errno != EAGAIN;
-  });
-  if (arrived) {
-    return length;
-  }
-  if (by_lane_ && lane_.stop_watching()) {
-    return look(frame);
-  }
+ssize_t ServiceLink::receive(Clock::time_point deadline, ipc_wire::Reply &reply) {
   const auto left = deadline - Clock::now();
   const timespec timeout = {
       static_cast<time_t>(std::chrono::floor<std::chrono::seconds>(left).count()),
@@ -251,14 +224,12 @@ ssize_t ServiceLink::receive(Clock::time_point deadline, ipc_wire::Frame &frame)
   const int ready = left <= 0ns ? 0 : ppoll(&readable, 1, &timeout, nullptr);
   if (ready == 0) {
     errno = ETIMEDOUT;
-    return -1;
   }
-  length = ready < 0 ? -1 : recv(fd_, &frame, sizeof(frame), MSG_TRUNC);
-  return by_lane_ && ipc_wire::is_wake_up(frame, length) ? look(frame) : length;
+  return ready <= 0 ? -1 : recv(fd_, &reply, sizeof(reply), MSG_TRUNC);
 }
 
-bool ServiceLink::await_reply(uint32_t sequence, Clock::time_point deadline, ipc_wire::Frame &reply,
-                              size_t &reply_length) {
+bool ServiceLink::await_reply(const ipc_wire::FrameHeader &request, Clock::time_point deadline,
+                              ipc_wire::Reply &reply, size_t &reply_length) {
   while (true) {
     const ssize_t length = receive(deadline, reply);
     if (length < 0 && errno == ETIMEDOUT) {
@@ -278,17 +249,17 @@ bool ServiceLink::await_reply(uint32_t sequence, Clock::time_point deadline, ipc
       return false;
     }
     const auto octets = static_cast<size_t>(length);
-    if (octets < sizeof(reply.header) || octets > sizeof(reply)) {
+    if (octets >= sizeof(reply.header) && reply.header.sequence != request.sequence) {
+      continue; // Not the answer to this request: passed over, within the same deadline.
+    }
+    if (!is_whole(reply.header, octets, ipc_wire::rows_of(request))) {
       fail("the service sent a reply of " + std::to_string(octets) + " octets");
       errno = EPROTO;
       return false;
     }
-    if (reply.header.sequence == sequence) {
-      reply_length = octets - sizeof(reply.header);
-      doublings_ = 0;
-      return true;
-    }
-    // Not the answer to this request: passed over, within the same deadline.
+    reply_length = octets - sizeof(reply.header);
+    doublings_ = 0;
+    return true;
   }
 }
 
@@ -310,7 +281,6 @@ void ServiceLink::disconnect() {
     ::close(fd_);
     fd_ = -1;
   }
-  lane_ = {};
   state_ = State::kDown;
 }
 

@@ -9,8 +9,6 @@
 #pragma once
 
 #include "ipc_wire.h"
-#include "lane.h"
-#include "patience.h"
 
 #include <chrono>
 #include <cstddef>
@@ -38,12 +36,13 @@ public:
   /**
    * Sends a request and waits for its reply until the deadline of the settings.
    * \param header   The request's; the link fills in the sequence number.
-   * \param reply    Receives the reply.
+   * \param reply    Receives the reply: as many records as the request has use for, at most, and
+   *                 none longer than kMessageRoom.
    * \param reply_length Receives the octets of its payload.
    * \return false when the exchange failed, with errno telling why. The link is then down.
    */
   bool exchange(ipc_wire::FrameHeader &header, const void *payload, size_t length,
-                ipc_wire::Frame &reply, size_t &reply_length);
+                ipc_wire::Reply &reply, size_t &reply_length);
 
 private:
   enum class State { kDown, kGreeting, kUp };
@@ -57,18 +56,13 @@ private:
   void read_greeting_reply();
   void read_unasked();
   bool send(const ipc_wire::FrameHeader &header, const void *payload, size_t length);
-  bool send_through_socket(const ipc_wire::FrameHeader &header, const void *payload, size_t length);
-  ssize_t receive(Clock::time_point deadline, ipc_wire::Frame &frame);
-  ssize_t look(ipc_wire::Frame &frame);
-  bool await_reply(uint32_t sequence, Clock::time_point deadline, ipc_wire::Frame &reply,
-                   size_t &reply_length);
+  ssize_t receive(Clock::time_point deadline, ipc_wire::Reply &reply);
+  bool await_reply(const ipc_wire::FrameHeader &request, Clock::time_point deadline,
+                   ipc_wire::Reply &reply, size_t &reply_length);
   void fail(const std::string &why);
   void disconnect();
   void keep_trying();
   void stop_trying();
-
-  /** Most replies take less. */
-  static constexpr std::chrono::microseconds kReplyPatience{50};
 
   const char *label_;
   ipc_wire::Purpose purpose_;
@@ -77,9 +71,6 @@ private:
   int fd_ = -1;
   unsigned int alarm_ = 0;
   uint32_t sequence_ = 0;
-  ipc_wire::Lane lane_;  ///< Of an open connection for exchanges.
-  bool by_lane_ = false; ///< Whether the request was put into the lane, and so will be the reply.
-  ipc_wire::Patience patience_{kReplyPatience};
   Clock::time_point greeted_at_;
   Clock::time_point up_since_;
   Clock::time_point retry_at_;

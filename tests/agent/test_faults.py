@@ -113,13 +113,13 @@ def false_service(lab, serve):
         eventually(lambda: table_rows(lab))
 
 
-def greet(connection, magic=MAGIC, order=0x01020304, version=1, accepted=1, reason=b""):
+def greet(connection, magic=MAGIC, order=0x01020304, version=2, accepted=1, reason=b""):
     connection.recv(64)
     connection.send(struct.pack("=8sIII108s", magic, order, version, accepted, reason))
 
 
 @pytest.mark.parametrize("greeting, said", [
-    (dict(version=9), "protocol version mismatch: this end speaks 1, the other end 9"),
+    (dict(version=9), "protocol version mismatch: this end speaks 2, the other end 9"),
     (dict(order=0x04030201), "the other end runs with another byte order"),
     (dict(magic=b"HTTP/1.1"), "the other end does not speak the FCS messaging protocol"),
     (dict(accepted=0, reason=b"user 1000 may not connect"), "refused: user 1000 may not connect"),
@@ -140,7 +140,7 @@ def test_wrong_peers(lab, greeting, said):
 def frame(request, payload, sequence=0, result=0):
     """The reply to a request, with what a lying service would change."""
     asked, opcode = struct.unpack_from("=II", request)
-    return struct.pack("=IIIiI64s", asked + sequence, opcode, 0, result, 0, b"") + payload
+    return struct.pack("=IIIiIIi64s", asked + sequence, opcode, 0, result, 0, 0, 0, b"") + payload
 
 
 @pytest.mark.parametrize("replies", [
@@ -199,7 +199,7 @@ def test_notifications_are_received(lab):
         if purpose == 2:
             for opcode in [1407, 1408, 1409, 1411, 1415, 4711]:
                 for payload in [b"", b"\x01", b"A" * 1024]:
-                    connection.send(struct.pack("=IIIiI64s", 0, opcode, 0, 0, 0, b"") + payload)
+                    connection.send(struct.pack("=IIIiIIi64s", 0, opcode, 0, 0, 0, 0, 0, b"") + payload)
             taken.set()
         connection.recv(2000)
 

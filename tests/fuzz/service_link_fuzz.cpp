@@ -1,21 +1,24 @@
 /**
  * The agent's end of the messaging against a service that lies: about its greeting, lengths,
- * sequence numbers and results, with more replies than requests, and with messages unasked for.
+ * sequence numbers and results, with more replies than requests, with messages unasked for, and
+ * with batches of rows of every shape.
  *
  * A socket pair takes the place of the connection. What the service says is on its way before the
  * agent listens, and the service hangs up where it does not answer, so that nothing has to wait.
  */
 #include "fuzz_input.h"
 
+#include "feature/fabric_conf_server/fcs_protocol.h"
 #include "platform/agent_host.h"
 #include "platform/ipc.h"
 #include "platform/linux/fd.h"
 #include "platform/linux/ipc_wire.h"
-#include "platform/linux/lane.h"
 #include "platform/linux/notifications.h"
+#include "platform/linux/request_rows.h"
 #include "platform/linux/service_connection.h"
 #include "platform/linux/settings.h"
 
+#include <array>
 #include <cerrno>
 #include <sys/select.h>
 #include <sys/socket.h>
@@ -36,12 +39,10 @@ struct LyingService {
   FuzzInput *input = nullptr;
   Fd exchanges;
   Fd notifications;
-  ipc_wire::Lane lane;   ///< Of the exchanges, when the service has taken it.
   uint32_t sequence = 0; ///< Of the agent's last request.
 
   void greet(const Fd &peer) const;
   void hear_requests();
-  void hear(const Frame &request, size_t length);
   void say(const Fd &peer, uint32_t meant_sequence);
   void say_several(const Fd &peer, uint32_t meant_sequence);
   void answer();
@@ -76,13 +77,11 @@ void LyingService::say(const Fd &peer, uint32_t meant_sequence) {
   message.header.sequence = meant_sequence + input->octet();
   message.header.opcode = input->take<uint16_t>();
   message.header.result = input->octet();
+  message.header.rows = input->octet();
   const size_t length = input->up_to(sizeof(message));
   if (length > sizeof(message.header)) {
     const std::vector<uint8_t> payload = input->octets(length - sizeof(message.header));
     std::copy(payload.begin(), payload.end(), message.payload);
-  }
-  if (lane && &peer == &exchanges && length >= sizeof(message.header) && length <= sizeof(Frame)) {
-    lane.put(message.header, message.payload, length - sizeof(message.header));
   }
   send_to_agent(peer, &message, length);
 }
@@ -97,32 +96,23 @@ void LyingService::answer() {
   Frame frame{};
   frame.header.sequence = sequence + 1;
   frame.header.result = input->take<int32_t>();
+  frame.header.rows = input->octet() % 4;
   const size_t length = input->up_to(sizeof(frame.payload));
   const std::vector<uint8_t> payload = input->octets(length);
   std::copy(payload.begin(), payload.end(), frame.payload);
-  if (lane) {
-    lane.put(frame.header, frame.payload, length);
-  } else {
-    send_to_agent(exchanges, &frame, sizeof(frame.header) + length);
-  }
+  send_to_agent(exchanges, &frame, sizeof(frame.header) + length);
 }
 
 void LyingService::hear_requests() {
   Frame request{};
-  ssize_t length = lane.look(request);
-  if (length > 0) {
-    hear(request, static_cast<size_t>(length));
-  }
+  ssize_t length = 0;
   while (exchanges &&
          (length = recv(exchanges.get(), &request, sizeof(request), MSG_DONTWAIT)) > 0) {
-    hear(request, static_cast<size_t>(length));
-  }
-}
-
-void LyingService::hear(const Frame &request, size_t length) {
-  require(length >= sizeof(request.header), "a request has a header");
-  require(request.header.user[sizeof(request.header.user) - 1] == '\0', "a user's name ends");
-  if (request.header.opcode != ipc_wire::kLookAtLane) {
+    if (length == sizeof(ipc_wire::Greeting)) {
+      continue;
+    }
+    require(static_cast<size_t>(length) >= sizeof(request.header), "a request has a header");
+    require(request.header.user[sizeof(request.header.user) - 1] == '\0', "a user's name ends");
     sequence = request.header.sequence;
   }
 }
@@ -196,8 +186,62 @@ void start_agent_end() {
   }
 }
 
+/** A key of few values, so that some are the same. */
+std::vector<uint8_t> take_key(FuzzInput &input, const FcsKeyForm &form) {
+  std::vector<uint8_t> key(form.length());
+  for (uint8_t &octet : key) {
+    octet = std::array<uint8_t, 4>{0, 1, 2, 0xFF}[input.octet() % 4];
+  }
+  return key;
+}
+
+RowQuestion take_question(FuzzInput &input, std::vector<uint8_t> &request) {
+  const FcsKeyForm &form = FCS_KEY_FORMS[input.octet() % std::size(FCS_KEY_FORMS)];
+  request = take_key(input, form);
+  const auto *id = reinterpret_cast<const uint8_t *>(&form.record_id);
+  request.insert(request.begin(), id, id + sizeof(form.record_id));
+  const auto question = RowQuestion::of(FCS_MSG_REQUEST, 1 + input.octet() % 2, request);
+  require(question.has_value() && question->form == &form, "a row's request is known as one");
+  return *question;
+}
+
+/** Rows that come along, in order or not, and what is made of them. */
+void keep_rows(FuzzInput &input) {
+  static ipc_wire::Reply reply;
+  RequestRows rows;
+  rows.serve(1);
+  std::vector<uint8_t> request;
+  for (int i = input.octet() % 4; i >= 0; --i) {
+    const RowQuestion question = take_question(input, request);
+    reply.header = {};
+    reply.header.result = input.octet() % 4 == 0 ? input.octet() : 0;
+    reply.header.rows = input.octet() % 8;
+    reply.header.end = input.octet() % 4;
+    const size_t length = input.octet() % 64;
+    for (uint32_t row = 0; row < ipc_wire::rows_of(reply.header); ++row) {
+      const std::vector<uint8_t> key = take_key(input, *question.form);
+      std::copy_n(key.begin(), std::min(length, key.size()), reply.payload + row * length);
+    }
+    rows.keep(question, reply, length);
+  }
+  for (int i = 0; i < 8; ++i) {
+    const RowQuestion question = take_question(input, request);
+    const auto answer = rows.find(question);
+    if (!answer || answer->result != 0) {
+      continue;
+    }
+    const std::vector<uint8_t> readable(answer->record.begin(), answer->record.end());
+    require(readable.size() >= question.form->length(), "a row has a key");
+    const bool same = memcmp(readable.data(), question.key, question.form->length()) == 0;
+    require(same == (question.operation == FCS_OP_GET), "a row is the one asked for, or another");
+    require(rows.rows_to_ask(question, 5) <= 5, "no more rows are asked for than are of use");
+  }
+  rows.serve(2);
+  require(!rows.find(take_question(input, request)), "another request begins without rows");
+}
+
 void take_step(FuzzInput &input) {
-  switch (input.octet() % 4) {
+  switch (input.octet() % 5) {
   case 0: exchange(); break;
   case 1:
     service.say_several(service.exchanges, service.sequence);
@@ -208,6 +252,7 @@ void take_step(FuzzInput &input) {
     serve_agent();
     break;
   case 3: service_connection_open(); break;
+  case 4: keep_rows(input); break;
   }
 }
 
@@ -224,19 +269,6 @@ int ipc_wire::connect_to(const std::string & /*path*/, int type_flags) {
   peer = Fd(ends[1]);
   service.greet(peer);
   return ends[0];
-}
-
-/** In place of the platform's own: the service may take the lane that it is offered. */
-ssize_t ipc_wire::send_greeting(int /*socket*/, const Greeting &greeting, int descriptor) {
-  if (descriptor >= 0) {
-    service.lane = {};
-    if (service.input->octet() % 2 == 0) {
-      service.lane = Lane::take(descriptor);
-      require(static_cast<bool>(service.lane), "the agent offers a lane that is fit");
-      service.lane.watch();
-    }
-  }
-  return sizeof(greeting);
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *octets, size_t length) {

@@ -90,7 +90,7 @@ private:
   fcs::Configuration configuration_{store_.store, notifications_};
   std::chrono::steady_clock::time_point now_;
   std::optional<fcs::Discovery> discovery_;
-  std::array<uint8_t, FCS_MESSAGE_ROOM> room_{};
+  alignas(uint32_t) std::array<uint8_t, FCS_MESSAGE_ROOM> room_{};
 };
 
 } // namespace

@@ -1,7 +1,5 @@
 #include "fixtures.h"
 
-#include "service/read_ahead.h"
-
 #include <cstring>
 
 namespace {
@@ -53,46 +51,6 @@ TEST_F(Dispatch, TellsAFailureOfTheStore) {
   fcs::Database(dir_.path("fabric.db")).execute("ALTER TABLE vsan RENAME TO gone");
   EXPECT_EQ(ask(FCS_OP_GET, words({10, 1})).result, FCS_ERR_STORE);
   EXPECT_EQ(ask(FCS_OP_GET, words({100})).result, FCS_ERR_STORE);
-}
-
-TEST_F(Dispatch, ReadingAheadTellsWhatReadingTells) {
-  const fcs::RequestContext context{store_, configuration_, "admin"};
-  std::array<uint8_t, FCS_MESSAGE_ROOM> room{};
-  fcs::ReadAhead ahead;
-  const auto expect_same = [&](uint32_t operation, const Bytes &request) {
-    room.fill(0xAA);
-    const fcs::Answer told = ahead.answer(context, operation, request, room);
-    const fcs::Answer read = ask(operation, request);
-    EXPECT_EQ(told.result, read.result);
-    EXPECT_EQ(told.length, read.length);
-    EXPECT_EQ(room, room_);
-    ahead.prepare(context);
-    return read.result == FCS_OK &&
-           std::memcmp(room_.data(), &FCS_END_OF_TABLE, sizeof(FCS_END_OF_TABLE)) != 0;
-  };
-  for (const auto &[id, length, written] : kKeyed) {
-    SCOPED_TRACE(id);
-    Bytes next = words({id});
-    next.resize(next.size() + length, 0);
-    size_t rows = 0;
-    for (; rows < 200 && expect_same(FCS_OP_GETNEXT, next); ++rows) {
-      std::copy_n(room_.begin(), length, next.begin() + 4);
-      // The walk goes on, or somebody asks for something else first.
-      if (rows % 3 == 1) {
-        expect_same(FCS_OP_GET, next);
-      } else if (rows % 3 == 2) {
-        expect_same(FCS_OP_GETNEXT, words({id, 0}));
-      }
-    }
-    EXPECT_GE(rows, 3U);
-    EXPECT_LT(rows, 200U) << "the walk has no end";
-  }
-  ahead.answer(context, FCS_OP_GETNEXT, words({10, 0}), room);
-  ahead.prepare(context);
-  ahead.forget();
-  EXPECT_EQ(import_text(store_, R"({"vsans": []})"), "");
-  ahead.answer(context, FCS_OP_GETNEXT, words({10, 1}), room);
-  EXPECT_EQ(std::memcmp(room.data(), &FCS_END_OF_TABLE, sizeof(FCS_END_OF_TABLE)), 0);
 }
 
 } // namespace

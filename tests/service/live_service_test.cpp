@@ -47,7 +47,7 @@ TEST_F(LiveService, RefusesGreetingsThatDoNotMatch) {
   Greeting newer = ipc_wire::greeting_for(ipc_wire::kExchange);
   newer.version = 99;
   const std::pair<Greeting, std::string> kCases[] = {
-      {newer, "protocol version mismatch: this end speaks 1, the other end 99"},
+      {newer, "protocol version mismatch: this end speaks 2, the other end 99"},
       {ipc_wire::greeting_for(static_cast<ipc_wire::Purpose>(77)), "unknown purpose 77"},
   };
   for (const auto &[greeting, fault] : kCases) {
