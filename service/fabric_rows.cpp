@@ -181,7 +181,8 @@ KeyedRows::KeyedRows(Database &database, const KeyedTable &table)
                   {database, next_sql(table.select, table.key, table.parameters)}} {}
 
 HidingRows::HidingRows(Database &database, const HidingTable &table)
-    : statements_{{database, exact_sql(hiding_select(table), hiding_key(table), "?1, ?2")},
+    : database_(database),
+      statements_{{database, exact_sql(hiding_select(table), hiding_key(table), "?1, ?2")},
                   {database, next_sql(hiding_select(table), hiding_key(table), "?1, ?2")}},
       next_local_(database, next_sql(local_select(table), hiding_key(table), "?1, ?2")),
       next_discovered_(database,

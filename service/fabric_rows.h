@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 #include <span>
 #include <string>
 
@@ -65,6 +66,7 @@ public:
               Octets name) {
     Key key(word, name);
     size_t found = 0;
+    std::optional<ReadTransaction> moment;
     while (found < room.size()) {
       auto stretch = statements_[static_cast<size_t>(lookup)].run(key.word, key.name());
       bool more = stretch.next();
@@ -77,7 +79,11 @@ public:
       if (!more || lookup == Lookup::kExact) {
         return found;
       }
-      // However many rows are hidden in a stretch, two queries lead past them all.
+      // However many rows are hidden in a stretch, two queries lead past them all. What they and
+      // the next stretch find is of the same moment as this stretch, which is still being read.
+      if (!moment) {
+        moment.emplace(database_);
+      }
       auto local = next_local_.run(stretch.word(0), stretch.octets(1));
       auto discovered = next_discovered_.run(stretch.word(0));
       const Rows *first = earlier(local, discovered);
@@ -108,6 +114,7 @@ private:
   /** Takes the first row of each: the one with the lesser key, or null when both are empty. */
   static const Rows *earlier(Rows &a, Rows &b);
 
+  Database &database_;
   Statement statements_[2]; ///< By Lookup; the last column tells whether the row is hidden.
   /** The first row of a local element after a key. */
   Statement next_local_;

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <optional>
 
 namespace fcs {
 
@@ -47,10 +46,6 @@ Answer answer_row(const RequestContext &context, FcsOperation operation, const u
   Key key{};
   std::memcpy(&key, request, sizeof(key));
   const std::span<Record> records = records_in<Record>(room, context.rows);
-  std::optional<ReadTransaction> moment;
-  if (records.size() > 1) {
-    moment.emplace(context.store.database()); // All rows of an answer are of one moment.
-  }
   FabricRows &rows = context.store.rows();
   size_t found = 0;
   if (operation == FCS_OP_GET) {
