@@ -7,9 +7,9 @@ import socket
 import struct
 import threading
 import time
-from contextlib import contextmanager
 
 import pytest
+from false_service import false_service
 from lab import BUILD, READER, ROOT, WRITER, eventually, resident_kilobytes, v3
 
 DEADLINE = 0.2  # The exchange deadline, in seconds.
@@ -72,45 +72,6 @@ def test_service_hung(lab):
         os.kill(service, signal.SIGCONT)
     assert eventually(lambda: table_rows(lab) == rows, seconds=2)
     assert f"no answer within {int(DEADLINE * 1000)} ms" in lab.log()
-
-
-@contextmanager
-def false_service(lab, serve):
-    """An agent that is pointed at a service of the test's own making: serve(connection) for each connection."""
-    path = str(lab.directory / "false.sock")
-    listener = socket.socket(socket.AF_UNIX, socket.SOCK_SEQPACKET)
-    listener.bind(path)
-    listener.listen(16)
-    connections = []
-
-    def accept():
-        while True:
-            try:
-                connection, _ = listener.accept()
-            except OSError:
-                return
-            connections.append(connection)
-            threading.Thread(target=run, args=(connection,), daemon=True).start()
-
-    def run(connection):
-        try:
-            serve(connection)
-        except OSError:
-            pass
-
-    threading.Thread(target=accept, daemon=True).start()
-    real = f"fcsServiceSocket {lab.directory}/fcsd.sock"
-    lab.reconfigure(lambda text: text.replace(real, f"fcsServiceSocket {path}"))
-    try:
-        yield
-    finally:
-        listener.shutdown(socket.SHUT_RDWR)
-        listener.close()
-        for connection in connections:
-            connection.close()
-        os.unlink(path)
-        lab.reconfigure(lambda text: text.replace(f"fcsServiceSocket {path}", real))
-        eventually(lambda: table_rows(lab))
 
 
 def greet(connection, magic=MAGIC, order=0x01020304, version=2, accepted=1, reason=b""):

@@ -20,21 +20,17 @@ sys.path[:0] = [str(Path(__file__).resolve().parents[1] / "agent")]
 import ber
 import mutations
 from lab import BUILD, ROOT, Lab, has_sanitizer
+from message import GET, INTEGER, NULL, message
 from recorder import record
 
 WINDOW = 40  # Packets between two good requests: what the agent's socket has room for.
 PATIENCE = 60.0
 LONGEST = 8000  # The longest packet sent.
-GET, INTEGER, OCTETS, NULL, OID, SEQUENCE = 0xA0, 0x02, 0x04, 0x05, 0x06, 0x30
 
 
 def good_request(number):
     """A GET of fcsVsanDiscoveryTimeOut.0 whose request id is `number`."""
-    numbers = [int(part) for part in f"{ROOT}.1.1.7.0".split(".")]
-    name = ber.sub_identifiers(numbers[0] * 40 + numbers[1], *numbers[2:])
-    binding = [SEQUENCE, [[OID, name], [NULL, b""]]]
-    pdu = [[INTEGER, number.to_bytes(4, "big")], [INTEGER, b"\x00"], [INTEGER, b"\x00"], [SEQUENCE, [binding]]]
-    return ber.encode([[SEQUENCE, [[INTEGER, b"\x01"], [OCTETS, b"public"], [GET, pdu]]]])
+    return message("public", GET, number, [(f"{ROOT}.1.1.7.0", NULL, b"")])
 
 
 class Manager:
