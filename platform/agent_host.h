@@ -50,7 +50,8 @@ void agent_notif_unregister(uint32_t opcode);
 int32_t agent_notif_enable_get(uint32_t opcode);
 
 /**
- * Switches the SNMP notification of message opcode `opcode` on (`enable` 1) or off (0), durably.
+ * Switches the SNMP notification of message opcode `opcode` on (`enable` 1) or off (0). That
+ * outlives the agent from the end of the request on, which may have thousands of these calls.
  * \return 0 on success, or an error code for errno_text.
  */
 int32_t agent_notif_enable_set(uint32_t opcode, int32_t enable);

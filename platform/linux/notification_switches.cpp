@@ -25,6 +25,9 @@ struct Switch {
 /** Off until a manager switches them on. */
 Switch switches[] = {{FCS_MSG_REG_REQ_REJ, 0}, {FCS_MSG_DISC_COMPLETE, 0}};
 
+/** Of the turn of the agent's loop in which they are stored; 0 when the store is up to date. */
+unsigned int store_alarm;
+
 Switch *switch_of(uint32_t opcode) {
   for (Switch &candidate : switches) {
     if (candidate.opcode == opcode) {
@@ -54,6 +57,19 @@ int write_lines(int /*major*/, int /*minor*/, void * /*server*/, void * /*client
   return SNMPERR_SUCCESS;
 }
 
+/** Has the agent store what it keeps, if a switch has changed since. */
+void store_changes() {
+  if (store_alarm != 0) {
+    snmp_alarm_unregister(store_alarm);
+    store_alarm = 0;
+    snmp_store(netsnmp_ds_get_string(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_APPTYPE));
+  }
+}
+
+void on_next_turn(unsigned int /*alarm*/, void * /*client*/) {
+  store_changes();
+}
+
 } // namespace
 
 void notification_switches_register() {
@@ -62,6 +78,7 @@ void notification_switches_register() {
 }
 
 void notification_switches_unregister() {
+  store_changes();
   snmp_unregister_callback(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_STORE_DATA, write_lines, nullptr,
                            0);
   unregister_app_config_handler(kToken);
@@ -77,8 +94,12 @@ int32_t agent_notif_enable_set(uint32_t opcode, int32_t enable) {
   if (entry == nullptr) {
     return -1;
   }
-  entry->enabled = enable;
-  // Now, not when the agent ends: it may not end in order.
-  snmp_store(netsnmp_ds_get_string(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_APPTYPE));
+  if (entry->enabled != enable) {
+    entry->enabled = enable;
+    // Once for all of a request's changes, but not as late as the agent's end, which may be sudden.
+    if (store_alarm == 0) {
+      store_alarm = snmp_alarm_register(0, 0, on_next_turn, nullptr);
+    }
+  }
   return 0;
 }

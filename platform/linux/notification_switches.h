@@ -1,11 +1,12 @@
 /**
  * The switches of the SNMP notifications. They are kept in Net-SNMP's persistent store, and survive
- * a restart of the agent and a reload of the module.
+ * a restart of the agent and a reload of the module. What a request has changed is stored behind
+ * it, once, in the same turn of the agent's loop.
  */
 #pragma once
 
 /** Registers the store's token and the writing of it. */
 void notification_switches_register();
 
-/** Takes both out again; the store keeps what was last written. */
+/** Stores what has not been stored yet, and takes both out again. */
 void notification_switches_unregister();
