@@ -10,6 +10,7 @@
 #include <chrono>
 #include <cstring>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <net-snmp/library/snmpTCPDomain.h>
@@ -28,14 +29,18 @@ constexpr char kModuleHandlerName[] = "old_api";
 
 using Clock = std::chrono::steady_clock;
 
-constexpr int kExchangeTimeoutsOfARead = 10;
+constexpr int kExchangeTimeoutsOfARequest = 10;
+constexpr auto kBetweenReports = std::chrono::minutes(1);
 
 void (*before_request)();
-/** The message being served; null outside of one. */
+/** The message being served, and as it came; null outside of one. */
 const netsnmp_pdu *current;
-/** The last read, by its transaction, and when its first object was served. */
-long read_transaction = -1;
-Clock::time_point read_began;
+const netsnmp_pdu *current_as_it_came;
+/** The last request, by its transaction and its id: the agent's own have no transaction. */
+std::pair<long, long> last_request;
+/** How many there have been, and when the first object of the last one was served. */
+long request_number;
+Clock::time_point request_began;
 /** Whether the message being served is a read. */
 bool current_is_read;
 /** How many rows the bindings being served may still ask of their table. */
@@ -71,7 +76,28 @@ std::string security_name(const netsnmp_pdu &pdu) {
     return {pdu.securityName, pdu.securityNameLen};
   }
   const char *name = security_name_of_community(pdu);
-  return name == nullptr ? std::string() : std::string(name);
+  if (name == nullptr) {
+    DEBUGMSGTL((kRequestToken, "no security name for the community of this request\n"));
+    return {};
+  }
+  return name;
+}
+
+/** Logs that the request being served has spent its share of time. */
+void report_overdue(std::chrono::milliseconds share) {
+  static Clock::time_point next_report;
+  if (Clock::now() < next_report) {
+    return;
+  }
+  next_report = Clock::now() + kBetweenReports;
+  const netsnmp_variable_list &asked =
+      current_binding != nullptr ? *current_binding : *current_as_it_came->variables;
+  snmp_log(LOG_WARNING,
+           "fcs: %s of %s by user '%s' has spent its %lld ms with the FCS service: the rest of it"
+           " fails\n",
+           snmp_pdu_type(current_as_it_came->command),
+           writable_instance_text(asked.name, asked.name_length).c_str(), agent_session_user(0),
+           static_cast<long long>(share.count()));
 }
 
 /** Each binding asks for a row, and one that a GETBULK repeats for as many more. */
@@ -91,11 +117,13 @@ public:
   CurrentRequest(const netsnmp_agent_request_info &info, const netsnmp_request_info *requests) {
     current_rows = rows_asked_for(requests);
     current = info.asp->pdu;
+    current_as_it_came = info.asp->orig_pdu;
     current_user_known = false;
     current_is_read = !MODE_IS_SET(info.mode);
-    if (current_is_read && current->transid != read_transaction) {
-      read_transaction = current->transid;
-      read_began = Clock::now();
+    if (const std::pair request(current->transid, current->reqid); request != last_request) {
+      last_request = request;
+      ++request_number;
+      request_began = Clock::now();
     }
   }
   ~CurrentRequest() { current = nullptr; }
@@ -215,12 +243,20 @@ RowUse agent_request_row_use() {
   }
   const bool asks_once = current->command != SNMP_MSG_GETBULK && current->variables != nullptr &&
                          current->variables->next_variable == nullptr;
-  return asks_once ? kEachByItself : RowUse{current->transid, current_rows};
+  return asks_once ? kEachByItself : RowUse{request_number, current_rows};
+}
+
+long agent_request_number() {
+  return request_number;
 }
 
 bool agent_request_is_overdue() {
-  return current != nullptr && current_is_read &&
-         Clock::now() - read_began > kExchangeTimeoutsOfARead * settings().exchange_timeout;
+  const auto share = kExchangeTimeoutsOfARequest * settings().exchange_timeout;
+  if (current == nullptr || Clock::now() - request_began <= share) {
+    return false;
+  }
+  report_overdue(share);
+  return true;
 }
 
 const char *agent_session_user(int /*request*/) {

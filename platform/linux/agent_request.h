@@ -25,9 +25,12 @@ void agent_request_release();
 /** The binding of the SET that is being served; null outside of one. */
 const netsnmp_variable_list *agent_request_binding();
 
+/** Tells the requests apart, also those that the agent makes itself: they are one transaction. */
+long agent_request_number();
+
 /** The use that a read has for rows beyond the one it asks the service for. */
 struct RowUse {
-  long transaction; ///< Of the read; -1 where each row is asked for by itself.
+  long transaction; ///< Number of the read; -1 where each row is asked for by itself.
   uint32_t rows;    ///< How many rows of a table it may still ask for.
 };
 
@@ -35,8 +38,11 @@ struct RowUse {
 RowUse agent_request_row_use();
 
 /**
- * Whether the read being served has had more than its share of time: ten exchange timeouts since
- * its first object. No service, however slow or faulty, may keep the agent from its other requests
- * for longer. A SET has no such limit, for it may have thousands of exchanges to make.
+ * Whether the request being served has had its share of time: ten exchange timeouts since its first
+ * object. No service, however slow or faulty, may keep the agent from its other requests for much
+ * longer. Once a minute at most, the request that has spent it is logged.
  */
 bool agent_request_is_overdue();
+
+/** The debug token that says whom a request is from, and why what it asks for is refused. */
+constexpr char kRequestToken[] = "fcs_request";

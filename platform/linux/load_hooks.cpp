@@ -4,7 +4,6 @@
  */
 #include "agent_request.h"
 #include "notification_switches.h"
-#include "notifications.h"
 #include "row_index_release.h"
 #include "service_connection.h"
 #include "settings.h"
@@ -69,7 +68,6 @@ extern "C" void deinit_fcs() {
   row_index_release(temp_mgmt_addr_table);
   row_index_release(temp_platform_table);
   service_connection_close();
-  notifications_stop();
   snmp_alarm_unregister(first_turn_alarm);
   snmp_unregister_callback(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_POST_READ_CONFIG,
                            on_configuration_read, nullptr, 0);

@@ -29,9 +29,9 @@ constexpr size_t kTrapOidLength = 13;
 
 std::map<uint32_t, AgentNotifHandler *> handlers;
 
-/** Messages that the module has sent itself; they come back in the agent's loop. */
-std::deque<IpcMessage> looped_back;
-unsigned int loop_alarm;
+/** Messages on their way to their handlers: one of the service, then those that its handler sends.
+ * The module sends from its handlers only. */
+std::deque<IpcMessage> waiting;
 
 IpcMessage message_of(uint32_t opcode, const void *payload, size_t length) {
   IpcMessage message{};
@@ -84,25 +84,15 @@ void deliver(const IpcMessage &message) {
   snmp_free_varbind(bindings);
 }
 
-void deliver_looped_back(unsigned int /*alarm*/, void * /*client*/) {
-  loop_alarm = 0;
-  for (size_t waiting = looped_back.size(); waiting > 0; --waiting) {
-    const IpcMessage message = looped_back.front();
-    looped_back.pop_front();
-    deliver(message);
-  }
-}
-
 } // namespace
 
 void notifications_deliver(const ipc_wire::Frame &frame, size_t length) {
-  deliver(message_of(frame.header.opcode, frame.payload, length));
-}
-
-void notifications_stop() {
-  snmp_alarm_unregister(loop_alarm);
-  loop_alarm = 0;
-  looped_back.clear();
+  waiting.push_back(message_of(frame.header.opcode, frame.payload, length));
+  while (!waiting.empty()) {
+    const IpcMessage message = waiting.front();
+    waiting.pop_front();
+    deliver(message);
+  }
 }
 
 const void *ipc_payload_get(const IpcMessage *message) {
@@ -117,10 +107,7 @@ int32_t ipc_send(uint32_t /*queue*/, const IpcAddress *destination, uint32_t opc
       length > IPC_MESSAGE_ROOM) {
     return -1;
   }
-  looped_back.push_back(message_of(opcode, payload, length));
-  if (loop_alarm == 0) {
-    loop_alarm = snmp_alarm_register(0, 0, deliver_looped_back, nullptr);
-  }
+  waiting.push_back(message_of(opcode, payload, length));
   return 0;
 }
 

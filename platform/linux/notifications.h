@@ -10,9 +10,7 @@
 
 /**
  * Hands a notification of the service to the handler registered for its opcode, if there is one,
- * and sends the SNMP notification that the handler asks for, unless it is switched off.
+ * and sends the SNMP notification that the handler asks for, unless it is switched off. A message
+ * that the handler sends follows at once: it cannot be left behind by a service that goes on.
  */
 void notifications_deliver(const ipc_wire::Frame &frame, size_t length);
-
-/** Drops what has not been delivered yet. */
-void notifications_stop();

@@ -31,6 +31,8 @@ constexpr auto kSteadyAfter = 5s;
 constexpr int kMostDoublings = 5;
 /** Messages taken in one turn of the select loop, so that a talkative service starves nobody. */
 constexpr int kMessagesPerTurn = 16;
+/** A turn that takes longer has made the agent's requests wait. */
+constexpr auto kShortTurn = 10ms;
 
 /** How a connection ended on which recv returned `result`, 0 or -1. */
 std::string ending(ssize_t result) {
@@ -99,12 +101,20 @@ void ServiceLink::connect() {
     fail("cannot greet: " + std::string(strerror(errno)));
     return;
   }
-  if (register_readfd(fd_, on_readable, this) != FD_REGISTERED_OK) {
-    fail("the agent's select loop takes no further descriptor");
+  if (!listen()) {
     return;
   }
   greeted_at_ = Clock::now();
   state_ = State::kGreeting;
+}
+
+/** Has the agent's select loop watch the connection. */
+bool ServiceLink::listen() {
+  if (register_readfd(fd_, on_readable, this) != FD_REGISTERED_OK) {
+    fail("the agent's select loop takes no further descriptor");
+    return false;
+  }
+  return true;
 }
 
 bool ServiceLink::peer_is_trusted() {
@@ -170,6 +180,7 @@ void ServiceLink::read_greeting_reply() {
 /** What arrives outside of an exchange: the end of the connection, or the service's own messages.
  */
 void ServiceLink::read_unasked() {
+  const auto began = Clock::now();
   for (int i = 0; i < kMessagesPerTurn && state_ == State::kUp; ++i) {
     ipc_wire::Frame frame{};
     const ssize_t length = recv(fd_, &frame, sizeof(frame), MSG_DONTWAIT | MSG_TRUNC);
@@ -185,7 +196,24 @@ void ServiceLink::read_unasked() {
     } else {
       receiver_(frame, static_cast<size_t>(length) - sizeof(frame.header));
     }
+    if (const auto taken = Clock::now() - began; taken > kShortTurn && state_ == State::kUp) {
+      rest(std::chrono::duration_cast<std::chrono::microseconds>(taken));
+      return;
+    }
   }
+}
+
+/** Leaves what arrives next where it is: requests have the agent for as long as they had to wait.
+ */
+void ServiceLink::rest(std::chrono::microseconds duration) {
+  unregister_readfd(fd_);
+  rest_alarm_ = snmp_alarm_register_hr(to_timeval(duration), 0, on_rested, this);
+}
+
+void ServiceLink::on_rested(unsigned int /*alarm*/, void *link) {
+  auto *self = static_cast<ServiceLink *>(link);
+  self->rest_alarm_ = 0;
+  self->listen();
 }
 
 bool ServiceLink::exchange(ipc_wire::FrameHeader &header, const void *payload, size_t length,
@@ -276,6 +304,10 @@ void ServiceLink::fail(const std::string &why) {
 }
 
 void ServiceLink::disconnect() {
+  if (rest_alarm_ != 0) {
+    snmp_alarm_unregister(rest_alarm_);
+    rest_alarm_ = 0;
+  }
   if (fd_ >= 0) {
     unregister_readfd(fd_);
     ::close(fd_);

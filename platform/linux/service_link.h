@@ -50,11 +50,14 @@ private:
 
   static void on_alarm(unsigned int alarm, void *link);
   static void on_readable(int fd, void *link);
+  static void on_rested(unsigned int alarm, void *link);
 
   void connect();
+  bool listen();
   bool peer_is_trusted();
   void read_greeting_reply();
   void read_unasked();
+  void rest(std::chrono::microseconds duration);
   bool send(const ipc_wire::FrameHeader &header, const void *payload, size_t length);
   ssize_t receive(Clock::time_point deadline, ipc_wire::Reply &reply);
   bool await_reply(const ipc_wire::FrameHeader &request, Clock::time_point deadline,
@@ -70,6 +73,7 @@ private:
   State state_ = State::kDown;
   int fd_ = -1;
   unsigned int alarm_ = 0;
+  unsigned int rest_alarm_ = 0; ///< While the select loop does not watch an open connection.
   uint32_t sequence_ = 0;
   Clock::time_point greeted_at_;
   Clock::time_point up_since_;

@@ -281,6 +281,5 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *octets, size_t length) {
     take_step(input);
   }
   service_connection_close();
-  notifications_stop();
   return 0;
 }
