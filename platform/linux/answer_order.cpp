@@ -1,5 +1,7 @@
 #include "answer_order.h"
 
+#include "agent_request.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <utility>
@@ -53,6 +55,14 @@ bool is_out_of_order(const netsnmp_request_info &request, const Name &asked) {
   return is_answered(request) && !is_behind(name_of(request), asked);
 }
 
+void tell_disorder(const netsnmp_request_info &request, const Name &asked) {
+  DEBUGMSGTL((kRequestToken, "the service is out of order: behind "));
+  DEBUGMSGOID((kRequestToken, asked.data(), asked.size()));
+  DEBUGMSG((kRequestToken, " comes "));
+  DEBUGMSGOID((kRequestToken, request.requestvb->name, request.requestvb->name_length));
+  DEBUGMSG((kRequestToken, "; the table ends here\n"));
+}
+
 } // namespace
 
 int serve_in_order(netsnmp_mib_handler *handler, netsnmp_handler_registration *registration,
@@ -77,8 +87,11 @@ int serve_in_order(netsnmp_mib_handler *handler, netsnmp_handler_registration *r
       result = netsnmp_call_next_handler(handler, registration, request_info, request);
       request->next = others;
     }
-    if (is_out_of_order(*request, *asked_for) || !is_answered(*request)) {
+    if (is_out_of_order(*request, *asked_for)) {
+      tell_disorder(*request, *asked_for);
       ask_for_next_of(*asked_for, *request); // It stays unanswered.
+    } else if (!is_answered(*request)) {
+      ask_for_next_of(*asked_for, *request);
     }
   }
   return result;

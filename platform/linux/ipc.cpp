@@ -69,6 +69,7 @@ int32_t ipc_req_resp(uint32_t opcode, uint32_t flag, const void *request, void *
     }
   }
   if (agent_request_is_overdue()) {
+    DEBUGMSGTL((kRequestToken, "no exchange: the request has spent its time\n"));
     errno = ETIMEDOUT;
     return -1;
   }
@@ -81,6 +82,7 @@ int32_t ipc_req_resp(uint32_t opcode, uint32_t flag, const void *request, void *
   static ipc_wire::Reply reply;
   size_t reply_length = 0;
   if (!exchanges.exchange(header, request, *length, reply, reply_length)) {
+    DEBUGMSGTL((kRequestToken, "exchange failed: %s\n", strerror(errno)));
     return -1;
   }
   const size_t record_length = reply_length / ipc_wire::rows_of(reply.header);

@@ -1,5 +1,6 @@
 #include "roles.h"
 
+#include "agent_request.h"
 #include "platform/agent_host.h"
 #include "platform/role.h"
 
@@ -17,6 +18,8 @@ constexpr uint32_t kWholeRange = 512;
 struct Role {
   VsanBitmap readable{kWholeRange, {}};
   VsanBitmap writable{kWholeRange, {}};
+  std::string read_list = "none";
+  std::string write_list = "none";
 };
 
 struct Roles {
@@ -78,15 +81,25 @@ std::string parse_list(const std::string &list, VsanBitmap &vsans) {
   return list.back() == ',' ? "VSAN list '" + list + "': ends with a comma" : "";
 }
 
+/** Says once for each request whom it is from and what that user may access. */
+void tell_role(const char *name, const Role &role) {
+  static long told;
+  if (told != agent_request_number()) {
+    told = agent_request_number();
+    DEBUGMSGTL((kRequestToken, "user '%s', role '%s': reads VSANs %s, writes %s\n",
+                agent_session_user(0), name, role.read_list.c_str(), role.write_list.c_str()));
+  }
+}
+
 /** The role of the user being served; one without any VSAN when the user has none. */
 const Role &role_of_current_user() {
   static const Role no_role;
   const auto user = roles.role_of_user.find(agent_session_user(0));
-  if (user == roles.role_of_user.end()) {
-    return no_role;
-  }
-  const auto role = roles.by_name.find(user->second);
-  return role == roles.by_name.end() ? no_role : role->second;
+  const bool has_role = user != roles.role_of_user.end();
+  const auto entry = has_role ? roles.by_name.find(user->second) : roles.by_name.end();
+  const Role &role = entry == roles.by_name.end() ? no_role : entry->second;
+  tell_role(has_role ? user->second.c_str() : "", role);
+  return role;
 }
 
 } // namespace
@@ -103,8 +116,10 @@ std::string roles_define(const char *arguments) {
     return "role '" + words[0] + "' is defined already";
   }
   Role role;
+  role.read_list = words[1];
+  role.write_list = words[2];
   for (const auto &[list, vsans] :
-       {std::pair(words[1], &role.readable), std::pair(words[2], &role.writable)}) {
+       {std::pair(role.read_list, &role.readable), std::pair(role.write_list, &role.writable)}) {
     if (std::string fault = parse_list(list, *vsans); !fault.empty()) {
       return fault;
     }

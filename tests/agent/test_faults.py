@@ -10,7 +10,7 @@ import time
 
 import pytest
 from false_service import false_service
-from lab import BUILD, READER, ROOT, WRITER, eventually, resident_kilobytes, v3
+from lab import BUILD, READER, ROOT, WRITER, Lab, eventually, resident_kilobytes, v3
 
 DEADLINE = 0.2  # The exchange deadline, in seconds.
 DLMOD_STATUS = "1.3.6.1.4.1.2021.13.14.2.1.5"
@@ -150,6 +150,44 @@ def test_no_read_keeps_the_agent_for_long(lab, pause, readable):
         lab.reconfigure(lambda text: text.replace(f"{role}{readable}", f"{role}1-100"))
 
 
+def test_who_looks_is_told_why_nothing_is_shown(tmp_path):
+    """A user without a role, rows out of order, a spent budget: a line each under the debug token, or in the log. The
+    agent's own requests, which are all one transaction, have a budget each."""
+    def serve(connection):
+        greet(connection)
+        while request := connection.recv(2000):
+            time.sleep(0.15)
+            connection.send(frame(request, struct.pack("=I", 1) + b"\0" * 548))
+
+    lab = Lab(tmp_path / "lab")
+    lab.directory.mkdir(mode=0o700)
+    debug = lab.directory / "debug.log"
+    (lab.directory / "snmpd.local.conf").write_text(
+        f"[snmp] doDebugging 1\n[snmp] debugTokens fcs_request\n[snmp] logOption f {debug}\n"
+        'com2sec lab-guest default guest\ngroup lab-guests v2c lab-guest\n'
+        'access lab-guests "" any noauth exact everything none none\n'
+        'createUser monitor SHA-256 monitor-phrase\nrouser monitor\niquerySecName monitor\nfcsRoleUser monitor operations\n'
+        f"monitor -r 1 -u monitor elements {ROOT}.1.1.11.1.3 > 5000\n")
+    monitored = "user 'monitor', role 'operations': reads VSANs 1-100, writes 1-50"
+    try:
+        lab.up()
+        assert lab.walk(["-v2c", "-c", "guest"], ".1.1.11") == []
+        eventually(lambda: debug.read_text().count(monitored) > 30, seconds=20)
+        assert "no exchange" not in debug.read_text()
+        with false_service(lab, serve):
+            eventually(lambda: "exchanges: connected" in lab.log().rsplit("restarted", 1)[1])
+            for _ in range(2):
+                lab.run("snmpbulkget", [*v3("operator"), "-Cr50"], f"{ROOT}.1.1.11", f"{ROOT}.1.1.15")
+            log, said = lab.log(), debug.read_text()
+    finally:
+        lab.down()
+    assert log.count("GETBULK of .1.3.6.1.4.1.32473.1.1.1.1.11 by user 'operator' has spent its 2000 ms") == 1, "a minute"
+    assert "user 'lab-guest', role '': reads VSANs none, writes none" in said
+    assert "user 'operator', role 'operations': reads VSANs 1-100, writes 1-50" in said
+    assert re.search(r"out of order: behind \S+32473\.1\.1\.1\.1\.11\.\S+ comes \S+11\.1\.2\.1\.0", said)
+    assert "no exchange: the request has spent its time" in said
+
+
 def test_notifications_are_received(lab):
     """Every message is taken, whatever it looks like."""
     taken = threading.Event()
@@ -273,7 +311,6 @@ def test_reloading_leaves_nothing_behind(lab):
 
 
 def test_labs_side_by_side_and_up_again(lab, tmp_path):
-    from lab import Lab
     other = Lab(tmp_path / "other")
     try:
         assert "core-a.example.net" in other.up()

@@ -2,6 +2,7 @@
 #include "platform/linux/roles.h"
 
 #include "platform/agent_host.h"
+#include "platform/linux/agent_request.h"
 #include "platform/role.h"
 
 #include <gmock/gmock.h>
@@ -13,6 +14,10 @@ static std::string user;
 
 const char *agent_session_user(int /*request*/) {
   return user.c_str();
+}
+
+long agent_request_number() {
+  return 1;
 }
 
 namespace {
