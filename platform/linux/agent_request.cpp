@@ -5,6 +5,7 @@
 #include "platform/agent_host.h"
 #include "settings.h"
 #include "writable_object.h"
+#include "write_guard.h"
 
 #include <algorithm>
 #include <chrono>
@@ -131,19 +132,6 @@ public:
   CurrentRequest &operator=(const CurrentRequest &) = delete;
 };
 
-/** Keeps a SET from an instance that the user may not write, before anything has changed. */
-bool is_refused(const netsnmp_agent_request_info &info, netsnmp_request_info *request) {
-  if (writable_instance_allowed(current_binding->name, current_binding->name_length)) {
-    return false;
-  }
-  if (info.mode == MODE_SET_RESERVE1) {
-    agent_log_role_error(AGENT_VSAN_NOT_ALLOWED);
-    // The status with which the module refuses.
-    netsnmp_request_set_error(request, SNMP_ERR_GENERR);
-  }
-  return true;
-}
-
 /** Serves the bindings of a SET one by one, so that it is known which of them is being served. */
 int serve_set(netsnmp_mib_handler *handler, netsnmp_handler_registration *registration,
               netsnmp_agent_request_info *request_info, netsnmp_request_info *requests) {
@@ -152,7 +140,7 @@ int serve_set(netsnmp_mib_handler *handler, netsnmp_handler_registration *regist
     netsnmp_request_info *const following = request->next;
     request->next = nullptr;
     current_binding = request->requestvb;
-    if (!is_refused(*request_info, request)) {
+    if (!write_is_refused(*request_info, request)) {
       const IntegerWords words(request);
       const int result = netsnmp_call_next_handler(handler, registration, request_info, request);
       status = status == SNMP_ERR_NOERROR ? result : status;

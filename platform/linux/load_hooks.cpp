@@ -4,7 +4,7 @@
  */
 #include "agent_request.h"
 #include "notification_switches.h"
-#include "row_index_release.h"
+#include "row_index_host.h"
 #include "service_connection.h"
 #include "settings.h"
 #include "trace_output.h"

@@ -26,6 +26,7 @@ struct WritableObject {
   const char *name;
   std::array<oid, 5> suffix;
   Scope scope = Scope::kNone;
+  bool begins_rows = false; ///< Of which the module keeps what it has not sent.
 
   std::span<const oid> path() const {
     return {suffix.begin(), std::find(suffix.begin(), suffix.end(), 0U)};
@@ -41,14 +42,14 @@ constexpr WritableObject kWritable[] = {
     {"fcsVsanDiscoveryTimeOut", {1, 1, 7}},
     {"fcsDiscoveryInvalidateCache2k", {1, 1, 8}},
     {"fcsDiscoveryInvalidateCache4k", {1, 1, 9}},
-    {"fcsMgmtAddr", {1, 1, 12, 1, 3}},
-    {"fcsMgmtAddrRowStatus", {1, 1, 12, 1, 5}},
-    {"fcsPlatformName", {1, 1, 18, 1, 2}, Scope::kVsan},
+    {"fcsMgmtAddr", {1, 1, 12, 1, 3}, Scope::kNone, true},
+    {"fcsMgmtAddrRowStatus", {1, 1, 12, 1, 5}, Scope::kNone, true},
+    {"fcsPlatformName", {1, 1, 18, 1, 2}, Scope::kVsan, true},
     {"fcsPlatformType", {1, 1, 18, 1, 3}, Scope::kGuardedVsan},
     {"fcsPlatformNodeNameListIndex", {1, 1, 18, 1, 4}, Scope::kGuardedVsan},
     {"fcsPlatformMgmtAddrListIndex", {1, 1, 18, 1, 5}, Scope::kGuardedVsan},
     {"fcsPlatformValidation", {1, 1, 18, 1, 7}, Scope::kGuardedVsan},
-    {"fcsPlatformRowStatus", {1, 1, 18, 1, 9}, Scope::kVsan},
+    {"fcsPlatformRowStatus", {1, 1, 18, 1, 9}, Scope::kVsan, true},
     {"fcsNodeNameRowStatus", {1, 1, 19, 1, 4}},
     {"fcsReqRejNotifyEnable", {1, 1, 20}},
     {"fcsDiscoveryCompleteNotifyEnable", {1, 1, 21}},
@@ -87,13 +88,25 @@ std::string writable_instance_text(const oid *name, size_t length) {
   return text;
 }
 
-bool writable_instance_allowed(const oid *name, size_t length) {
+int writable_instance_status(const oid *name, size_t length) {
   const Instance instance = instance_of({name, length});
-  if (instance.object == nullptr || instance.object->scope != Scope::kGuardedVsan ||
-      instance.index.empty()) {
-    return true;
+  const bool is_known = instance.object != nullptr;
+  if (is_known && (instance.object->scope != Scope::kGuardedVsan || instance.index.empty())) {
+    return SNMP_ERR_NOERROR;
   }
   VsanBitmap allowed{.byte_count = kRoleSetBytes, .bytes = {}};
-  return role_allowed_vsans(&allowed, name, length, ROLE_ACCESS_WRITE) == 0 ||
-         role_vsan_allowed(static_cast<uint32_t>(instance.index[0]), allowed) != 0;
+  if (role_allowed_vsans(&allowed, name, length, ROLE_ACCESS_WRITE) == 0) {
+    return SNMP_ERR_NOERROR;
+  }
+  if (!is_known) {
+    return SNMP_ERR_NOTWRITABLE;
+  }
+  return role_vsan_allowed(static_cast<uint32_t>(instance.index[0]), allowed) != 0
+             ? SNMP_ERR_NOERROR
+             : SNMP_ERR_GENERR;
+}
+
+bool writable_instance_begins_row(const oid *name, size_t length) {
+  const Instance instance = instance_of({name, length});
+  return instance.object != nullptr && instance.object->begins_rows;
 }

@@ -2,12 +2,13 @@
 
 import os
 import random
+import re
 import signal
 import sqlite3
 import threading
 
 import pytest
-from lab import READER, ROOT, WRITER, eventually, v3
+from lab import READER, REPOSITORY, ROOT, WRITER, eventually, v3
 
 ADDRESS, ADDRESS_STATUS = f"{ROOT}.1.1.12.1.3", f"{ROOT}.1.1.12.1.5"
 PLATFORM, NODE_NAME_STATUS = f"{ROOT}.1.1.18.1", f"{ROOT}.1.1.19.1.4"
@@ -186,6 +187,9 @@ def test_a_row_that_failed_in_action_is_found_again(lab):
 
 def test_roles_hold_and_the_log_says_who(lab):
     operator = v3("operator")
+    columns = [line.split() for line in (REPOSITORY / "tests/mib/objects.txt").read_text().splitlines()
+               if re.match(r"1\.1\.18\.1\.[3-8] .* RW$", line)]
+    assert len(columns) == 4
     for vsan, expected in [(1, "noError"), (100, "genError"), (2100, "genError")]:
         created = put(lab, name(120, vsan=vsan), status(120, CREATE, vsan=vsan), options=operator)
         assert created == expected
@@ -193,10 +197,14 @@ def test_roles_hold_and_the_log_says_who(lab):
             line = lab.log().splitlines()[-1]
             assert f"fcsPlatformRowStatus.{vsan}.120 (VSAN {vsan}) by user 'operator' refused" in line
         assert put(lab, status(1, DESTROY, vsan=vsan), options=operator) == expected
-        changed = put(lab, column(TYPE, 2, "7", vsan=vsan), options=operator)
-        assert changed == expected
+        for suffix, name_of_column, *_ in columns:
+            before = lab.get(f"{ROOT}.{suffix}.{vsan}.2")
+            assert put(lab, column(f"{ROOT}.{suffix}", 2, "2", vsan=vsan), options=operator) == expected
+            if expected != "noError":
+                assert f"{name_of_column}.{vsan}.2 (VSAN {vsan}) by user 'operator' refused" in lab.log().splitlines()[-1]
+                assert lab.get(f"{ROOT}.{suffix}.{vsan}.2") == before
         assert (row(lab, 1, vsan) is None) == (expected == "noError")
-    assert "fcsPlatformType.100.2 (VSAN 100) by user 'operator' refused" in lab.log()
+    assert put(lab, column(SOURCE, 2, "2"), options=operator) == "notWritable", "as to everybody"
     assert put(lab, name(121, "web-1.example.net"), status(121, CREATE), options=operator) == "genError"
     assert ("fcsPlatformRowStatus.1.121 (VSAN 1) by user 'operator' failed: another platform of the VSAN has this name"
             in lab.log())
