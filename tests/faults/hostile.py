@@ -1,0 +1,281 @@
+#!/usr/bin/env python3
+"""How long other questions to the agent wait while a manager or the service does its worst.
+
+Each case has a lab of its own. While it lasts, sysUpTime.0 is asked for again and again. The table has the median, the
+99th percentile and the longest of the waits, the limit of a quiet machine (exit status 1 when a wait was longer), and by
+how much the agent has grown. FCS_BUILD names the build directory, as in the other tests (default build).
+"""
+
+import argparse
+import ctypes
+import os
+import socket
+import struct
+import subprocess
+import sys
+import tempfile
+import threading
+import time
+from contextlib import contextmanager
+from pathlib import Path
+
+sys.dont_write_bytecode = True
+sys.path[:0] = [str(Path(__file__).resolve().parents[1] / part) for part in ("agent", "packets", "faults")]
+
+import ber  # noqa: E402
+from false_service import false_service  # noqa: E402
+from lab import BUILD, READER, ROOT, Lab, eventually, resident_kilobytes, v3  # noqa: E402
+from message import GET, GETBULK, INTEGER, NULL, OCTETS, SET, message  # noqa: E402
+
+UPTIME = "1.3.6.1.2.1.1.3.0"
+PATIENCE = 60.0  # Seconds after which an agent counts as one that does not answer.
+ACTIVE, DESTROY = b"\x01", b"\x06"  # RowStatus.
+ALL_2K, SOME_4K = b"\xff" * 256, b"\xff" * 244  # VSANs 1 to 2048, 2049 to 4000.
+
+
+def ask(port, community, kind, bindings, fields=(0, 0)):
+    """Sends a message and waits for its answer: the error status, or an error without one."""
+    with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as manager:
+        manager.settimeout(PATIENCE)
+        manager.connect(("127.0.0.1", port))
+        manager.send(message(community, kind, 1, bindings, fields))
+        return ber.parse(manager.recv(65535))[0][1][2][1][1][1][0]
+
+
+def write(lab, *bindings):
+    assert ask(lab.port, "private", SET, [(f"{ROOT}.1.1.{suffix}.0", tag, value) for suffix, tag, value in bindings]) == 0
+
+
+class Waits:
+    """While entered, asks for sysUpTime.0 every 20 ms, whether answers come or not; then the seconds of each answer."""
+
+    MOST_WAITING = 100  # What the agent's socket has room for.
+
+    def __init__(self, port):
+        self.socket = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
+        self.socket.connect(("127.0.0.1", port))
+        self.seconds, self.asked, self.number = [], {}, 1 << 30
+        self.stopped = threading.Event()
+        self.thread = threading.Thread(target=self.run)
+
+    def run(self):
+        while not self.stopped.is_set():
+            if len(self.asked) < self.MOST_WAITING:
+                self.number += 1
+                self.asked[self.number] = time.monotonic()
+                self.socket.send(message("public", GET, self.number, [(UPTIME, NULL, b"")]))
+            self.listen(time.monotonic() + 0.02)
+        self.listen(time.monotonic() + PATIENCE, lambda: not self.asked)
+        self.seconds += [PATIENCE for _ in self.asked]
+
+    def listen(self, until, done=lambda: False):
+        while (left := until - time.monotonic()) > 0 and not done():
+            self.socket.settimeout(left)
+            try:
+                answer = ber.parse(self.socket.recv(65535))
+            except OSError:  # Nothing in time, or nobody is there any more.
+                time.sleep(0.001)
+                continue
+            self.seconds.append(time.monotonic() - self.asked.pop(int.from_bytes(answer[0][1][2][1][0][1], "big")))
+
+    def __enter__(self):
+        self.thread.start()
+        eventually(lambda: self.seconds)
+        return self
+
+    def __exit__(self, *_):
+        self.stopped.set()
+        self.thread.join()
+        self.socket.close()
+
+    def percentile(self, share):
+        return sorted(self.seconds)[int(share * (len(self.seconds) - 1))]
+
+
+@contextmanager
+def renames_in(directory):
+    """A function that tells how many files of a directory have been renamed since it was last called."""
+    libc, moved_from = ctypes.CDLL(None), 0x40
+    watch = libc.inotify_init1(os.O_NONBLOCK)
+    assert libc.inotify_add_watch(watch, os.fsencode(directory), moved_from) >= 0
+
+    def count():
+        try:
+            events, count = os.read(watch, 1 << 20), 0
+        except BlockingIOError:
+            return 0
+        while events:
+            events, count = events[16 + struct.unpack_from("I", events, 12)[0] :], count + 1
+        return count
+
+    try:
+        yield count
+    finally:
+        os.close(watch)
+
+
+def slow_service(lab, seconds, repeated=None):
+    """The lab's service, but each answer takes a while, and the first notification with the opcode `repeated` comes again
+    and again."""
+    def serve(connection):
+        with socket.socket(socket.AF_UNIX, socket.SOCK_SEQPACKET) as service:
+            service.connect(str(lab.directory / "fcsd.sock"))
+            greeting = connection.recv(1 << 17)
+            service.send(greeting)
+            connection.send(service.recv(1 << 17))
+            if struct.unpack_from("=I", greeting, 16)[0] == 2:  # For notifications.
+                while notification := service.recv(1 << 17):
+                    connection.send(notification)
+                    while struct.unpack_from("=I", notification, 4)[0] == repeated:
+                        connection.send(notification)
+            while request := connection.recv(1 << 17):
+                service.send(request)
+                reply = service.recv(1 << 17)
+                time.sleep(seconds)
+                connection.send(reply)
+
+    return false_service(lab, serve)
+
+
+@contextmanager
+def announcements(lab, event, opcode):
+    with slow_service(lab, 0.15, repeated=opcode):
+        def act():
+            assert lab.control("event", event, "--vsan", "1").returncode == 0
+            time.sleep(3)
+        yield act
+
+
+def rejections(lab):
+    """The service answers in 150 ms, and never stops rejecting."""
+    return announcements(lab, "reject", 1407)
+
+
+def completions(lab):
+    """The service answers in 150 ms, and never stops completing a discovery."""
+    return announcements(lab, "complete", 1409)
+
+
+@contextmanager
+def switches(lab):
+    """One packet changes a notification switch 2,500 times."""
+    with renames_in(lab.directory / "agent") as writes_of_the_store:
+        def act():
+            writes_of_the_store()
+            write(lab, *[("20", INTEGER, bytes([1 + (left % 2)])) for left in reversed(range(2500))])
+            return f"persistent file written {eventually(writes_of_the_store, seconds=60)} times"
+        yield act
+
+
+@contextmanager
+def slow_invalidation(lab):
+    """An invalidation of 2,048 VSANs, each exchange in 20 ms."""
+    with slow_service(lab, 0.02):
+        yield lambda: write(lab, ("8", OCTETS, ALL_2K))
+
+
+@contextmanager
+def slow_walk(lab):
+    """A GETBULK of 50 rows, each exchange in 150 ms."""
+    with slow_service(lab, 0.15):
+        yield lambda: ask(lab.port, "public", GETBULK, [(f"{ROOT}.1.1.11", NULL, b"")], (0, 50)) and None
+
+
+@contextmanager
+def start(lab):
+    """A discovery of 4,000 VSANs is started."""
+    write(lab, ("3", OCTETS, ALL_2K), ("4", OCTETS, SOME_4K))
+    yield lambda: write(lab, ("5", INTEGER, b"\x01"))
+
+
+@contextmanager
+def invalidation(lab):
+    """4,000 VSANs are invalidated."""
+    yield lambda: write(lab, ("8", OCTETS, ALL_2K), ("9", OCTETS, SOME_4K))
+
+
+@contextmanager
+def failing_sets(lab):
+    """SETs that fail in ACTION leave 60,000 rows with the agent, if it keeps them."""
+    def rows(first, count=600):
+        for row in range(first, first + count):
+            yield f"{ROOT}.1.1.12.1.3.91.{row}", OCTETS, b"x"
+            yield f"{ROOT}.1.1.12.1.5.91.{row}", INTEGER, ACTIVE
+
+    def act():
+        answers = [ask(lab.port, "private", SET, list(rows(first))) for first in range(1, 60000, 600)]
+        address, status = f"{ROOT}.1.1.12.1.3.91.1", f"{ROOT}.1.1.12.1.5.91.1"
+        assert "= " in lab.run("snmpset", v3("admin"), address, "s", "192.0.2.91", status, "i", "4"), "another user"
+        assert ask(lab.port, "private", SET, [(status, INTEGER, DESTROY)]) == 0
+        return f"error statuses {sorted(set(answers))}"
+    yield act
+
+
+@contextmanager
+def spoilt_history(lab):
+    """The event history says that its oldest record lies behind its end."""
+    def act():
+        with open(lab.directory / "history", "r+b") as history:
+            history.seek(16)
+            history.write(b"\xff" * 7 + b"\x7f")
+        lab.run("snmpwalk", READER, ROOT)
+    yield act
+
+
+# The longest wait in seconds, and the VSANs of the fabric, 0 for the lab's own. A request begins no exchange when it has
+# spent ten time-outs, of 200 ms.
+CASES = {switches: (0.1, 0), slow_walk: (2.3, 0), slow_invalidation: (2.3, 0), rejections: (0.3, 0), completions: (0.3, 0),
+         start: (0.15, 4000), invalidation: (0.3, 4000), failing_sets: (0.1, 0), spoilt_history: (0.1, 0)}
+
+
+def inflict(lab, case):
+    """\\return the waits of a case, the kilobytes by which the agent has grown, and what else there is to say."""
+    with case(lab) as act, Waits(lab.port) as waits:
+        before = resident_kilobytes(lab.agent)
+        try:
+            note = act() or ""
+        except TimeoutError:
+            note = f"not answered within {PATIENCE:.0f} s"
+        growth = resident_kilobytes(lab.agent) - before
+    return waits, growth, note
+
+
+def fabric_of(vsans, directory):
+    """A made-up fabric's description; None for the lab's own."""
+    if vsans == 0:
+        return None
+    fabric = Path(directory, "fabric.json")
+    subprocess.run([BUILD / "tools" / "fcsctl", "generate", "--vsans", str(vsans), "--switches", "1", "--ports", "1",
+                    "--platforms", "0", "--output", fabric], check=True, stdout=subprocess.DEVNULL)
+    return fabric
+
+
+def report(case):
+    """Prints the case's line. \return whether it has kept its limit."""
+    limit, vsans = CASES[case]
+    with tempfile.TemporaryDirectory(prefix="fcs-hostile.") as directory:
+        lab = Lab(Path(directory, "lab"), fabric_of(vsans, directory))
+        try:
+            lab.up()
+            waits, growth, note = inflict(lab, case)
+        finally:
+            lab.down()
+    figures = [*map(waits.percentile, (0.5, 0.99, 1)), limit]
+    print(f"{case.__name__:18}", *(f"{seconds * 1e3:9.1f}" for seconds in figures), f"{growth:9}", "", note, flush=True)
+    return waits.percentile(1) <= limit
+
+
+def main():
+    names = {case.__name__: case for case in CASES}
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter, epilog=(
+        "cases:\n" + "\n".join(f"  {name:18}{case.__doc__}" for name, case in names.items())))
+    parser.add_argument("case", nargs="*", help="which cases (default all)")
+    chosen = parser.parse_args().case or list(names)
+    if unknown := [name for name in chosen if name not in names]:
+        parser.error(f"unknown case '{unknown[0]}'")
+    print(f"{'milliseconds':18}", *(f"{title:>9}" for title in ("median", "99 %", "longest", "limit", "more kB")))
+    return 0 if all([report(names[name]) for name in chosen]) else 1
+
+
+if __name__ == "__main__":
+    sys.exit(main())
