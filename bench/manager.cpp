@@ -2,6 +2,7 @@
  * bench_manager: a manager that costs next to nothing, so that a walk's time is the agent's. One
  * request at a time, SNMPv2c on loopback.
  */
+#include "library_walk.h"
 #include "sample.h"
 #include "snmp_message.h"
 
@@ -173,6 +174,13 @@ void walk(const Options &options) {
   std::cout << sample.finish() << '\n';
 }
 
+void walk_as_library(const Options &options) {
+  std::cout << walk_with_library({options.port, options.community, options.root, options.bulk,
+                                  options.warm_up, options.seconds,
+                                  parse_processes(options.processes)})
+            << '\n';
+}
+
 /** A value as one word: a number, or octets in hexadecimal, "-" for none. */
 std::string value_text(const Binding &binding) {
   if (binding.type != kOctetString) {
@@ -248,6 +256,7 @@ struct WalkCommand {
 
 constexpr WalkCommand kWalkCommands[] = {
     {"walk", walk, "Walks a subtree over and over"},
+    {"library-walk", walk_as_library, "Does so with Net-SNMP's library"},
     {"rows", print_rows, "Prints a subtree: INDEX TYPE VALUE"},
 };
 

@@ -30,8 +30,8 @@ long agent_request_number();
 
 /** The use that a read has for rows beyond the one it asks the service for. */
 struct RowUse {
-  long transaction; ///< Number of the read; -1 where each row is asked for by itself.
-  uint32_t rows;    ///< How many rows of a table it may still ask for.
+  long request;  ///< Number of the read; -1 where each row is asked for by itself.
+  uint32_t rows; ///< How many rows of a table it may still ask for.
 };
 
 /** That of the request being served: a GETBULK or a read of several bindings may ask for more. */

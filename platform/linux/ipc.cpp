@@ -58,9 +58,9 @@ int32_t ipc_req_resp(uint32_t opcode, uint32_t flag, const void *request, void *
     return -1;
   }
   const RowUse use = agent_request_row_use();
-  rows.serve(use.transaction);
+  rows.serve(use.request);
   const auto question =
-      use.transaction == RequestRows::kNone
+      use.request == RequestRows::kNone
           ? std::nullopt
           : RowQuestion::of(opcode, flag, {static_cast<const uint8_t *>(request), *length});
   if (question) {

@@ -62,9 +62,9 @@ std::optional<RowQuestion> RowQuestion::of(uint32_t opcode, uint32_t operation,
   return RowQuestion{form, operation, &request[sizeof(uint32_t)]};
 }
 
-void RequestRows::serve(long transaction) {
-  if (transaction != transaction_) {
-    transaction_ = transaction;
+void RequestRows::serve(long request) {
+  if (request != request_) {
+    request_ = request;
     batches_.clear();
   }
 }

@@ -42,7 +42,7 @@ public:
   static constexpr long kNone = -1;
 
   /** Tells which SNMP request is being served: the rows of any other are forgotten. */
-  void serve(long transaction);
+  void serve(long request);
 
   /** The answer that is known without asking the service. */
   std::optional<RowAnswer> find(const RowQuestion &question);
@@ -76,6 +76,6 @@ private:
   /** Bounds what a request with thousands of bindings keeps and searches. */
   static constexpr size_t kMostBatches = 64;
 
-  long transaction_ = kNone;
+  long request_ = kNone;
   std::deque<Batch> batches_;
 };
