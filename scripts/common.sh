@@ -55,16 +55,38 @@ install_missing() {
   esac
 }
 
-# configure DIR OPTION...: configures a build directory.
+# cached DIR NAME: prints a path that a build directory was configured with.
+cached() { sed -n "s/^$2:INTERNAL=//p" "$1/CMakeCache.txt" 2>/dev/null; }
+
+# configured DIR: whether a build directory is ready to build this checkout, which may have been moved.
+configured() {
+  [ -f "$1/build.ninja" ] && [ "$(cached "$1" CMAKE_HOME_DIRECTORY)" -ef "$root" ] &&
+    [ "$(cached "$1" CMAKE_CACHEFILE_DIR)" -ef "$1" ]
+}
+
+# need_own_files DIR: refuses a build directory with files of another user, root with sudo above all,
+# that cannot be replaced. A lab in it has rules of its own.
+need_own_files() {
+  local file
+  file=$(find "$1" -path "$1/lab" -prune -o ! -user "$(id -u)" ! -writable -print -quit)
+  [ -z "$file" ] || die "$file belongs to $(stat -c %U "$file"); this makes the build yours:
+  sudo chown -R $(id -un): $(printf %q "$1")"
+}
+
+# configure DIR OPTION...: configures a build directory, anew if it was another place's. One at a time.
 configure() {
   local dir=$1
   shift
-  cmake -S "$root" -B "$dir" -G Ninja "$@" >&2 || die "cannot configure $dir (see above)"
+  mkdir -p "$dir"
+  need_own_files "$dir"
+  configured "$dir" || rm -rf "$dir/CMakeCache.txt" "$dir/CMakeFiles"
+  flock -o "$dir" cmake -S "$root" -B "$dir" -G Ninja "$@" >&2 || die "cannot configure $dir (see above)"
 }
 
-# build DIR TARGET...: builds targets in a configured build directory.
+# build DIR TARGET...: builds targets in a configured build directory. One at a time.
 build() {
   local dir=$1
   shift
-  cmake --build "$dir" --target "$@" >&2 || die "cannot build in $dir (see above)"
+  need_own_files "$dir"
+  flock -o "$dir" cmake --build "$dir" --target "$@" >&2 || die "cannot build in $dir (see above)"
 }
