@@ -85,7 +85,7 @@ class Lab:
 
     def up(self):
         done = self.script("up", "--build", BUILD, "--snmp-port", str(self.port), "--trap-port",
-                           str(self.trap_port), "--fabric", str(self.fabric))
+                           str(self.trap_port), "--fabric", str(self.fabric), "--console")
         assert done.returncode == 0, done.stderr
         return done.stdout
 

@@ -10,7 +10,7 @@ import time
 
 import pytest
 from false_service import false_service
-from lab import BUILD, READER, ROOT, WRITER, Lab, eventually, resident_kilobytes, v3
+from lab import READER, ROOT, WRITER, eventually, resident_kilobytes, v3
 
 DEADLINE = 0.2  # The exchange deadline, in seconds.
 DLMOD_STATUS = "1.3.6.1.4.1.2021.13.14.2.1.5"
@@ -308,27 +308,3 @@ def test_reloading_leaves_nothing_behind(lab):
     assert after[3] < before[3] + 4096, "resident kilobytes"
     # A module that a manager loads reads its own lines of the configuration: the roles still hold.
     assert {v[0].split(".")[-1] for v in lab.walk(v3("operator"), ".1.2.2")} == {"1", "100"}
-
-
-def test_labs_side_by_side_and_up_again(lab, tmp_path):
-    other = Lab(tmp_path / "other")
-    try:
-        assert "core-a.example.net" in other.up()
-        pids = other.agent, other.service
-        other.up()
-        assert (other.agent, other.service) == pids
-        os.kill(pids[1], signal.SIGTERM)
-        eventually(lambda: other.env()["FCS_SERVICE_PID"] == "")
-        other.up()
-        assert other.agent == pids[0]
-        taken = Lab(tmp_path / "third")
-        taken.port = other.port
-        done = taken.script("up", "--build", BUILD, "--snmp-port", str(other.port), "--trap-port",
-                            str(taken.trap_port))
-        taken.down()
-        assert done.returncode == 1 and f"--snmp-port {other.port}: something uses this UDP port already" in done.stderr
-    finally:
-        other.down()
-    assert "Timeticks" in lab.uptime()
-    assert not any(os.path.exists(f"/proc/{pid}") and "Z" not in open(f"/proc/{pid}/stat").read().split()[2]
-                   for pid in pids)
