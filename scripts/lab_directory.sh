@@ -3,6 +3,9 @@
 # The settings that a lab runs with: snmp-port, trap-port, console, build, and the fabric's checksum.
 declare -A settings=()
 
+# sudo_here: prints what the caller puts before a command that needs root.
+sudo_here() { [ "$(id -u)" -eq 0 ] || printf 'sudo '; }
+
 # as_user USER: prints how the caller would give this same command as another user.
 as_user() {
   local words=(sudo)
@@ -34,9 +37,12 @@ enter_directory() {
   [ -z "$(ls -A)" ] || [ -f lab.lock ] || die "--dir $dir: holds files, but no lab; name a directory for the lab alone"
   [ -z "$(find . -maxdepth 0 -perm /022)" ] ||
     die "--dir $dir: others may write there; this keeps them out: chmod go-w $(printf %q "$dir")"
-  planted=$(find . \( -type l -o ! -user "$(id -u)" -o -type f -links +1 \) -print -quit)
+  planted=$(find . \( -type l -o -type f -links +1 \) -print -quit)
   [ -z "$planted" ] ||
-    die "$dir/${planted#./} is a link or somebody else's: the lab would write to it; remove it first"
+    die "$dir/${planted#./} is a link, and the lab writes through none; this removes it: rm $(printf %q "$dir/${planted#./}")"
+  planted=$(find . ! -user "$(id -u)" -print -quit)
+  [ -z "$planted" ] ||
+    die "$dir/${planted#./} belongs to $(stat -c %U "$planted"); this makes the lab yours: $(sudo_here)chown -R $(id -un): $(printf %q "$dir")"
   read_settings
 }
 
@@ -45,6 +51,7 @@ enter_lab() {
   [ -d "$dir" ] || die "there is no lab in $dir (scripts/lab up makes one)"
   enter_directory
   [ -f settings ] || die "there is no lab in $dir (scripts/lab up makes one)"
+  refuse_parts_of_others
 }
 
 # lock_directory: waits until no other scripts/lab changes this lab. Descriptor 9 holds the lock.

@@ -43,7 +43,7 @@ refuse_parts_of_others() {
       foreign+=("$pid")
     fi
   done
-  [ ${#foreign[@]} -eq 0 ] || die "the lab in $dir runs as $owner; this ends it: sudo kill ${foreign[*]}"
+  [ ${#foreign[@]} -eq 0 ] || die "the lab in $dir runs as $owner; this ends it: $(sudo_here)kill ${foreign[*]}"
 }
 
 # stop_on_failure: from here on, until keep_running, whatever ends the script stops what it has started.

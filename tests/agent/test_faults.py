@@ -10,7 +10,7 @@ import time
 
 import pytest
 from false_service import false_service
-from lab import READER, ROOT, WRITER, eventually, resident_kilobytes, v3
+from lab import READER, ROOT, WRITER, Lab, eventually, resident_kilobytes, v3
 
 DEADLINE = 0.2  # The exchange deadline, in seconds.
 DLMOD_STATUS = "1.3.6.1.4.1.2021.13.14.2.1.5"

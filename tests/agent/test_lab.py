@@ -186,23 +186,22 @@ def test_a_directory_that_others_have_a_hand_in(tmp_path, prepare, said):
 
 def test_down_ends_only_what_up_started(tmp_path):
     lab = Lab(tmp_path / "lab")
+    receiver = lab.directory / "snmptrapd.pid"
+    lab.up()
+    written = receiver.read_text()
     with subprocess.Popen(["sleep", "60"]) as stranger:
+        start = int(Path(f"/proc/{stranger.pid}/stat").read_text().split()[21])
+        sleep = os.path.realpath(shutil.which("sleep"))
         try:
-            lab.up()
-            start = Path(f"/proc/{stranger.pid}/stat").read_text().split()[21]
-            receiver = lab.directory / "snmptrapd.pid"
-            written = receiver.read_text()
-            sleep = os.path.realpath(shutil.which("sleep"))
-            for claim in [f"{stranger.pid} {int(start) - 1} {sleep}\n", f"{stranger.pid} {start} /usr/sbin/snmptrapd\n"]:
+            for claim in [f"{stranger.pid} {start - 1} {sleep}\n", f"{stranger.pid} {start} {written.split()[2]}\n"]:
                 receiver.write_text(claim)
                 lab.down()
-                assert stranger.poll() is None
-            assert len(processes(lab.directory)) == 1, "the receiver, which nothing tells of"
-            receiver.write_text(written)
-            lab.down()
-            assert processes(lab.directory) == []
+                assert stranger.poll() is None and processes(lab.directory) == [int(written.split()[0])]
         finally:
             stranger.kill()
+            receiver.write_text(written)
+            lab.down()
+    assert processes(lab.directory) == []
 
 
 def test_blanks_in_the_path(tmp_path):
