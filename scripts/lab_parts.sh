@@ -76,7 +76,8 @@ interrupt() {
 # start NAME OUTPUT PROGRAM ARGUMENT...: starts a part in the background.
 start() {
   local name=$1 output=$2 program pid started
-  program=$(realpath "$(command -v "$3")") || die "$3 is not installed"
+  program=$(command -v "$3") || die "$3 is not there"
+  program=$(realpath "$program")
   shift 3
   beginning=yes
   setsid "$program" "$@" </dev/null >>"$output" 2>&1 9<&- &
@@ -92,7 +93,8 @@ start() {
 wait_for() {
   local name=$1 began=$SECONDS seconds=$2 log=$3 what=$4 told=
   shift 4
-  until "$@" >/dev/null 2>&1 && pid_of "$name" >/dev/null; do
+  # In a shell of its own: an interruption is to be heard of.
+  until ("$@") >/dev/null 2>&1 && pid_of "$name" >/dev/null; do
     if [ $((SECONDS - began)) -ge "$seconds" ] || ! pid_of "$name" >/dev/null; then
       say "$(tail -n 5 "$log" 2>/dev/null)"
       die "$what (the last lines of $dir/$log stand above)"
