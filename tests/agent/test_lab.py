@@ -12,19 +12,26 @@ from lab import BUILD, REPOSITORY, ROOT, WRITER, Lab, eventually, v3
 
 
 def processes(directory):
-    """Process ids of whatever runs in a lab's directory."""
-    found = []
+    """What runs in a lab's directory: process ids with the programs' names."""
+    found = {}
     for entry in Path("/proc").glob("[0-9]*"):
         try:
             if os.readlink(entry / "cwd") == str(directory):
-                found.append(int(entry.name))
+                found[int(entry.name)] = (entry / "comm").read_text().strip()
         except OSError:
             pass  # It has ended, or is somebody else's.
     return found
 
 
+def nothing_runs_in(directory):
+    return eventually(lambda: not processes(directory))
+
+
 def sockets(pid):
-    links = [os.readlink(f"/proc/{pid}/fd/{fd}") for fd in os.listdir(f"/proc/{pid}/fd")]
+    try:
+        links = [os.readlink(f"/proc/{pid}/fd/{fd}") for fd in os.listdir(f"/proc/{pid}/fd")]
+    except FileNotFoundError:
+        return set()  # It has ended since.
     return {link[len("socket:["):-1] for link in links if link.startswith("socket:[")}
 
 
@@ -86,7 +93,7 @@ def test_labs_side_by_side_and_up_again(lab, tmp_path):
     finally:
         other.down()
     assert "Timeticks" in lab.uptime()
-    assert processes(other.directory) == []
+    assert nothing_runs_in(other.directory)
 
 
 def test_two_at_once_on_one_directory(tmp_path):
@@ -98,7 +105,7 @@ def test_two_at_once_on_one_directory(tmp_path):
         said = [process.communicate(timeout=60) for process in both]
         assert [process.returncode for process in both] == [0, 0], said
         assert all("core-a.example.net" in output for output, _ in said)
-        assert len([pid for pid in processes(lab.directory) if "snmpd" in os.readlink(f"/proc/{pid}/exe")]) == 1
+        assert list(processes(lab.directory).values()).count("snmpd") == 1
     finally:
         lab.down()
 
@@ -124,7 +131,7 @@ def test_an_interrupted_up_stops_what_it_started(tmp_path, broken, part):
         os.killpg(up.pid, signal.SIGINT)
         _, said = up.communicate(timeout=20)
         assert up.returncode == 130 and "stopped what it had started" in said
-        assert processes(lab.directory) == []
+        assert nothing_runs_in(lab.directory)
     finally:
         lab.down()
 
@@ -141,7 +148,7 @@ def test_a_failed_up_starts_nothing_or_stops_it(lab, tmp_path):
                 (["--trap-port", str(other.trap_port), "--fabric", broken], "fabric.json", True)]:
             done = other.script(*common, *words)
             assert done.returncode == 1 and said in done.stderr
-            assert (other.directory / "fcsd.out").exists() == started and processes(other.directory) == []
+            assert (other.directory / "fcsd.out").exists() == started and nothing_runs_in(other.directory)
         assert "core-a.example.net" in other.up()
     finally:
         other.down()
@@ -196,12 +203,13 @@ def test_down_ends_only_what_up_started(tmp_path):
             for claim in [f"{stranger.pid} {start - 1} {sleep}\n", f"{stranger.pid} {start} {written.split()[2]}\n"]:
                 receiver.write_text(claim)
                 lab.down()
-                assert stranger.poll() is None and processes(lab.directory) == [int(written.split()[0])]
+                assert eventually(lambda: list(processes(lab.directory)) == [int(written.split()[0])])
+                assert stranger.poll() is None
         finally:
             stranger.kill()
             receiver.write_text(written)
             lab.down()
-    assert processes(lab.directory) == []
+    assert nothing_runs_in(lab.directory)
 
 
 def test_blanks_in_the_path(tmp_path):
@@ -224,7 +232,7 @@ def test_blanks_in_the_path(tmp_path):
         assert "VSANs" in subprocess.run([directory / "fcsctl", "status"], capture_output=True, text=True, timeout=20).stdout
     finally:
         script("down")
-    assert processes(directory) == []
+    assert nothing_runs_in(directory)
 
 
 def test_a_moved_checkout_builds_anew(tmp_path):
