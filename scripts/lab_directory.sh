@@ -26,21 +26,27 @@ make_directory() {
   mkdir -p -- "$(dirname "$dir")" && { mkdir -m 700 -- "$dir" || [ -d "$dir" ]; } || die "--dir $dir: cannot be made (see above)"
 }
 
+check_path() {
+  [ ${#dir} -le 90 ] || die "--dir $dir: the path is too long for the service's socket (90 characters)"
+  [[ "$dir$root" != *[:[:cntrl:]]* ]] || die "the paths of checkout and lab cannot have colons or line ends: $dir"
+}
+
+# first_file TEST...: prints a file of the lab, by find's tests. Its parts make and remove files meanwhile.
+first_file() { find . -ignore_readdir_race "$@" -print -quit; }
+
 # enter_directory: makes the lab's directory the working one, if nobody else can have a hand in it.
 enter_directory() {
   local planted
-  [ ${#dir} -le 90 ] || die "--dir $dir: the path is too long for the service's socket (90 characters)"
-  [[ "$dir$root" != *[:[:cntrl:]]* ]] || die "the paths of checkout and lab cannot have colons or line ends: $dir"
   [ -O "$dir" ] || die "--dir $dir belongs to $(stat -c %U "$dir"): name a directory of your own, or work there as its owner:
   $(as_user "$(stat -c %U "$dir")")"
   cd -- "$dir" && [ -O . ] || die "--dir $dir: cannot be entered"
   [ -z "$(ls -A)" ] || [ -f lab.lock ] || die "--dir $dir: holds files, but no lab; name a directory for the lab alone"
-  [ -z "$(find . -maxdepth 0 -perm /022)" ] ||
+  [ -z "$(first_file -maxdepth 0 -perm /022)" ] ||
     die "--dir $dir: others may write there; this keeps them out: chmod go-w $(printf %q "$dir")"
-  planted=$(find . \( -type l -o -type f -links +1 \) -print -quit)
+  planted=$(first_file \( -type l -o -type f -links +1 \))
   [ -z "$planted" ] ||
     die "$dir/${planted#./} is a link, and the lab writes through none; this removes it: rm $(printf %q "$dir/${planted#./}")"
-  planted=$(find . ! -user "$(id -u)" -print -quit)
+  planted=$(first_file ! -user "$(id -u)")
   [ -z "$planted" ] ||
     die "$dir/${planted#./} belongs to $(stat -c %U "$planted"); this makes the lab yours: $(sudo_here)chown -R $(id -un): $(printf %q "$dir")"
   read_settings
