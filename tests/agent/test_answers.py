@@ -1,6 +1,7 @@
 """What managers of every kind are told, against the fabric description."""
 
 import json
+import random
 import re
 import subprocess
 import time
@@ -46,6 +47,37 @@ def test_get_is_the_walk(lab, fabric):
     assert hidden
     answer = lab.run("snmpget", v3("operator"), *hidden)
     assert answer.count("No Such Instance") == len(hidden)
+
+
+def test_every_answer_is_of_the_fabric_of_its_time(lab, fabric, tmp_path):
+    """The fabric changes between requests; what came along with an answer to one is not in the answer to the next."""
+    other = json.loads(json.dumps(fabric))
+    for vsan in other["vsans"]:
+        for element in vsan["elements"]:
+            del element["ports"][::2]
+    view = {}
+    for name, description in {"whole": fabric, "half": other}.items():
+        (tmp_path / name).write_text(json.dumps(description))
+        varbinds = expected_varbinds(description, ROOT)
+        view[name] = [(oid, *varbinds[oid]) for oid in sorted(varbinds, key=numeric)]
+
+    def behind(name, oid, rows):
+        return [varbind for varbind in view[name] if numeric(varbind[0]) > numeric(oid)][:rows]
+
+    chance = random.Random(1)
+    tables = [varbind[0] for varbind in view["whole"] if varbind[0].startswith((f"{ROOT}.1.1.1", f"{ROOT}.1.2.2"))]
+    try:
+        for request in range(24):
+            name = "half" if request % 2 else "whole"
+            assert lab.control("import", str(tmp_path / name)).returncode == 0
+            asked = chance.sample(tables[:-50], 3)
+            bulk = parse_walk(lab.run("snmpbulkget", READER, "-Cn0", "-Cr20", *asked))
+            for place, oid in enumerate(asked):
+                assert bulk[place::3] == behind(name, oid, 20)
+            answers = parse_walk(lab.run("snmpgetnext", READER, *asked))
+            assert answers == [behind(name, oid, 1)[0] for oid in asked]
+    finally:
+        lab.control("import", str(lab.fabric))
 
 
 @pytest.mark.parametrize("instance", [

@@ -161,6 +161,7 @@ def test_who_looks_is_told_why_nothing_is_shown(tmp_path):
 
     lab = Lab(tmp_path / "lab")
     lab.directory.mkdir(mode=0o700)
+    (lab.directory / "lab.lock").touch()  # By which a directory that holds files is a lab's.
     debug = lab.directory / "debug.log"
     (lab.directory / "snmpd.local.conf").write_text(
         f"[snmp] doDebugging 1\n[snmp] debugTokens fcs_request\n[snmp] logOption f {debug}\n"

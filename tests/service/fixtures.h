@@ -39,9 +39,9 @@ private:
 /** A store of its own, and what answers record requests out of it. */
 class ServedStore : public testing::Test {
 protected:
-  fcs::Answer ask(uint32_t operation, fcs::Octets request) {
+  fcs::Answer ask(uint32_t operation, fcs::Octets request, uint32_t rows = 1) {
     room_.fill(0xAA);
-    return fcs::answer_request({store_, configuration_, "admin"}, operation, request, room_);
+    return fcs::answer_request({store_, configuration_, "admin", rows}, operation, request, room_);
   }
 
   /** The answer's record, if it has its length. */
@@ -57,7 +57,7 @@ protected:
   fcs::FabricStore store_{dir_.path("fabric.db"), std::chrono::milliseconds(100)};
   fcs::NotificationQueue notifications_;
   fcs::Configuration configuration_{store_, notifications_};
-  alignas(uint32_t) std::array<uint8_t, FCS_MESSAGE_ROOM> room_{};
+  alignas(uint32_t) std::array<uint8_t, 3 * FCS_MESSAGE_ROOM> room_{};
 };
 
 /** What a file holds. */

@@ -44,19 +44,47 @@ constexpr Table kStatistics = {90, 1, 0, 4, false};
 class Rows : public ServedStore {
 protected:
   /** Asks with the key and what has been left behind it. */
-  fcs::Answer ask(const Table &table, uint32_t operation, const Key &key) {
+  fcs::Answer ask(const Table &table, uint32_t operation, const Key &key, uint32_t rows = 1) {
     Bytes request(sizeof(uint32_t) + table.request_length, 0xEE);
     std::memcpy(request.data(), &table.id, sizeof(uint32_t));
     std::memcpy(&request[sizeof(uint32_t)], key.first.data(), table.words * sizeof(uint32_t));
     std::ranges::copy(key.second, &request[(1 + table.words) * sizeof(uint32_t)]);
-    return ServedStore::ask(operation, request);
+    return ServedStore::ask(operation, request, rows);
   }
 
-  Key answered_key(const Table &table) const {
+  /** The key of an answer's first record, or of one further on. */
+  Key answered_key(const Table &table, size_t at = 0) const {
     Words words{};
     const size_t length = table.words * sizeof(uint32_t);
-    std::memcpy(words.data(), room_.data(), length);
-    return key_of(words, fcs::Octets(&room_[length], table.name_length));
+    std::memcpy(words.data(), &room_[at], length);
+    return key_of(words, fcs::Octets(&room_[at + length], table.name_length));
+  }
+
+  /** Several rows of an answer are those that asking for one after the other tells, as many as are
+   * asked for and fit, and the end as the table tells it. */
+  void expect_rows_behind(const Table &table, uint32_t operation, const Key &key, const Keys &rows,
+                          uint32_t asked) {
+    const fcs::Answer answer = ask(table, operation, key, asked);
+    auto wanted = operation == FCS_OP_GET ? rows.lower_bound(key) : rows.upper_bound(key);
+    if (wanted == rows.end() && !table.ends_by_record) {
+      EXPECT_EQ(answer.result, FCS_ERR_NO_SUCH_ROW);
+      return;
+    }
+    ASSERT_EQ(answer.result, FCS_OK);
+    ASSERT_GE(answer.rows, 1U);
+    const size_t length = answer.length / answer.rows;
+    uint32_t got = 0;
+    for (; got < answer.rows && wanted != rows.end(); ++got, ++wanted) {
+      EXPECT_EQ(answered_key(table, got * length), *wanted);
+    }
+    const bool full = got == asked || (got + 1) * length > room_.size();
+    const bool ended = wanted == rows.end() && !full;
+    EXPECT_TRUE(full || ended) << got << " of " << asked;
+    EXPECT_EQ(answer.rows, got + (ended && table.ends_by_record ? 1 : 0));
+    EXPECT_EQ(answer.end, ended && !table.ends_by_record ? FCS_ERR_NO_SUCH_ROW : 0);
+    if (answer.rows > got) {
+      EXPECT_EQ(answered_key(table, got * length).first[0], FCS_END_OF_TABLE);
+    }
   }
 
   /** The row of the key is there or not, and behind the key comes the next row, or the end. */
@@ -98,6 +126,12 @@ protected:
     }
     for (const Key &probe : probes) {
       expect_around(table, probe, rows);
+      for (const uint32_t asked : {2U, 7U, 1000U}) {
+        expect_rows_behind(table, FCS_OP_GETNEXT, probe, rows, asked);
+        if (rows.contains(probe)) {
+          expect_rows_behind(table, FCS_OP_GET, probe, rows, asked);
+        }
+      }
     }
   }
 
