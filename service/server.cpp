@@ -217,6 +217,9 @@ void Server::answer_frame(Client &client, size_t length) {
 
 Answer Server::answer(const Client &client, Octets payload) {
   const std::span<uint8_t> room(reply_.payload, client.reply_room);
+  if (client.purpose == ipc_wire::kExchange) {
+    ++requests_;
+  }
   if (client.purpose == ipc_wire::kControl) {
     return answer_control(payload);
   }
@@ -251,6 +254,7 @@ std::string Server::status_text() {
   const auto uptime = std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - started_);
   nlohmann::ordered_json status{{"pid", getpid()},
                                 {"uptimeSeconds", uptime.count()},
+                                {"requests", requests_},
                                 {"store", store_.path()},
                                 {"vsans", totals.vsans},
                                 {"elements", totals.elements},

@@ -81,6 +81,7 @@ private:
   PeerPolicy policy_;
   Clock::time_point started_;
   Clock::time_point accept_again_;
+  uint64_t requests_ = 0; ///< Of the agent, answered.
   std::vector<Client> clients_;
   std::vector<pollfd> polled_;
   ipc_wire::Frame request_{};

@@ -32,6 +32,8 @@ void print_status(const Json &status) {
             << "fabric      " << status.at("vsans") << " VSANs, " << status.at("elements")
             << " elements, " << status.at("ports") << " ports, " << status.at("platforms")
             << " platforms\n"
+            << "requests    " << status.at("requests") << " of the agent answered\n"
+            << "requests    " << status.at("requests") << " of the agent answered\n"
             << "connections ";
   const char *separator = "";
   for (const auto &[purpose, count] : status.at("connections").items()) {

@@ -3,7 +3,7 @@
 import json
 import sys
 
-from . import measure
+from . import built_in, measure
 from .processes import REPOSITORY, BenchError, Lab, Running, run
 
 SHAPE = {"vsans": 200, "switches": 2, "ports": 5, "platforms": 1}
@@ -11,11 +11,8 @@ MODES = {"GETNEXT": 0, "GETBULK 10": 10, "GETBULK 25": 25, "GETBULK 50": 50}
 BENCH_ROOT = "1.3.6.1.4.1.32473.2"
 # Where each contender has the module's rows. 32473 is the enterprise number for documentation.
 ROOTS = {"memory": f"{BENCH_ROOT}.1", "AgentX": f"{BENCH_ROOT}.2", "pass_persist": f"{BENCH_ROOT}.3"}
-# vacmViewTreeFamilyTable: one of the agent's own tables, which it keeps in memory, with a row for each of VIEWS.
-BUILT_IN_ROOT = "1.3.6.1.6.3.16.1.5.2"
-VIEWS = 200
-# Octets of a request and of an answer on the service's socket: a header of 84, then the record.
-ECHO_RECORDS = {"elements": (100, 636), "ports": (100, 120), "statistics": (92, 124)}
+# Octets of a request and of an answer on the service's socket: a header of 92, then the record.
+ECHO_RECORDS = {"elements": (108, 644), "ports": (108, 128), "statistics": (100, 132)}
 
 
 def write_rows(lab, path):
@@ -46,8 +43,7 @@ class Comparison:
     @staticmethod
     def _configuration(programs, directory, rows):
         script = REPOSITORY / "bench" / "pass_rows.py"
-        views = "".join(f"view bench{number:03} included .1.3.6.1.4.1.32473.{number}\n" for number in range(VIEWS))
-        return (f"{views}dlmod bench_tables {programs.tables}\n"
+        return (f"{built_in.view_lines()}dlmod bench_tables {programs.tables}\n"
                 f"master agentx\nagentXSocket {directory}/agentx\n"
                 f"pass_persist .{ROOTS['pass_persist']} {sys.executable} {script} {ROOTS['pass_persist']} {rows}\n")
 
@@ -82,7 +78,7 @@ class Comparison:
 
     def contenders(self, seconds):
         """Every cell of the comparison, as (contender, table, mode), with its measurement."""
-        cells = {("built-in", "views", mode): self._walk(BUILT_IN_ROOT, bulk, seconds, "built-in")
+        cells = {("built-in", "views", mode): self._walk(built_in.TABLES["vacmViewTreeFamilyTable"], bulk, seconds, "built-in")
                  for mode, bulk in MODES.items()}
         for table in measure.TABLES:
             for mode, bulk in MODES.items():

@@ -4,7 +4,7 @@ import json
 import time
 
 from . import measure
-from .processes import MODULE_ROOT, BenchError, Lab
+from .processes import MODULE_ROOT, BenchError, Lab, run
 
 # Ports, and the fabric that has as many.
 SIZES = {
@@ -16,7 +16,8 @@ MANY_VSANS = {"vsans": 4000, "switches": 1, "ports": 1, "platforms": 0}
 STARTS = (10, 100, 4000)
 ROLE_VSANS = 200
 ROLE_SHAPE = {"vsans": ROLE_VSANS, "switches": 2, "ports": 5, "platforms": 0}
-VISIBLE_ONE_IN = (1, 10, 100)
+VISIBLE_ONE_IN = (1, 2, 10, 100)
+PORT_COLUMNS = 6
 
 
 def port_walk(lab, seconds, **options):
@@ -75,27 +76,29 @@ def hidden_runs(one_in):
 
 
 def restricted(programs, directory, rounds, seconds, progress):
-    """Cost of a visible varbind and number of exchanges of a whole walk, by how much a role shows."""
-    console = directory / "console"
+    """Cost of a visible varbind and number of messages of a whole walk, by how much a role shows."""
     lines = "".join(role_lines(one_in) for one_in in VISIBLE_ONE_IN)
-    with Lab(programs, directory / "roles", ROLE_SHAPE, lines, output=console) as lab:
-        exchanges = {one_in: count_exchanges(lab, console, one_in) for one_in in VISIBLE_ONE_IN}
+    with Lab(programs, directory / "roles", ROLE_SHAPE, lines) as lab:
+        messages = {one_in: count_messages(lab, one_in) for one_in in VISIBLE_ONE_IN}
         walks = {one_in: lambda _, name=f"visible{one_in}": port_walk(lab, seconds, community=name)
                  for one_in in VISIBLE_ONE_IN}
-        return measure.interleaved(walks, rounds, progress), exchanges
+        return measure.interleaved(walks, rounds, progress), messages
 
 
-def count_exchanges(lab, console, one_in):
-    """Exchanges of one walk by GETNEXT, by the lines that the module prints in front of each."""
-    before = console.read_bytes().count(b"Before CMI\n")
-    rows = measure.manager(lab, "rows", "--root", measure.table_root("ports"),
-                           community=f"visible{one_in}").splitlines()
-    exchanges = console.read_bytes().count(b"Before CMI\n") - before
-    columns = len({row.split(".")[1] for row in rows})
-    # Without roles: one for each varbind, one for the end of each column, and one for the table behind this one.
-    extra = exchanges - len(rows) - columns - 1
-    runs = hidden_runs(one_in) * columns
-    return {"visible": len(rows), "exchanges": exchanges, "extra": extra, "hidden_runs": runs}
+def requests_served(lab):
+    """Messages of the agent that the service has answered since its start."""
+    return json.loads(run(lab.programs.fcsctl, "--socket", lab.directory / "fcsd.sock", "status", "--json"))["requests"]
+
+
+def count_messages(lab, one_in):
+    """Messages of one walk by GETBULK of 25."""
+    before = requests_served(lab)
+    sample = json.loads(measure.manager(lab, "walk", "--root", measure.table_root("ports"), "--bulk", 25,
+                                        community=f"visible{one_in}"))
+    messages = requests_served(lab) - before
+    # One message a request is what any walk takes; a run ends in each column.
+    return {"visible": sample["varbinds"], "messages": messages, "extra": messages - sample["requests"],
+            "hidden_runs": hidden_runs(one_in) * PORT_COLUMNS}
 
 
 def vsan_lists(vsans):

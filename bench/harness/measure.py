@@ -38,11 +38,11 @@ def per_varbind(sample):
     }
 
 
-def walk(lab, root, bulk, seconds, start="", warm_up=0.05, **options):
+def walk(lab, root, bulk, seconds, start="", warm_up=0.05, command="walk", **options):
     arguments = ["--root", root, "--bulk", bulk, "--seconds", seconds, "--warm-up", warm_up]
     if start:
         arguments += ["--from", start]
-    return per_varbind(json.loads(manager(lab, "walk", *arguments, **options)))
+    return per_varbind(json.loads(manager(lab, command, *arguments, **options)))
 
 
 def median_of(samples):

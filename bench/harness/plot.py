@@ -3,7 +3,7 @@
 import subprocess
 
 from .comparison import MODES
-from .goals import built_in, cell
+from .goals import cell, own_table
 from .growth import cost
 
 COLOURS = {"module": "#c0392b", "built-in": "#2c3e50", "memory": "#7f8c8d", "AgentX": "#2980b9",
@@ -44,7 +44,7 @@ def datablock(name, rows):
 
 
 def of(results, contender, mode):
-    return built_in(results, mode) if contender == "built-in" else cell(results, contender, "ports", mode)
+    return own_table(results, mode) if contender == "built-in" else cell(results, contender, "ports", mode)
 
 
 def by_mode(results, key, title, label):

@@ -1,7 +1,7 @@
 """The figures of a run as Markdown tables."""
 
-from . import comparison
-from .goals import FCS_TABLES, built_in, cell, goals, is_met
+from . import comparison, conditions
+from .goals import FCS_TABLES, cell, compared, condition, goals, is_met, own_table, reference
 from .growth import cost
 
 BEGIN = "<!-- figures: bench/run --report writes what follows -->"
@@ -44,7 +44,7 @@ def goals_table(results):
 def comparison_row(results, row):
     mode, name = row["mode"], row["table"]
     has_ratio = mode in comparison.MODES
-    to_built_in = number(row["rate"] / built_in(results, mode)["rate"]) if has_ratio else ""
+    to_built_in = number(row["rate"] / own_table(results, mode)["rate"]) if has_ratio else ""
     to_agentx = number(row["rate"] / cell(results, "AgentX", name, mode)["rate"]) \
         if has_ratio and name in FCS_TABLES else ""
     return (f"{row['contender']}, {mode}", number(row["rate"]), span(row, "rate"), to_built_in, to_agentx,
@@ -60,6 +60,26 @@ def comparison_table(results, name):
     return table(heads, [comparison_row(results, row) for row in rows])
 
 
+def conditions_table(results, name):
+    def line(walked, mode):
+        row, beside = condition(results, name, walked, mode), compared(results, name, walked, mode)
+        own = reference(results, name, mode)
+        return (f"{walked}, {mode}", number(row["rate"]), number(beside["rate"]), number(beside["worst"]),
+                f"{own['table']} {number(own['rate'])}", number(row["agent_us"]), number(beside["agent"]),
+                number(beside["service"]), number(row["p50_us"]), number(row["p99_us"]))
+
+    heads = ("", "varbinds/s", "to built-in", "worst round", "fastest built-in", "agent CPU µs", "to built-in",
+             "service to it", "p50 µs", "p99 µs")
+    modes = (*conditions.MODES, conditions.BEHIND)
+    return table(heads, [line(walked, mode) for walked in conditions.TABLES for mode in modes])
+
+
+def consoles_table(results):
+    return table(("prints go to", "varbinds/s", "min..max", "agent CPU µs"),
+                 [(row["console"], number(row["rate"]), span(row, "rate"), number(row["agent_us"]))
+                  for row in results["consoles"]])
+
+
 def ports_table(results):
     return table(("ports", "varbinds/s", "min..max", "CPU a varbind µs", "to the first", "agent KiB", "service KiB"),
                  [(f"{row['ports']:,}", number(row["rate"]), span(row, "rate"),
@@ -68,10 +88,10 @@ def ports_table(results):
 
 
 def roles_table(results):
-    return table(("a user sees 1 VSAN in", "varbinds/s", "CPU a varbind µs", "varbinds of a walk", "exchanges",
+    return table(("a user sees 1 VSAN in", "varbinds/s", "CPU a varbind µs", "varbinds of a walk", "messages",
                   "extra", "runs of hidden VSANs"),
                  [(row["one_in"], number(row["rate"]), number(cost(row)), number(row["visible"]),
-                   number(row["exchanges"]), row["extra"], row["hidden_runs"]) for row in results["roles"]])
+                   number(row["messages"]), row["extra"], row["hidden_runs"]) for row in results["roles"]])
 
 
 def starts_table(results):
@@ -91,10 +111,12 @@ def figures(results):
     """All tables, as they stand in the report and on the terminal."""
     command = f"bench/run --rounds {results['rounds']} --seconds {results['seconds']}"
     parts = [f"Medians of `{command}` on {results['machine']}.", "### Goals", goals_table(results)]
+    for name in conditions.CONDITIONS:
+        parts += [f"### A client on Net-SNMP's library, {name}", conditions_table(results, name)]
     for name in FCS_TABLES:
         parts += [f"### Walking {name}", comparison_table(results, name)]
     for title, text in (("Number of ports", ports_table), ("Roles", roles_table),
-                        ("Starting discoveries", starts_table), ("Event history", history_table)):
+                        ("Starting discoveries", starts_table), ("Event history", history_table), ("Console", consoles_table)):
         parts += [f"### {title}", text(results)]
     return "\n\n".join(parts) + "\n"
 

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 
 namespace {
 
@@ -105,9 +106,18 @@ std::optional<RowAnswer> RequestRows::find(Batch &batch, const RowQuestion &ques
 }
 
 uint32_t RequestRows::rows_to_ask(const RowQuestion &question, uint32_t useful) const {
-  const auto last = std::find_if(batches_.rbegin(), batches_.rend(),
-                                 [&](const Batch &batch) { return batch.form == question.form; });
-  return last == batches_.rend() ? useful : std::min(useful, static_cast<uint32_t>(last->used));
+  const auto of_table = [&](const Batch &batch) { return batch.form == question.form; };
+  const auto last = std::find_if(batches_.rbegin(), batches_.rend(), of_table);
+  if (last == batches_.rend()) {
+    return useful;
+  }
+  const bool goes_on =
+      last->size > 0 && memcmp(question.key, last->at(last->size - 1), last->form->length()) == 0;
+  if (goes_on) {
+    return std::min(useful, static_cast<uint32_t>(2 * last->size));
+  }
+  const bool is_first = std::none_of(std::next(last), batches_.rend(), of_table);
+  return is_first && last->used == 1 ? useful : std::min(useful, static_cast<uint32_t>(last->used));
 }
 
 void RequestRows::keep(const RowQuestion &question, const ipc_wire::Reply &reply, size_t length) {

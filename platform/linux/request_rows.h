@@ -48,9 +48,10 @@ public:
   std::optional<RowAnswer> find(const RowQuestion &question);
 
   /**
-   * How many rows to ask the service for, where the SNMP request has a use for `useful`. Once it
-   * asks a second time, it is told no more than it has used of the last reply: a role that hides
-   * many VSANs wastes what follows a visible one.
+   * How many rows to ask the service for, where the SNMP request has a use for `useful`. A role
+   * that hides VSANs wastes what follows a visible one. So behind a gap it is told no more than it
+   * has used of the last reply, but for the first one if that was of no use beyond its first row;
+   * where it goes on behind that reply, twice as many.
    */
   uint32_t rows_to_ask(const RowQuestion &question, uint32_t useful) const;
 

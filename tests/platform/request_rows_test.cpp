@@ -103,13 +103,14 @@ TEST(RequestRows, OneMessageServesAWalkAndLittleIsAskedForBehindHiddenRows) {
   known.serve(2);
   table.messages = 0;
   table.rows_sent = 0;
+  table.ask(known, FCS_OP_GETNEXT, {0, 0}, 15); // A hidden row.
   for (uint32_t vsan = 10; vsan <= 100; vsan += 10) {
     table.ask(known, FCS_OP_GETNEXT, {vsan, 0}, 15);
     table.ask(known, FCS_OP_GETNEXT, {vsan, 1}, 15);
     table.ask(known, FCS_OP_GETNEXT, {vsan, 2}, 15);
   }
-  EXPECT_EQ(table.messages, 10);
-  EXPECT_EQ(table.rows_sent, 15U + 8 * 3 + 2);
+  EXPECT_EQ(table.messages, 11);
+  EXPECT_EQ(table.rows_sent, 15 + 15U + 8 * 3 + 2);
 }
 
 } // namespace
