@@ -92,7 +92,7 @@ def goals(results):
          (history["detail"] - history["none"]) / history["detail"], "at most", 0.1),
         ("CPU a varbind at 200,000 ports, to that at 1,000", by_size[200_000] / by_size[1_000], "at most", 1.15),
         ("extra messages for each run of hidden VSANs",
-         max(row["extra"] / row["hidden_runs"] for row in runs), "at most", 1),
+         max((row["extra"] - roles[1]["extra"]) / row["hidden_runs"] for row in runs), "at most", 1),
         ("CPU a visible varbind of a role that hides VSANs, to that of one that hides none",
          max(cost(row) for row in runs) / cost(roles[1]), "at most", 1.5),
     ]

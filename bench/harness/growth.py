@@ -96,7 +96,7 @@ def count_messages(lab, one_in):
     sample = json.loads(measure.manager(lab, "walk", "--root", measure.table_root("ports"), "--bulk", 25,
                                         community=f"visible{one_in}"))
     messages = requests_served(lab) - before
-    # One message a request is what any walk takes; a run ends in each column.
+    # One message a request is what any walk takes. At the end of a column, a second one begins the next.
     return {"visible": sample["varbinds"], "messages": messages, "extra": messages - sample["requests"],
             "hidden_runs": hidden_runs(one_in) * PORT_COLUMNS}
 

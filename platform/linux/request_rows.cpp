@@ -111,13 +111,10 @@ uint32_t RequestRows::rows_to_ask(const RowQuestion &question, uint32_t useful) 
   if (last == batches_.rend()) {
     return useful;
   }
-  const bool goes_on =
-      last->size > 0 && memcmp(question.key, last->at(last->size - 1), last->form->length()) == 0;
-  if (goes_on) {
-    return std::min(useful, static_cast<uint32_t>(2 * last->size));
-  }
-  const bool is_first = std::none_of(std::next(last), batches_.rend(), of_table);
-  return is_first && last->used == 1 ? useful : std::min(useful, static_cast<uint32_t>(last->used));
+  const bool tells_nothing =
+      last->used == 1 && std::none_of(std::next(last), batches_.rend(), of_table);
+  return tells_nothing ? useful
+                       : std::min(useful, static_cast<uint32_t>(2 * last->used + kSpareRows));
 }
 
 void RequestRows::keep(const RowQuestion &question, const ipc_wire::Reply &reply, size_t length) {

@@ -49,9 +49,8 @@ public:
 
   /**
    * How many rows to ask the service for, where the SNMP request has a use for `useful`. A role
-   * that hides VSANs wastes what follows a visible one. So behind a gap it is told no more than it
-   * has used of the last reply, but for the first one if that was of no use beyond its first row;
-   * where it goes on behind that reply, twice as many.
+   * that hides VSANs wastes what follows a visible one, so that behind a gap it is to be little
+   * more than has been of use of the last reply, unless that is the first and tells nothing yet.
    */
   uint32_t rows_to_ask(const RowQuestion &question, uint32_t useful) const;
 
@@ -74,6 +73,8 @@ private:
 
   static std::optional<RowAnswer> find(Batch &batch, const RowQuestion &question);
 
+  /** Reading so many rows in vain costs less than asking once more. */
+  static constexpr size_t kSpareRows = 12;
   /** Bounds what a request with thousands of bindings keeps and searches. */
   static constexpr size_t kMostBatches = 64;
 

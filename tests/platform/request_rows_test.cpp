@@ -99,18 +99,19 @@ TEST(RequestRows, OneMessageServesAWalkAndLittleIsAskedForBehindHiddenRows) {
   }
   EXPECT_EQ(table.messages, 1);
 
-  // A role that shows each tenth VSAN: a message for each, of as many rows as the last one used.
+  // A role that shows each twentieth VSAN: a message for each, of little more than the last one
+  // used.
   known.serve(2);
   table.messages = 0;
   table.rows_sent = 0;
-  table.ask(known, FCS_OP_GETNEXT, {0, 0}, 15); // A hidden row.
-  for (uint32_t vsan = 10; vsan <= 100; vsan += 10) {
-    table.ask(known, FCS_OP_GETNEXT, {vsan, 0}, 15);
-    table.ask(known, FCS_OP_GETNEXT, {vsan, 1}, 15);
-    table.ask(known, FCS_OP_GETNEXT, {vsan, 2}, 15);
+  table.ask(known, FCS_OP_GETNEXT, {0, 0}, 30); // A hidden row.
+  for (uint32_t vsan = 20; vsan <= 100; vsan += 20) {
+    table.ask(known, FCS_OP_GETNEXT, {vsan, 0}, 30);
+    table.ask(known, FCS_OP_GETNEXT, {vsan, 1}, 30);
+    table.ask(known, FCS_OP_GETNEXT, {vsan, 2}, 30);
   }
-  EXPECT_EQ(table.messages, 11);
-  EXPECT_EQ(table.rows_sent, 15 + 15U + 8 * 3 + 2);
+  EXPECT_EQ(table.messages, 6);
+  EXPECT_EQ(table.rows_sent, 30 + 30U + 3 * (2 * 3 + 12) + 2);
 }
 
 } // namespace
