@@ -57,7 +57,7 @@ protected:
   fcs::FabricStore store_{dir_.path("fabric.db"), std::chrono::milliseconds(100)};
   fcs::NotificationQueue notifications_;
   fcs::Configuration configuration_{store_, notifications_};
-  alignas(uint32_t) std::array<uint8_t, 3 * FCS_MESSAGE_ROOM> room_{};
+  alignas(uint32_t) std::array<uint8_t, size_t{3} * FCS_MESSAGE_ROOM> room_{};
 };
 
 /** What a file holds. */
