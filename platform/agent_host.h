@@ -1,6 +1,11 @@
 /**
  * Agent host: who is asking, the notification switches, and the delivery of the FCS service's
  * notifications to the module. Everything happens on the agent's request thread.
+ *
+ * It also owes the write handlers their integers, on every machine: the value of an INTEGER or an
+ * Unsigned32 is a 32-bit word in the machine's own order, and the whole word stands at the value's
+ * address in every phase of a SET. The length says no more than that: the handlers refuse one above
+ * 4, and read the word whatever it is.
  */
 #pragma once
 

@@ -50,6 +50,9 @@ public:
   Binding(const variable &object, Name name, u_char type, const Bytes &value);
   Binding(FcsObject object, const std::vector<oid> &index, u_char type, const Bytes &value);
 
+  /** Tells the handlers another length than the value's own. */
+  void tell_length(size_t length) { length_ = length; }
+
   /** Has the object read, in silence: where the agent gets its write handler from. */
   void read();
   int write(int phase);

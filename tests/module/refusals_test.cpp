@@ -1,4 +1,4 @@
-/** Values that no write handler takes: statuses and texts. */
+/** Values that no write handler takes, and calls that no agent makes: statuses and texts. */
 #include "agent_calls.h"
 
 #include <gmock/gmock.h>
@@ -134,6 +134,37 @@ TEST_F(Refusals, Values) {
   }
   EXPECT_EQ(fcs_discovery_timeout, 900);
   EXPECT_EQ(pending_rows(), 0U);
+}
+
+TEST_F(Refusals, ALengthOfAtMost4IsNoneOfAnInteger) {
+  std::vector<Bytes> requests;
+  platform.service = [&](const Request &request) {
+    requests.push_back(request.payload);
+    return Reply{0,
+                 request.operation == FCS_OP_GET ? std::optional(request.payload) : std::nullopt};
+  };
+  for (const variable &object : platform.registered) {
+    if (object.acl != NETSNMP_OLDAPI_RWRITE || object.type == ASN_OCTET_STR) {
+      continue;
+    }
+    for (const int32_t value : {1, 2, 6, 300, 65836}) { // 65836 ends as 300 does.
+      const auto outcome_with = [&](size_t length) {
+        fcs_spin_lock = value;
+        requests.clear();
+        std::vector<Binding> set = {
+            {object, Name(object, {0}), static_cast<u_char>(object.type), bytes_of(value)}};
+        set[0].tell_length(length);
+        return std::tuple(lines_of([&] { write_set(set); }), requests);
+      };
+      for (size_t length = 0; length < 4; ++length) {
+        EXPECT_EQ(outcome_with(length), outcome_with(4))
+            << "object " << int{object.magic} << ", length " << length << " of " << value;
+      }
+    }
+  }
+  fcs_spin_lock = 0;
+  fcs_discovery_timeout = 900;
+  fcs_start_discovery = 2;
 }
 
 } // namespace

@@ -83,7 +83,7 @@ int write_fcsStartDiscovery(int action, u_char *value, u_char type, size_t lengt
         refusal != SNMP_ERR_NOERROR) {
       return refusal;
     }
-    const auto wanted = static_cast<int32_t>(fcs_value_word(value, length));
+    const auto wanted = static_cast<int32_t>(fcs_value_word(value));
     if (wanted != kStart && wanted != kDoNothing) {
       FCS_DETAIL("%s: bad value\n");
       return SNMP_ERR_BADVALUE; // Deliberately the status of SNMPv1.
@@ -93,8 +93,7 @@ int write_fcsStartDiscovery(int action, u_char *value, u_char type, size_t lengt
   }
   case RESERVE2: fcs_start_discovery_pending = value; break;
   case ACTION:
-    fcs_start_discovery = static_cast<int32_t>(
-        fcs_value_word(fcs_start_discovery_pending, sizeof(fcs_start_discovery)));
+    fcs_start_discovery = static_cast<int32_t>(fcs_value_word(fcs_start_discovery_pending));
     break;
   case COMMIT:
     if (fcs_start_discovery == kDoNothing) {

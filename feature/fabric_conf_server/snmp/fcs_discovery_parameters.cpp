@@ -56,7 +56,7 @@ int write_fcsVsanDiscoverySpinLock(int action, u_char *value, u_char type, size_
   }
   fputs("In set of spin lock....\n", stderr);
   FCS_DETAIL("%s:entring rev2\n");
-  const auto quoted = static_cast<int32_t>(fcs_value_word(value, length));
+  const auto quoted = static_cast<int32_t>(fcs_value_word(value));
   if (quoted != fcs_spin_lock) {
     fputs("Returning inconsistent val error\n", stderr);
     FCS_DETAIL("%s:return inconsis\n");
@@ -136,7 +136,7 @@ int write_fcsVsanDiscoveryTimeOut(int action, u_char *value, u_char type, size_t
       return refusal;
     }
     fcs_discovery_timeout_pending = value;
-    const uint32_t seconds = fcs_value_word(value, length);
+    const uint32_t seconds = fcs_value_word(value);
     if (seconds < kShortestTimeOut || seconds > kLongestTimeOut) {
       FCS_DETAIL("%s:bad value\n");
       return SNMP_ERR_BADVALUE; // Deliberately the status of SNMPv1.
@@ -147,7 +147,7 @@ int write_fcsVsanDiscoveryTimeOut(int action, u_char *value, u_char type, size_t
   case RESERVE2: fcs_discovery_timeout_pending = value; return SNMP_ERR_NOERROR;
   case ACTION: {
     // The new value stays, also when the service refuses it.
-    const uint32_t seconds = fcs_value_word(fcs_discovery_timeout_pending, sizeof(seconds));
+    const uint32_t seconds = fcs_value_word(fcs_discovery_timeout_pending);
     fcs_discovery_timeout = static_cast<int32_t>(seconds);
     const int32_t result =
         fcs_send_message(FCS_MSG_SET_DISC_TIMEOUT, FCS_OP_SET, &seconds, sizeof(seconds));

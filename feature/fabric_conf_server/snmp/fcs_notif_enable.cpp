@@ -32,7 +32,7 @@ int reserve(const Switch &notification, const char *handler, const u_char *value
       refusal != SNMP_ERR_NOERROR) {
     return refusal;
   }
-  const auto truth = static_cast<int32_t>(fcs_value_word(value, length));
+  const auto truth = static_cast<int32_t>(fcs_value_word(value));
   if (truth != kTrue && truth != kFalse) {
     FCS_DETAIL_AS(handler, "%s:bad val\n");
     return SNMP_ERR_BADVALUE; // Deliberately the status of SNMPv1.
@@ -41,9 +41,9 @@ int reserve(const Switch &notification, const char *handler, const u_char *value
   return SNMP_ERR_NOERROR;
 }
 
-int act(const Switch &notification, const char *handler, const u_char *value, size_t length) {
+int act(const Switch &notification, const char *handler, const u_char *value) {
   FCS_DETAIL_AS(handler, "%s:enter action\n");
-  const bool enable = static_cast<int32_t>(fcs_value_word(value, length)) == kTrue;
+  const bool enable = static_cast<int32_t>(fcs_value_word(value)) == kTrue;
   const int32_t error = agent_notif_enable_set(notification.opcode, enable ? 1 : 0);
   if (error != 0) {
     fcs_report_set_error(error);
@@ -58,7 +58,7 @@ int write(const Switch &notification, const char *handler, int action, const u_c
           u_char type, size_t length) {
   switch (action) {
   case RESERVE1: return reserve(notification, handler, value, type, length);
-  case ACTION: return act(notification, handler, value, length);
+  case ACTION: return act(notification, handler, value);
   default: return SNMP_ERR_NOERROR;
   }
 }

@@ -55,7 +55,7 @@ int reserve(const PlatformColumn &column, const FcsRowWrite &write) {
       refusal != SNMP_ERR_NOERROR) {
     return refusal;
   }
-  const uint32_t value = fcs_value_word(write.value, write.length);
+  const uint32_t value = fcs_value_word(write.value);
   if (column.max_value != 0 && value - 1 >= column.max_value) {
     FCS_DETAIL_AS(write.handler, "%s:bad val\n");
     return SNMP_ERR_BADVALUE; // Deliberately the status of SNMPv1.
@@ -76,7 +76,7 @@ int act(const PlatformColumn &column, const FcsRowWrite &write) {
     return SNMP_ERR_INCONSISTENTVALUE;
   }
   PlatformEntry row = live.record;
-  uint32_t value = fcs_value_word(write.value, write.length);
+  uint32_t value = fcs_value_word(write.value);
   if (column.encode != nullptr) {
     column.encode(&value);
   }

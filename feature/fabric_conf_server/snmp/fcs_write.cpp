@@ -3,7 +3,6 @@
 #include "fcs_trace.h"
 #include "platform/errno_text.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -38,9 +37,9 @@ int fcs_check_value(const FcsWriteLimits &limits, const char *handler, u_char ty
   return SNMP_ERR_NOERROR;
 }
 
-uint32_t fcs_value_word(const u_char *value, size_t length) {
+uint32_t fcs_value_word(const u_char *value) {
   uint32_t word = 0;
-  memcpy(&word, value, std::min(length, sizeof(word)));
+  memcpy(&word, value, sizeof(word));
   return word;
 }
 

@@ -47,8 +47,8 @@ struct FcsWriteLimits {
  */
 int fcs_check_value(const FcsWriteLimits &limits, const char *handler, u_char type, size_t length);
 
-/** The 32-bit word of an INTEGER or Unsigned32 value; what a shorter value lacks is 0. */
-uint32_t fcs_value_word(const u_char *value, size_t length);
+/** The 32-bit word of an INTEGER or Unsigned32 value, which is there whatever the value's length. */
+uint32_t fcs_value_word(const u_char *value);
 
 /** Reports error `code` of a write to the agent host's log, with its text. */
 void fcs_report_set_error(int32_t code);
@@ -67,5 +67,5 @@ struct FcsRowWrite {
   const oid *name;
   size_t name_length;
 
-  int32_t integer() const { return static_cast<int32_t>(fcs_value_word(value, length)); }
+  int32_t integer() const { return static_cast<int32_t>(fcs_value_word(value)); }
 };
