@@ -4,9 +4,11 @@
 #include <cerrno>
 #include <gmock/gmock.h>
 
+using testing::Contains;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::IsEmpty;
+using testing::StartsWith;
 
 namespace {
 
@@ -307,9 +309,13 @@ TEST_F(ConfigRows, IntegerColumnsChangeTheLiveRow) {
     expect_set("absent", false, change, SNMP_ERR_INCONSISTENTVALUE,
                reserved + pair(c.name, "enter action", "inconsistent"));
     serve(true, 77);
+    platform.console = true;
     EXPECT_EQ(set(change, SNMP_ERR_GENERR),
               reserved + c.name + ":enter action|100 Setting of " + c.subject +
                   " fails witherror : text of 77|log error 77 'text of 77|");
+    EXPECT_THAT(platform.lines,
+                Contains(StartsWith(std::string("console 1/recorded/0 'Setting of ") + c.subject +
+                                    " fails witherror : %s\n'")));
   }
 }
 

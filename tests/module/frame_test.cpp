@@ -195,8 +195,8 @@ TEST(Exchange, SetReturnsTheResultAndKeepsTheStatus) {
   EXPECT_EQ(fcs_req_status, 99);
 }
 
-void trace_one_line(const std::string &text) {
-  FCS_DETAIL("%s:%s\n", text.c_str());
+void trace_one_line(int number) {
+  FCS_DETAIL("%s:%d\n", number);
 }
 
 TEST(Trace, HistoryAndConsoleAreFilteredIndependently) {
@@ -205,9 +205,10 @@ TEST(Trace, HistoryAndConsoleAreFilteredIndependently) {
       start_module();
       platform.history_filtered = filtered;
       platform.console = debugging;
-      EXPECT_EQ(lines_of([] { trace_one_line("x"); }),
-                (filtered ? Lines{} : Lines{"101 trace_one_line:x\n"}) +
-                    (debugging ? Lines{"console 1/recorded/0 trace_one_line:x\n"} : Lines{}));
+      EXPECT_EQ(
+          lines_of([] { trace_one_line(7); }),
+          (filtered ? Lines{} : Lines{"101 trace_one_line:7\n"}) +
+              (debugging ? Lines{"console 1/recorded/0 '%s:%d\n' trace_one_line:7\n"} : Lines{}));
     }
   }
 }
@@ -236,7 +237,7 @@ TEST(Trace, LongLinesAreCutInTheHistoryOnly) {
   const Lines lines = lines_of([] { FCS_EVENT("%s", std::string(600, 'a').c_str()); });
   ASSERT_EQ(lines.size(), 2U);
   EXPECT_EQ(lines[0], "100 " + std::string(511, 'a'));
-  EXPECT_EQ(lines[1], "console 1/recorded/0 " + std::string(600, 'a'));
+  EXPECT_EQ(lines[1], "console 1/recorded/0 '%s' " + std::string(600, 'a'));
 }
 
 } // namespace

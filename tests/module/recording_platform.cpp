@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <memory>
 #include <stdexcept>
+#include <string_view>
 
 RecordingPlatform platform;
 
@@ -326,16 +327,26 @@ void trace_hist_event(uint32_t module, uint32_t length, const void *event) {
   }
 }
 
-int trace_debug_on(uint32_t /*level*/, int unit, int instance, int console) {
-  return platform.console && unit == 0 && instance == 0 && console == 1 ? 1 : 0;
+/** Level of the line that the console is asked about. */
+static uint32_t console_level;
+
+int trace_debug_on(uint32_t level, int unit, int instance, int console) {
+  console_level = level;
+  return unit == 0 && instance == 0 && console == 1 ? 1 : 0;
 }
 
 void debug_printf(int console, const char *module, int instance, const char *format, ...) {
+  const std::string_view own = format;
+  require(console_level != 101 ||
+              (own.starts_with("%s") && own.find("%s", 2) == std::string_view::npos),
+          "the only text that a detail's format takes is the name of its function");
   va_list arguments;
   va_start(arguments, format);
-  record_arguments("console " + std::to_string(console) + "/" + module + "/" +
-                       std::to_string(instance) + " ",
-                   format, arguments);
+  if (platform.console) {
+    record_arguments("console " + std::to_string(console) + "/" + module + "/" +
+                         std::to_string(instance) + " '" + format + "' ",
+                     format, arguments);
+  }
   va_end(arguments);
 }
 

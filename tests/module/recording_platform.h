@@ -56,7 +56,7 @@ struct RecordingPlatform {
   std::function<int32_t()> notif_enabled = [] { return 0; };
   std::function<int32_t()> enable_result = [] { return 0; };
   bool history_filtered = false;
-  bool console = false;
+  bool console = false; ///< Whether the console's lines are recorded, formats first.
   bool agent_debugging = false;
   int register_result = MIB_REGISTERED_OK;
   std::set<int> failing_stores; ///< Which calls of row_index_create fail, counted from 1.

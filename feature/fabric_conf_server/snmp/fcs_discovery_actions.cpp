@@ -11,14 +11,14 @@ namespace {
 constexpr int32_t kStart = 1;
 constexpr int32_t kDoNothing = 2;
 
-constexpr FcsWriteLimits kStartLimits = {"fcsStartDiscovery", ASN_INTEGER, 4, "wrong type",
-                                         "bad length"};
-constexpr VsanListLimits kInvalidate2k = {
-    {"fcsDiscoveryInvalidateCache2k", ASN_OCTET_STR, FCS_HALF_BYTES, "wrong type", "bad length"},
-    "non writable"};
-constexpr VsanListLimits kInvalidate4k = {
-    {"fcsDiscoveryInvalidateCache4k", ASN_OCTET_STR, FCS_HALF_BYTES, "wrong type", "bad length"},
-    "not writable"};
+constexpr FcsWriteLimits kStartLimits = {"fcsStartDiscovery", ASN_INTEGER, 4, "%s:wrong type\n",
+                                         "%s:bad length\n"};
+constexpr VsanListLimits kInvalidate2k = {{"fcsDiscoveryInvalidateCache2k", ASN_OCTET_STR,
+                                           FCS_HALF_BYTES, "%s:wrong type\n", "%s:bad length\n"},
+                                          "%s:non writable\n"};
+constexpr VsanListLimits kInvalidate4k = {{"fcsDiscoveryInvalidateCache4k", ASN_OCTET_STR,
+                                           FCS_HALF_BYTES, "%s:wrong type\n", "%s:bad length\n"},
+                                          "%s:not writable\n"};
 
 /** The value of the SET in progress, kept between its phases. */
 const u_char *fcs_start_discovery_pending;

@@ -11,18 +11,18 @@
 namespace {
 
 constexpr FcsWriteLimits kSpinLock = {"fcsVsanDiscoverySpinLock", ASN_INTEGER, 4,
-                                      "return wrng type ", "return wrong len"};
-constexpr FcsWriteLimits kName = {"fcsVsanDiscoveryName", ASN_OCTET_STR, 32, "return wrong type",
-                                  "return wrong len"};
-constexpr FcsWriteLimits kTimeOut = {"fcsVsanDiscoveryTimeOut", ASN_UNSIGNED, 4, "wrong type",
-                                     "wrong length"};
+                                      "%s:return wrng type \n", "%s:return wrong len\n"};
+constexpr FcsWriteLimits kName = {"fcsVsanDiscoveryName", ASN_OCTET_STR, 32,
+                                  "%s:return wrong type\n", "%s:return wrong len\n"};
+constexpr FcsWriteLimits kTimeOut = {"fcsVsanDiscoveryTimeOut", ASN_UNSIGNED, 4, "%s:wrong type\n",
+                                     "%s:wrong length\n"};
 // Standard error knows the two lists by older names.
 constexpr VsanListLimits kList2k = {{"fcsVsanDiscoveryBitMap1", ASN_OCTET_STR, FCS_HALF_BYTES,
-                                     "return wrong type", "return wrong len"},
-                                    "return non writable"};
-constexpr VsanListLimits kList4k = {
-    {"fcsVsanDiscoveryBitMap2", ASN_OCTET_STR, FCS_HALF_BYTES, "wrong type", "bad length"},
-    "non writable"};
+                                     "%s:return wrong type\n", "%s:return wrong len\n"},
+                                    "%s:return non writable\n"};
+constexpr VsanListLimits kList4k = {{"fcsVsanDiscoveryBitMap2", ASN_OCTET_STR, FCS_HALF_BYTES,
+                                     "%s:wrong type\n", "%s:bad length\n"},
+                                    "%s:non writable\n"};
 
 /** Range of the discovery time-out. */
 constexpr uint32_t kShortestTimeOut = 300;

@@ -11,9 +11,9 @@ namespace {
 constexpr size_t kNameLength = FCS_COLUMN_LENGTH + 1 + FCS_WWN_LENGTH;
 
 constexpr FcsRowStatusLimits kLimits = {
-    .value = {"fcsNodeNameRowStatus", ASN_INTEGER, 4, "wr type", "wr len"},
-    .unknown = "inconsis",
-    .taken = "inconsis len",
+    .value = {"fcsNodeNameRowStatus", ASN_INTEGER, 4, "%s:wr type\n", "%s:wr len\n"},
+    .unknown = "%s:inconsis\n",
+    .taken = "%s:inconsis len\n",
     .taken_on_stderr = false};
 
 int reserve(const FcsRowWrite &write) {
@@ -37,7 +37,7 @@ int confirm(const FcsRowWrite &write) {
     FCS_DETAIL_AS(write.handler, "%s:inconsis\n");
     return SNMP_ERR_INCONSISTENTVALUE;
   }
-  FCS_DETAIL_AS(write.handler, "%s:%s\n", !live && status == RS_DESTROY ? "end" : "exit rev2");
+  FCS_DETAIL_AS(write.handler, !live && status == RS_DESTROY ? "%s:end\n" : "%s:exit rev2\n");
   return SNMP_ERR_NOERROR;
 }
 

@@ -10,16 +10,17 @@ namespace {
 struct Switch {
   FcsMessage opcode;
   FcsWriteLimits limits;
-  const char *failed;
+  FcsLine failed;
 };
 
-constexpr Switch kReqRej = {FCS_MSG_REG_REQ_REJ,
-                            {"fcsReqRejNotifyEnable", ASN_INTEGER, 4, "wr type", "bad len"},
-                            "gen error"};
+constexpr Switch kReqRej = {
+    FCS_MSG_REG_REQ_REJ,
+    {"fcsReqRejNotifyEnable", ASN_INTEGER, 4, "%s:wr type\n", "%s:bad len\n"},
+    "%s:gen error\n"};
 constexpr Switch kDiscoveryComplete = {
     FCS_MSG_DISC_COMPLETE,
-    {"fcsDiscoveryCompleteNotifyEnable", ASN_INTEGER, 4, "wrong type", "wrong len"},
-    "gen err"};
+    {"fcsDiscoveryCompleteNotifyEnable", ASN_INTEGER, 4, "%s:wrong type\n", "%s:wrong len\n"},
+    "%s:gen err\n"};
 
 /** TruthValue (RFC 2579). */
 constexpr int32_t kTrue = 1;
@@ -47,7 +48,7 @@ int act(const Switch &notification, const char *handler, const u_char *value) {
   const int32_t error = agent_notif_enable_set(notification.opcode, enable ? 1 : 0);
   if (error != 0) {
     fcs_report_set_error(error);
-    FCS_DETAIL_AS(handler, "%s:%s\n", notification.failed);
+    FCS_DETAIL_LINE(handler, notification.failed);
     return SNMP_ERR_GENERR;
   }
   FCS_DETAIL_AS(handler, "%s:exit action\n");

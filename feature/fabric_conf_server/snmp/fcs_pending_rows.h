@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 
 /** Index of a row, with which its record begins: the last two sub-identifiers of an instance. */
 struct FcsRowKey {
@@ -27,8 +28,7 @@ FcsRowKey fcs_row_key(const FcsRowWrite &write);
  */
 int fcs_compare_row_keys(const void *a, const void *b);
 
-/** A table whose rows are assembled before they are sent. Texts are the handler's traces, without
- * its name. */
+/** A table whose rows are assembled before they are sent. Lines are the handler's traces. */
 template <typename Row> struct FcsAssembledTable {
   FcsRecordId record_id;
   RowIndex **store;
@@ -42,19 +42,19 @@ template <typename Row> struct FcsAssembledTable {
     FcsWriteLimits limits;
     int (*refuse)(const FcsRowWrite &write); ///< Further checks of the value; null for none.
     void (*set_defaults)(Row *row);          ///< For a row that this column creates; null for none.
-    const char *live;                        ///< Never changed once the row is there.
-    const char *not_pending;                 ///< Null for no trace.
-    const char *no_status;                   ///< The SET brings no RowStatus.
-    const char *reserved;
+    FcsLine live;                            ///< Never changed once the row is there.
+    std::optional<FcsLine> not_pending;
+    FcsLine no_status; ///< The SET brings no RowStatus.
+    FcsLine reserved;
   } text;
 
   /** The RowStatus column. */
   struct Status {
     FcsRowStatusLimits limits;
     int (*authorize)(const FcsRowWrite &write); ///< Null when the table is not scoped by VSAN.
-    const char *live;
-    const char *reserved;
-    const char *not_acted_on;
+    FcsLine live;
+    FcsLine reserved;
+    FcsLine not_acted_on;
     void (*trace_failure)(int32_t status, int32_t result);
   } status;
 };
@@ -121,21 +121,21 @@ template <typename Row>
 int fcs_confirm_text(const FcsAssembledTable<Row> &table, const FcsRowWrite &write) {
   FCS_DETAIL_AS(write.handler, "%s:enter rev2\n");
   if (fcs_is_live(table.lookup, write)) {
-    FCS_DETAIL_AS(write.handler, "%s:%s\n", table.text.live);
+    FCS_DETAIL_LINE(write.handler, table.text.live);
     return SNMP_ERR_INCONSISTENTVALUE;
   }
   const Row *row = fcs_pending_row(table, write);
   if (row == nullptr) {
-    if (table.text.not_pending != nullptr) {
-      FCS_DETAIL_AS(write.handler, "%s:%s\n", table.text.not_pending);
+    if (table.text.not_pending) {
+      FCS_DETAIL_LINE(write.handler, *table.text.not_pending);
     }
     return SNMP_ERR_GENERR;
   }
   if (row->row_status == 0) {
-    FCS_DETAIL_AS(write.handler, "%s:%s\n", table.text.no_status);
+    FCS_DETAIL_LINE(write.handler, table.text.no_status);
     return SNMP_ERR_INCONSISTENTVALUE;
   }
-  FCS_DETAIL_AS(write.handler, "%s:%s\n", table.text.reserved);
+  FCS_DETAIL_LINE(write.handler, table.text.reserved);
   return SNMP_ERR_NOERROR;
 }
 
@@ -179,7 +179,7 @@ int fcs_confirm_status(const FcsAssembledTable<Row> &table, const FcsRowWrite &w
   FCS_DETAIL_AS(write.handler, "%s:enter rev2\n");
   fcs_mark_current_value(write);
   if (fcs_is_live(table.lookup, write) && status != RS_DESTROY && status != RS_ACTIVE) {
-    FCS_DETAIL_AS(write.handler, "%s:%s\n", table.status.live);
+    FCS_DETAIL_LINE(write.handler, table.status.live);
     return SNMP_ERR_INCONSISTENTVALUE;
   }
   if (status != RS_DESTROY) {
@@ -192,7 +192,7 @@ int fcs_confirm_status(const FcsAssembledTable<Row> &table, const FcsRowWrite &w
       return SNMP_ERR_INCONSISTENTVALUE;
     }
   }
-  FCS_DETAIL_AS(write.handler, "%s:%s\n", table.status.reserved);
+  FCS_DETAIL_LINE(write.handler, table.status.reserved);
   return SNMP_ERR_NOERROR;
 }
 
@@ -217,7 +217,7 @@ int fcs_act_on_status(const FcsAssembledTable<Row> &table, const FcsRowWrite &wr
   const int32_t status = write.integer();
   FCS_DETAIL_AS(write.handler, "%s:enter action\n");
   if (status != RS_DESTROY && status != RS_CREATEANDGO) {
-    FCS_DETAIL_AS(write.handler, "%s:%s\n", table.status.not_acted_on);
+    FCS_DETAIL_LINE(write.handler, table.status.not_acted_on);
     return SNMP_ERR_INCONSISTENTVALUE;
   }
   if (!fcs_is_live(table.lookup, write) && status == RS_DESTROY) {

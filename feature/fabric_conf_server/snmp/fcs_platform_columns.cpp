@@ -7,13 +7,13 @@
 
 namespace {
 
-/** An integer column. Texts are the handler's traces, without its name, but for the event's. */
+/** An integer column. */
 struct PlatformColumn {
   FcsWriteLimits limits;
   uint32_t max_value; ///< From 1; 0: every value is accepted.
   uint32_t PlatformEntry::*field;
   void (*encode)(uint32_t *value); ///< To what the service has in the field; null: the same.
-  const char *subject;             ///< In the event of a failure.
+  FcsLine failed;                  ///< The event of a failure, with its text.
 };
 
 constexpr uint32_t kPlatformTypes = 12;
@@ -25,29 +25,30 @@ void encode_validation(uint32_t *value) {
 }
 
 constexpr PlatformColumn kType = {
-    .limits = {"fcsPlatformType", ASN_INTEGER, 4, "wrong type", "wrong len"},
+    .limits = {"fcsPlatformType", ASN_INTEGER, 4, "%s:wrong type\n", "%s:wrong len\n"},
     .max_value = kPlatformTypes,
     .field = &PlatformEntry::type,
     .encode = fcs_reverse_map_platform_type,
-    .subject = "platform type"};
+    .failed = "Setting of platform type fails witherror : %s\n"};
 constexpr PlatformColumn kNodeNameListIndex = {
-    .limits = {"fcsPlatformNodeNameListIndex", ASN_INTEGER, 4, "wrong type", "bad len"},
+    .limits = {"fcsPlatformNodeNameListIndex", ASN_INTEGER, 4, "%s:wrong type\n", "%s:bad len\n"},
     .max_value = 0,
     .field = &PlatformEntry::node_name_list_index,
     .encode = nullptr,
-    .subject = "plat node name indx"};
+    .failed = "Setting of plat node name indx fails witherror : %s\n"};
 constexpr PlatformColumn kMgmtAddrListIndex = {
-    .limits = {"fcsPlatformMgmtAddrListIndex", ASN_INTEGER, 4, "wrong type", "wrong length"},
+    .limits = {"fcsPlatformMgmtAddrListIndex", ASN_INTEGER, 4, "%s:wrong type\n",
+               "%s:wrong length\n"},
     .max_value = 0,
     .field = &PlatformEntry::mgmt_addr_list_index,
     .encode = nullptr,
-    .subject = "plat mgmt addr indx"};
+    .failed = "Setting of plat mgmt addr indx fails witherror : %s\n"};
 constexpr PlatformColumn kValidation = {
-    .limits = {"fcsPlatformValidation", ASN_INTEGER, 4, "wrong type", "bad len"},
+    .limits = {"fcsPlatformValidation", ASN_INTEGER, 4, "%s:wrong type\n", "%s:bad len\n"},
     .max_value = kValidationValues,
     .field = &PlatformEntry::validation_request,
     .encode = encode_validation,
-    .subject = "plat validation"};
+    .failed = "Setting of plat validation fails witherror : %s\n"};
 
 int reserve(const PlatformColumn &column, const FcsRowWrite &write) {
   FCS_DETAIL_AS(write.handler, "%s:enter rev1\n");
@@ -84,8 +85,7 @@ int act(const PlatformColumn &column, const FcsRowWrite &write) {
   row.*column.field = value;
   if (const int32_t result = fcs_set_data(FCS_REC_PLATFORM, FCS_OP_SET, &row, sizeof(row));
       result != 0) {
-    FCS_EVENT("Setting of %s fails witherror : %s\n", column.subject,
-              fcs_exchange_error_text(result));
+    FCS_EVENT(column.failed.format("%s"), fcs_exchange_error_text(result));
     fcs_report_set_error(result);
     return SNMP_ERR_GENERR;
   }

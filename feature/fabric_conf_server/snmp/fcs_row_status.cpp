@@ -13,14 +13,14 @@ int fcs_check_row_status(const FcsRowStatusLimits &limits, const FcsRowWrite &wr
   const int32_t status = write.integer();
   // A value outside RowStatus is deliberately inconsistent, not wrong.
   if (status != RS_ACTIVE && status != RS_CREATEANDGO && status != RS_DESTROY) {
-    FCS_DETAIL_AS(write.handler, "%s:%s\n", limits.unknown);
+    FCS_DETAIL_LINE(write.handler, limits.unknown);
     return SNMP_ERR_INCONSISTENTVALUE;
   }
   if (write.current != nullptr && status == RS_CREATEANDGO) {
     if (limits.taken_on_stderr) {
       fputs("Ret inconsis 3\n", stderr);
     }
-    FCS_DETAIL_AS(write.handler, "%s:%s\n", limits.taken);
+    FCS_DETAIL_LINE(write.handler, limits.taken);
     return SNMP_ERR_INCONSISTENTVALUE;
   }
   return SNMP_ERR_NOERROR;

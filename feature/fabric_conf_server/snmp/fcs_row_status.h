@@ -3,11 +3,11 @@
 
 #include "fcs_write.h"
 
-/** What a RowStatus must be to pass RESERVE1. Texts are the handler's traces, without its name. */
+/** What a RowStatus must be to pass RESERVE1. Lines are the handler's traces. */
 struct FcsRowStatusLimits {
   FcsWriteLimits value;
-  const char *unknown; ///< Another status than active, createAndGo and destroy.
-  const char *taken;   ///< createAndGo of a row that is there.
+  FcsLine unknown; ///< Another status than active, createAndGo and destroy.
+  FcsLine taken;   ///< createAndGo of a row that is there.
   bool taken_on_stderr;
 };
 

@@ -26,18 +26,32 @@ constexpr FcsWritable kWritable[] = {
     {fcsDiscoveryCompleteNotifyEnable, write_fcsDiscoveryCompleteNotifyEnable},
 };
 
-/** A count that the service keeps, and what its traces call it. */
+/** A count that the service keeps, and what its reads leave in the trace. */
 struct Count {
   FcsObject object;
   FcsRecordId record_id;
-  const char *label;
+  FcsLine answered;
+  FcsLine failed;
 };
 
 constexpr Count kCounts[] = {
-    {fcsIeNumber, FCS_REC_IE_COUNT, "ie number"},
-    {fcsPortNumber, FCS_REC_PORT_COUNT, "port number"},
-    {fcsPlatformNumber, FCS_REC_PLATFORM_COUNT, "platform number"},
+    {fcsIeNumber, FCS_REC_IE_COUNT, "%s:return ie number\n", "%s:return NULL ie number\n"},
+    {fcsPortNumber, FCS_REC_PORT_COUNT, "%s:return port number\n", "%s:return NULL port number\n"},
+    {fcsPlatformNumber, FCS_REC_PLATFORM_COUNT, "%s:return platform number\n",
+     "%s:return NULL platform number\n"},
 };
+
+/** The list of the last cache invalidation, and what its reads leave in the trace. */
+struct Invalidation {
+  const VsanHalf &half;
+  FcsLine answered;
+  FcsLine failed;
+};
+
+constexpr Invalidation kInvalidation2k = {kHalf2k, "%s:return DiscInvalDate2k succ\n",
+                                          "%s:return DiscInvalDate2k error\n"};
+constexpr Invalidation kInvalidation4k = {kHalf4k, "%s:return DiscInvalDate4k succ\n",
+                                          "%s:return DiscInvalDate4k error\n"};
 
 /** The VSAN discovery lists are put together here. */
 VsanBitmap fcs_vsan_list_buf;
@@ -159,13 +173,14 @@ u_char *var_zephrinFcsMIB(variable *vp, oid *name, size_t *length, int exact, si
   // A read narrows the stored invalidation list to what the reader may see, for every later reader.
   case fcsDiscoveryInvalidateCache2k:
   case fcsDiscoveryInvalidateCache4k: {
-    const VsanHalf &half = vp->magic == fcsDiscoveryInvalidateCache2k ? kHalf2k : kHalf4k;
-    if (!filter_list(half.invalidated, half, name, *length)) {
-      FCS_DETAIL("%s:return DiscInvalDate%s error\n", half.label);
+    const Invalidation &last =
+        vp->magic == fcsDiscoveryInvalidateCache2k ? kInvalidation2k : kInvalidation4k;
+    if (!filter_list(last.half.invalidated, last.half, name, *length)) {
+      FCS_DETAIL_LINE(__func__, last.failed);
       return no_vsans;
     }
-    FCS_DETAIL("%s:return DiscInvalDate%s succ\n", half.label);
-    return image(half.invalidated, var_len);
+    FCS_DETAIL_LINE(__func__, last.answered);
+    return image(last.half.invalidated, var_len);
   }
 
   case fcsIeNumber:
@@ -173,10 +188,10 @@ u_char *var_zephrinFcsMIB(variable *vp, oid *name, size_t *length, int exact, si
   case fcsPlatformNumber: {
     const Count &count = count_of(vp->magic);
     if (!fetch_word(count.record_id)) {
-      FCS_DETAIL("%s:return NULL %s\n", count.label);
+      FCS_DETAIL_LINE(__func__, count.failed);
       return nullptr;
     }
-    FCS_DETAIL("%s:return %s\n", count.label);
+    FCS_DETAIL_LINE(__func__, count.answered);
     return return_value();
   }
 

@@ -18,23 +18,23 @@ constexpr FcsVsanTable kTable = {.record_id = FCS_REC_STATISTICS,
 /** Highest VSAN that a walk may start from. */
 constexpr uint32_t kLastVsan = 4096;
 
-/** A column's counter, and what its trace calls it. */
+/** A column's counter, and the trace of its answer. */
 struct Column {
   FcsObject object;
   uint32_t FcsStatsRecord::*counter;
-  const char *label;
+  FcsLine answered;
 };
 
 constexpr Column kColumns[] = {
-    {fcsRxGetReqs, &FcsStatsRecord::rx_get_reqs, "rx get"},
-    {fcsTxGetReqs, &FcsStatsRecord::tx_get_reqs, "tx get"},
-    {fcsRxRegReqs, &FcsStatsRecord::rx_reg_reqs, "rx reg"},
-    {fcsTxRegReqs, &FcsStatsRecord::tx_reg_reqs, "tx reg"},
-    {fcsRxDeregReqs, &FcsStatsRecord::rx_dereg_reqs, "rx dereg"},
-    {fcsTxDeregReqs, &FcsStatsRecord::tx_dereg_reqs, "tx dereg"},
-    {fcsTxRscns, &FcsStatsRecord::tx_rscns, "tx rscn"},
-    {fcsRxRscns, &FcsStatsRecord::rx_rscns, "rx rscn"},
-    {fcsRejects, &FcsStatsRecord::rejects, "rej"},
+    {fcsRxGetReqs, &FcsStatsRecord::rx_get_reqs, "%s:return rx get\n"},
+    {fcsTxGetReqs, &FcsStatsRecord::tx_get_reqs, "%s:return tx get\n"},
+    {fcsRxRegReqs, &FcsStatsRecord::rx_reg_reqs, "%s:return rx reg\n"},
+    {fcsTxRegReqs, &FcsStatsRecord::tx_reg_reqs, "%s:return tx reg\n"},
+    {fcsRxDeregReqs, &FcsStatsRecord::rx_dereg_reqs, "%s:return rx dereg\n"},
+    {fcsTxDeregReqs, &FcsStatsRecord::tx_dereg_reqs, "%s:return tx dereg\n"},
+    {fcsTxRscns, &FcsStatsRecord::tx_rscns, "%s:return tx rscn\n"},
+    {fcsRxRscns, &FcsStatsRecord::rx_rscns, "%s:return rx rscn\n"},
+    {fcsRejects, &FcsStatsRecord::rejects, "%s:return rej\n"},
 };
 
 bool header_fcs_stats_table(const FcsRowRequest &request) {
@@ -67,7 +67,7 @@ u_char *var_fcsStatsTable(variable *vp, oid *name, size_t *length, int exact, si
   }
   for (const Column &column : kColumns) {
     if (column.object == vp->magic) {
-      FCS_DETAIL("%s:return %s\n", column.label);
+      FCS_DETAIL_LINE(__func__, column.answered);
       return reinterpret_cast<u_char *>(&(stats.record.*column.counter));
     }
   }

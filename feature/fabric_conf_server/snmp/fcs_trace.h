@@ -23,6 +23,28 @@ enum FcsTraceLevel : uint32_t {
   FCS_TRACE_DETAIL = 101, ///< Function entry and exit, values returned and other detail.
 };
 
+/**
+ * The format of a line that is data: it stands there as it is traced, and takes one text. A format
+ * that takes anything else does not compile; what it is given is checked where it is traced.
+ */
+class FcsLine {
+public:
+  consteval FcsLine(const char *format) : format_(format) {
+    const std::string_view text = format;
+    if (text.find('%') != text.rfind('%') || text.find("%s") == std::string_view::npos) {
+      throw "the format does not take one text";
+    }
+  }
+
+  /** \param conversions "%s": those that the compiler checks the arguments against. */
+  [[gnu::format_arg(2)]] constexpr const char *format(const char * /*conversions*/) const {
+    return format_;
+  }
+
+private:
+  const char *format_;
+};
+
 /** Formats a line, cut to 511 characters, and records it in the event history at `level`. */
 [[gnu::format(printf, 2, 3)]] void fcs_trace_history(FcsTraceLevel level, const char *format, ...);
 
@@ -69,6 +91,9 @@ template <size_t kTextSize> void fcs_trace_history(const FcsFixedDetail<kTextSiz
 #define FCS_DETAIL_AS(function, format, ...)                                                       \
   FCS_TRACE(FCS_TRACE_DETAIL, format,                                                              \
             static_cast<const char *>(function) __VA_OPT__(, ) __VA_ARGS__)
+
+/** Traces a detail that is data, an FcsLine; the text that it takes is the name of the function. */
+#define FCS_DETAIL_LINE(function, line) FCS_DETAIL_AS(function, (line).format("%s"))
 
 /** Traces a detail of the calling function. */
 #define FCS_DETAIL(format, ...)                                                                    \

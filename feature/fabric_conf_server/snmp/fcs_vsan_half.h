@@ -8,7 +8,6 @@
 #include "fcs_values.h"
 
 struct VsanHalf {
-  const char *label;
   uint32_t first_vsan;     ///< The VSAN of bit 0.
   uint32_t offset;         ///< Of the half's first byte in a bitmap of all VSANs.
   VsanBitmap *staged;      ///< The VSAN discovery list as last written.
@@ -17,15 +16,13 @@ struct VsanHalf {
   VsanBitmap *invalidated; ///< VSANs of the last cache invalidation.
 };
 
-constexpr VsanHalf kHalf2k = {.label = "2k",
-                              .first_vsan = 1,
+constexpr VsanHalf kHalf2k = {.first_vsan = 1,
                               .offset = 0,
                               .staged = &fcs_vsan_2k,
                               .outstanding = &fcs_vsan_total_2k,
                               .notified = &fcs_notif_2k,
                               .invalidated = &fcs_invalidate_cache_2k};
-constexpr VsanHalf kHalf4k = {.label = "4k",
-                              .first_vsan = 2049,
+constexpr VsanHalf kHalf4k = {.first_vsan = 2049,
                               .offset = FCS_HALF_BYTES,
                               .staged = &fcs_vsan_4k,
                               .outstanding = &fcs_vsan_total_4k,

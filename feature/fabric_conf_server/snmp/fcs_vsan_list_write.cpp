@@ -1,6 +1,5 @@
 #include "fcs_vsan_list_write.h"
 
-#include "fcs_trace.h"
 #include "platform/role.h"
 
 #include <algorithm>
@@ -28,7 +27,7 @@ int fcs_reserve_vsan_list(const VsanListLimits &limits, const VsanHalf &half, co
   }
   if (!may_write(half, value, length, name, name_length)) {
     agent_log_set_error(AGENT_VSAN_NOT_ALLOWED, 584);
-    FCS_DETAIL_AS(handler, "%s:%s\n", limits.not_writable);
+    FCS_DETAIL_LINE(handler, limits.not_writable);
     return SNMP_ERR_NOTWRITABLE;
   }
   FCS_DETAIL_AS(handler, "%s:exit rev1\n");

@@ -7,7 +7,7 @@
 /** What a VSAN list accepts, and what its handler traces when the role refuses a VSAN of it. */
 struct VsanListLimits {
   FcsWriteLimits value;
-  const char *not_writable;
+  FcsLine not_writable;
 };
 
 /**

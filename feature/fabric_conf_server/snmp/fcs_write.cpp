@@ -1,6 +1,5 @@
 #include "fcs_write.h"
 
-#include "fcs_trace.h"
 #include "platform/errno_text.h"
 
 #include <cerrno>
@@ -21,16 +20,16 @@ static const char *type_name(u_char type) {
 int fcs_check_value(const FcsWriteLimits &limits, const char *handler, u_char type, size_t length) {
   if (type != limits.type) {
     fprintf(stderr, "write to %s not %s\n", limits.object, type_name(limits.type));
-    FCS_DETAIL_AS(handler, "%s:%s\n", limits.wrong_type);
+    FCS_DETAIL_LINE(handler, limits.wrong_type);
     return SNMP_ERR_WRONGTYPE;
   }
   if (length < limits.min_length || length > limits.max_length) {
     if (limits.length_traced_first) {
-      FCS_DETAIL_AS(handler, "%s:%s\n", limits.bad_length);
+      FCS_DETAIL_LINE(handler, limits.bad_length);
     }
     fprintf(stderr, "write to %s: bad length\n", limits.object);
     if (!limits.length_traced_first) {
-      FCS_DETAIL_AS(handler, "%s:%s\n", limits.bad_length);
+      FCS_DETAIL_LINE(handler, limits.bad_length);
     }
     return SNMP_ERR_WRONGLENGTH;
   }

@@ -1,6 +1,7 @@
 /** What the write handlers share: handing them out, refusing values, and reporting failures. */
 #pragma once
 
+#include "fcs_trace.h"
 #include "platform/agent_host.h"
 
 #include <cstddef>
@@ -34,8 +35,8 @@ struct FcsWriteLimits {
   const char *object; ///< The object's name on standard error.
   u_char type;        ///< ASN_INTEGER, ASN_UNSIGNED or ASN_OCTET_STR.
   size_t max_length;
-  const char *wrong_type; ///< The handler's traces, without its name.
-  const char *bad_length;
+  FcsLine wrong_type; ///< The handler's traces.
+  FcsLine bad_length;
   size_t min_length = 0;
   bool length_traced_first = false; ///< Whether a bad length is traced before it is written.
 };
@@ -47,7 +48,8 @@ struct FcsWriteLimits {
  */
 int fcs_check_value(const FcsWriteLimits &limits, const char *handler, u_char type, size_t length);
 
-/** The 32-bit word of an INTEGER or Unsigned32 value, which is there whatever the value's length. */
+/** The 32-bit word of an INTEGER or Unsigned32 value, which is there whatever the value's length.
+ */
 uint32_t fcs_value_word(const u_char *value);
 
 /** Reports error `code` of a write to the agent host's log, with its text. */
