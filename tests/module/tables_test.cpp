@@ -335,6 +335,8 @@ TEST_F(Tables, DiscoveryStatusAndCompletion) {
   } completions[] = {{0, 0, 0},
                      {seconds + 50, microseconds, 5000},
                      {seconds + 300 * 86400, microseconds, 300U * 8640000U},
+                     {seconds + 50, microseconds - 10'000'000, 4000},
+                     {seconds + 50, microseconds - 60'000'000, 0},
                      {seconds, microseconds, 0},
                      {seconds - 50, microseconds, 0},
                      {1, 0, 0}};

@@ -34,6 +34,11 @@ bool header_fcs_disc_status_table(const FcsRowRequest &request) {
   return true;
 }
 
+/** A time of day in microseconds, also when its own are not those of a second. */
+int64_t microseconds(const timeval &time) {
+  return int64_t{time.tv_sec} * 1'000'000 + time.tv_usec;
+}
+
 /** The agent's uptime at the completion, in hundredths of a second; 0 when there was none since. */
 uint32_t uptime_at_completion(const fcs_disc_status_record &record) {
   if (record.completed_seconds == 0 && record.completed_microseconds == 0) {
@@ -43,7 +48,7 @@ uint32_t uptime_at_completion(const fcs_disc_status_record &record) {
   const auto *started = static_cast<const timeval *>(netsnmp_get_agent_starttime());
   // What lies before the start cannot be told by the sign of the difference: where a long has 32
   // bits, eight months of hundredths do not fit.
-  if (timercmp(&completed, started, <)) {
+  if (microseconds(completed) < microseconds(*started)) {
     return 0;
   }
   return static_cast<uint32_t>(netsnmp_timeval_uptime(&completed));
