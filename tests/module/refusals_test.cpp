@@ -3,7 +3,10 @@
 
 #include <gmock/gmock.h>
 
+using testing::ContainsRegex;
+using testing::Each;
 using testing::ElementsAre;
+using testing::Not;
 
 namespace {
 
@@ -136,6 +139,42 @@ TEST_F(Refusals, Values) {
   EXPECT_EQ(pending_rows(), 0U);
 }
 
+/** The writable objects, each by itself. */
+std::vector<variable> writable_objects() {
+  std::vector<variable> objects = platform.registered;
+  std::erase_if(objects, [](const variable &each) { return each.acl != NETSNMP_OLDAPI_RWRITE; });
+  return objects;
+}
+
+/** A binding of an object with a value of its own type. */
+Binding binding_of(const variable &object, const Bytes &value) {
+  return {object, Name(object, {0}), static_cast<u_char>(object.type), value};
+}
+
+// The sanitizers watch that nothing is read or written out of bounds.
+TEST_F(Refusals, PhasesWithoutThoseInFrontOfThemDoNothing) {
+  for (const Bytes &value : {Bytes(600, 0xFF), bytes_of(RS_CREATEANDGO)}) {
+    for (const variable &object : writable_objects()) {
+      for (const int phase : {kFree, kAction, kReserve2, kCommit, kUndo}) {
+        Binding binding = binding_of(object, value);
+        binding.read();
+        EXPECT_THAT(lines_of([&] { binding.write(phase); }),
+                    Each(Not(ContainsRegex("^ipc 14(02/[34]|05|10|12)"))))
+            << "object " << int{object.magic} << ", phase " << phase;
+      }
+    }
+  }
+  EXPECT_EQ(pending_rows(), 0U);
+  EXPECT_EQ(write_object(fcsVsanDiscoveryName, Bytes(33, 'n'), {kReserve2}), SNMP_ERR_WRONGLENGTH);
+  for (const FcsObject object : {fcsVsanDiscoveryTimeOut, fcsStartDiscovery}) {
+    const Bytes value = bytes_of(object == fcsStartDiscovery ? 2 : 900);
+    for (const int end : {kCommit, kFree, kUndo}) {
+      write_object(object, value, {kReserve1, kReserve2, end});
+      EXPECT_EQ(write_object(object, value, {kAction}), SNMP_ERR_GENERR);
+    }
+  }
+}
+
 TEST_F(Refusals, ALengthOfAtMost4IsNoneOfAnInteger) {
   std::vector<Bytes> requests;
   platform.service = [&](const Request &request) {
@@ -143,16 +182,15 @@ TEST_F(Refusals, ALengthOfAtMost4IsNoneOfAnInteger) {
     return Reply{0,
                  request.operation == FCS_OP_GET ? std::optional(request.payload) : std::nullopt};
   };
-  for (const variable &object : platform.registered) {
-    if (object.acl != NETSNMP_OLDAPI_RWRITE || object.type == ASN_OCTET_STR) {
+  for (const variable &object : writable_objects()) {
+    if (object.type == ASN_OCTET_STR) {
       continue;
     }
     for (const int32_t value : {1, 2, 6, 300, 65836}) { // 65836 ends as 300 does.
       const auto outcome_with = [&](size_t length) {
         fcs_spin_lock = value;
         requests.clear();
-        std::vector<Binding> set = {
-            {object, Name(object, {0}), static_cast<u_char>(object.type), bytes_of(value)}};
+        std::vector<Binding> set = {binding_of(object, bytes_of(value))};
         set[0].tell_length(length);
         return std::tuple(lines_of([&] { write_set(set); }), requests);
       };

@@ -20,7 +20,7 @@ constexpr VsanListLimits kInvalidate4k = {{"fcsDiscoveryInvalidateCache4k", ASN_
                                            FCS_HALF_BYTES, "%s:wrong type\n", "%s:bad length\n"},
                                           "%s:not writable\n"};
 
-/** The value of the SET in progress, kept between its phases. */
+/** The value of the SET in progress, kept from RESERVE2 to ACTION; null outside of one. */
 const u_char *fcs_start_discovery_pending;
 
 /** Calls `act` for each VSAN of a half's list, in ascending order, with the VSAN. */
@@ -93,15 +93,19 @@ int write_fcsStartDiscovery(int action, u_char *value, u_char type, size_t lengt
   }
   case RESERVE2: fcs_start_discovery_pending = value; break;
   case ACTION:
+    if (fcs_start_discovery_pending == nullptr) {
+      return SNMP_ERR_GENERR;
+    }
     fcs_start_discovery = static_cast<int32_t>(fcs_value_word(fcs_start_discovery_pending));
     break;
   case COMMIT:
+    fcs_start_discovery_pending = nullptr;
     if (fcs_start_discovery == kDoNothing) {
       return SNMP_ERR_NOERROR;
     }
     start_discovery();
     break;
-  default: break;
+  default: fcs_start_discovery_pending = nullptr; break;
   }
   fputs("Returning no error.....\n", stderr);
   return SNMP_ERR_NOERROR;

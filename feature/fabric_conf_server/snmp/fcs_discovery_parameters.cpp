@@ -32,7 +32,7 @@ constexpr uint32_t kLongestTimeOut = 1800;
 char fcs_discovery_name_staged[32];
 uint32_t fcs_discovery_name_len;
 
-/** The value of the SET in progress, kept between its phases. */
+/** The value of the SET in progress, kept from RESERVE1 to ACTION; null outside of one. */
 const u_char *fcs_discovery_timeout_pending;
 
 /** Copies a text of at most `length` octets that ends there or at a NUL; the rest becomes NULs. */
@@ -79,6 +79,9 @@ int write_fcsVsanDiscoveryName(int action, u_char *value, u_char type, size_t le
     return refusal;
   }
   case RESERVE2: {
+    if (length > sizeof(fcs_discovery_name_staged)) { // No agent gets this far with it.
+      return SNMP_ERR_WRONGLENGTH;
+    }
     fputs("In set of discovery name...\n", stderr);
     FCS_DETAIL("%s:enter rev2\n");
     fcs_discovery_name_len = static_cast<uint32_t>(length);
@@ -146,6 +149,9 @@ int write_fcsVsanDiscoveryTimeOut(int action, u_char *value, u_char type, size_t
   }
   case RESERVE2: fcs_discovery_timeout_pending = value; return SNMP_ERR_NOERROR;
   case ACTION: {
+    if (fcs_discovery_timeout_pending == nullptr) {
+      return SNMP_ERR_GENERR;
+    }
     // The new value stays, also when the service refuses it.
     const uint32_t seconds = fcs_value_word(fcs_discovery_timeout_pending);
     fcs_discovery_timeout = static_cast<int32_t>(seconds);
@@ -153,6 +159,6 @@ int write_fcsVsanDiscoveryTimeOut(int action, u_char *value, u_char type, size_t
         fcs_send_message(FCS_MSG_SET_DISC_TIMEOUT, FCS_OP_SET, &seconds, sizeof(seconds));
     return result == 0 ? SNMP_ERR_NOERROR : SNMP_ERR_GENERR;
   }
-  default: return SNMP_ERR_NOERROR;
+  default: fcs_discovery_timeout_pending = nullptr; return SNMP_ERR_NOERROR;
   }
 }

@@ -57,6 +57,9 @@ int32_t send(const FcsRowWrite &write) {
 
 int act(const FcsRowWrite &write) {
   FCS_DETAIL_AS(write.handler, "%s:enter action\n");
+  if (write.name_length != kNameLength) { // No agent gets this far with it.
+    return SNMP_ERR_GENERR;
+  }
   if (const int32_t result = send(write); result != 0) {
     FCS_EVENT("%s of node name fails with error %s\n", fcs_row_status_verb(write.integer()),
               fcs_exchange_error_text(result));

@@ -196,20 +196,13 @@ int fcs_confirm_status(const FcsAssembledTable<Row> &table, const FcsRowWrite &w
   return SNMP_ERR_NOERROR;
 }
 
-/** Sends the pending row, or the index of the row that is to go. */
+/** Sends the index of the row that is to go. */
 template <typename Row>
-int32_t fcs_send_status(const FcsAssembledTable<Row> &table, const FcsRowWrite &write) {
+int32_t fcs_send_deletion(const FcsAssembledTable<Row> &table, const FcsRowWrite &write) {
   const FcsRowKey key = fcs_row_key(write);
   Row row{};
   memcpy(&row, &key, sizeof(key));
-  if (write.integer() == RS_DESTROY) {
-    return fcs_set_data(table.record_id, FCS_OP_DELETE, &row, sizeof(Row));
-  }
-  // RESERVE2 has seen to it that there is one.
-  if (const Row *pending = fcs_pending_row(table, write); pending != nullptr) {
-    row = *pending;
-  }
-  return fcs_set_data(table.record_id, FCS_OP_SET, &row, sizeof(Row));
+  return fcs_set_data(table.record_id, FCS_OP_DELETE, &row, sizeof(Row));
 }
 
 template <typename Row>
@@ -224,7 +217,14 @@ int fcs_act_on_status(const FcsAssembledTable<Row> &table, const FcsRowWrite &wr
     FCS_DETAIL_AS(write.handler, "%s:end\n");
     return SNMP_ERR_NOERROR;
   }
-  if (const int32_t result = fcs_send_status(table, write); result != 0) {
+  const Row *pending = fcs_pending_row(table, write);
+  if (status == RS_CREATEANDGO && pending == nullptr) {
+    return SNMP_ERR_GENERR;
+  }
+  const int32_t result = status == RS_DESTROY
+                             ? fcs_send_deletion(table, write)
+                             : fcs_set_data(table.record_id, FCS_OP_SET, pending, sizeof(Row));
+  if (result != 0) {
     table.status.trace_failure(status, result);
     fcs_report_set_error(result);
     return SNMP_ERR_GENERR;
