@@ -34,6 +34,7 @@ struct Entry {
   uint32_t module;
   uint32_t length; ///< Octets of the record.
 
+  bool is_record(uint64_t expected) const { return number == expected && length <= kRecordRoom; }
   size_t record_octets() const { return std::min<size_t>(length, kRecordRoom); }
   size_t size() const { return aligned(sizeof(Entry) + record_octets()); }
 
@@ -76,6 +77,24 @@ size_t size_of(const Fd &file) {
   return fstat(file.get(), &status) == 0 ? static_cast<size_t>(status.st_size) : 0;
 }
 
+/** Where the file says that its records lie. */
+struct Bounds {
+  uint64_t oldest;
+  uint64_t end;
+
+  bool are_sound() const { return end - oldest <= kRing; }
+};
+
+/** Of one moment, also while somebody writes. */
+Bounds bounds_of(const HistoryFile &history) {
+  while (true) {
+    const Bounds bounds{history.oldest.load(), history.end.load()};
+    if (history.oldest.load() == bounds.oldest) {
+      return bounds;
+    }
+  }
+}
+
 bool has_this_shape(const HistoryFile &file) {
   return memcmp(file.magic, kMagic, sizeof(kMagic)) == 0 && file.byte_order == kByteOrderMark &&
          file.version == kVersion;
@@ -89,16 +108,6 @@ Entry entry_at(const HistoryFile &history, uint64_t position) {
 
 const char *record_at(const HistoryFile &history, uint64_t position) {
   return history.ring + position % kRing + sizeof(Entry);
-}
-
-/** Gives up the oldest entries until the ring has room up to the position `end`. */
-void make_room(HistoryFile &history, uint64_t end) {
-  uint64_t oldest = history.oldest.load(std::memory_order_relaxed);
-  while (end - oldest > kRing) {
-    oldest += entry_at(history, oldest).size();
-  }
-  history.oldest.store(oldest, std::memory_order_relaxed);
-  std::atomic_thread_fence(std::memory_order_release);
 }
 
 struct Fetched {
@@ -120,23 +129,33 @@ Fetched fetch(const HistoryFile &history, uint64_t &position) {
   }
 }
 
-/** Number of the last record; none when something else stands where the records should be. */
-std::optional<uint64_t> last_number(const HistoryFile &history) {
-  const uint64_t end = history.end.load();
-  uint64_t position = history.oldest.load();
-  uint64_t number = 0;
-  if (end - position > kRing) {
+/** Whether an entry is the one behind the entry with number `last`, or a later one when that has
+ * been overwritten. */
+bool follows(const Entry &entry, std::optional<uint64_t> last, bool overwritten) {
+  return entry.number > last.value_or(0) &&
+         entry.is_record(!last || overwritten ? entry.number : *last + 1);
+}
+
+/** The records of a history; none when something else stands where they should be. */
+std::optional<HistoryExtent> extent_of(const HistoryFile &history) {
+  const Bounds bounds = bounds_of(history);
+  HistoryExtent extent{.oldest = bounds.oldest, .end = bounds.end};
+  if (!has_this_shape(history) || !bounds.are_sound()) {
     return std::nullopt;
   }
-  while (position < end) {
+  if (extent.oldest != extent.end) {
+    extent.first = extent.next = entry_at(history, extent.oldest).number;
+  }
+  uint64_t position = extent.oldest;
+  while (position < extent.end) {
     const Entry entry = entry_at(history, position);
-    if (entry.number == 0 || (number != 0 && entry.number != number + 1)) {
+    if (entry.number == 0 || !entry.is_record(extent.next)) {
       return std::nullopt;
     }
-    number = entry.number;
+    ++extent.next;
     position += entry.size();
   }
-  return position == end ? std::optional(number) : std::nullopt;
+  return position == extent.end ? std::optional(extent) : std::nullopt;
 }
 
 int64_t time_of_day() {
@@ -163,7 +182,7 @@ void HistoryMapping::Unmap::operator()(HistoryFile *file) const {
 }
 
 EventHistoryWriter::EventHistoryWriter(const std::string &path)
-    : file_(open_file(path, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW)) {
+    : path_(path), file_(open_file(path, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW)) {
   char magic[sizeof(kMagic)] = {};
   if (size_of(file_) != 0 && (pread(file_.get(), magic, sizeof(magic), 0) != sizeof(magic) ||
                               memcmp(magic, kMagic, sizeof(magic)) != 0)) {
@@ -172,40 +191,80 @@ EventHistoryWriter::EventHistoryWriter(const std::string &path)
   if (flock(file_.get(), LOCK_EX | LOCK_NB) != 0) {
     fail(path, errno == EWOULDBLOCK ? "another process writes it" : strerror(errno));
   }
+  map();
+  if (const std::optional<HistoryExtent> kept = extent_of(*mapping_.get()); kept) {
+    extent_ = *kept;
+  } else {
+    clear();
+  }
+}
+
+void EventHistoryWriter::start_anew() {
+  map();
+  clear();
+}
+
+void EventHistoryWriter::map() {
   // The blocks are taken now: a full disk must not surprise a write into the mapping.
   if (const int error = posix_fallocate(file_.get(), 0, sizeof(HistoryFile)); error != 0) {
-    fail(path, strerror(error));
+    fail(path_, strerror(error));
   }
   try {
     mapping_ = HistoryMapping(file_.get(), true);
   } catch (const std::system_error &error) {
-    fail(path, error.code().message());
-  }
-  HistoryFile &history = *mapping_.get();
-  const auto kept = has_this_shape(history) ? last_number(history) : std::nullopt;
-  records_ = kept.value_or(0);
-  if (!kept) {
-    memset(static_cast<void *>(&history), 0, sizeof(history));
-    memcpy(history.magic, kMagic, sizeof(kMagic));
-    history.byte_order = kByteOrderMark;
-    history.version = kVersion;
+    fail(path_, error.code().message());
   }
 }
 
-void EventHistoryWriter::append(uint32_t module, const void *record, size_t length) {
+void EventHistoryWriter::clear() {
+  HistoryFile &history = *mapping_.get();
+  extent_ = HistoryExtent();
+  memset(static_cast<void *>(&history), 0, sizeof(history));
+  memcpy(history.magic, kMagic, sizeof(kMagic));
+  history.byte_order = kByteOrderMark;
+  history.version = kVersion;
+}
+
+bool EventHistoryWriter::is_as_it_was_left() const {
+  const HistoryFile &history = *mapping_.get();
+  return has_this_shape(history) &&
+         history.oldest.load(std::memory_order_relaxed) == extent_.oldest &&
+         history.end.load(std::memory_order_relaxed) == extent_.end;
+}
+
+bool EventHistoryWriter::make_room(uint64_t end) {
+  HistoryFile &history = *mapping_.get();
+  while (end - extent_.oldest > kRing) {
+    const Entry entry = entry_at(history, extent_.oldest);
+    if (!entry.is_record(extent_.first)) {
+      return false;
+    }
+    ++extent_.first;
+    extent_.oldest += entry.size();
+  }
+  history.oldest.store(extent_.oldest, std::memory_order_relaxed);
+  std::atomic_thread_fence(std::memory_order_release);
+  return true;
+}
+
+bool EventHistoryWriter::append(uint32_t module, const void *record, size_t length) {
   HistoryFile *history = mapping_.get();
   if (history == nullptr) {
-    return;
+    return true;
   }
-  const Entry entry{++records_, time_of_day(), module,
+  const Entry entry{extent_.next, time_of_day(), module,
                     static_cast<uint32_t>(std::min(length, kRecordRoom))};
-  const uint64_t position = history->end.load(std::memory_order_relaxed);
-  const uint64_t end = position + entry.size();
-  make_room(*history, end);
-  char *place = history->ring + position % kRing;
+  const uint64_t end = extent_.end + entry.size();
+  if (!is_as_it_was_left() || !make_room(end)) {
+    return false;
+  }
+  char *place = history->ring + extent_.end % kRing;
   memcpy(place, &entry, sizeof(entry));
   memcpy(place + sizeof(entry), record, entry.length);
   history->end.store(end, std::memory_order_release);
+  extent_.end = end;
+  ++extent_.next;
+  return true;
 }
 
 EventHistoryReader::EventHistoryReader(const std::string &path) {
@@ -221,7 +280,14 @@ EventHistoryReader::EventHistoryReader(const std::string &path) {
   if (!has_this_shape(*mapping_.get())) {
     fail(path, "is not an event history of this version");
   }
+  if (is_torn()) {
+    fail(path, "is damaged");
+  }
   start();
+}
+
+bool EventHistoryReader::is_torn() const {
+  return !has_this_shape(*mapping_.get()) || !bounds_of(*mapping_.get()).are_sound();
 }
 
 void EventHistoryReader::start() {
@@ -236,11 +302,15 @@ bool EventHistoryReader::next(EventRecord &record) {
   if (position_ > end) { // The history was started anew.
     start();
   }
-  if (position_ >= end) {
+  if (position_ >= end || is_torn()) {
     return false;
   }
+  const uint64_t expected = position_;
   const Fetched next = fetch(history, position_);
-  if (is_torn()) {
+  const bool overwritten = position_ != expected;
+  if (!follows(next.entry, read_, overwritten)) {
+    position_ = end;
+    read_.reset();
     return false;
   }
   position_ += next.entry.size();
@@ -248,7 +318,7 @@ bool EventHistoryReader::next(EventRecord &record) {
   record.module = next.entry.module;
   memcpy(&record.level, next.record, sizeof(record.level));
   record.text = next.record + sizeof(record.level);
-  record.lost = next.entry.number - read_ - 1;
+  record.lost = read_ ? next.entry.number - *read_ - 1 : 0;
   read_ = next.entry.number;
   return true;
 }

@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -34,9 +35,6 @@ public:
 
   HistoryFile *get() const { return file_.get(); }
 
-  /** Whether the file has been truncated since: what is mapped is then no longer in it. */
-  bool torn() const { return guard_.torn(); }
-
 private:
   struct Unmap {
     void operator()(HistoryFile *file) const;
@@ -44,6 +42,14 @@ private:
 
   std::unique_ptr<HistoryFile, Unmap> file_;
   MappingGuard guard_;
+};
+
+/** Where the records of a history lie, and which they are. */
+struct HistoryExtent {
+  uint64_t oldest = 0; ///< Position of the oldest record.
+  uint64_t end = 0;    ///< Position behind the last one.
+  uint64_t first = 1;  ///< Number of the oldest record.
+  uint64_t next = 1;   ///< Number of the record that comes next.
 };
 
 class EventHistoryWriter {
@@ -61,16 +67,30 @@ public:
 
   bool is_open() const { return mapping_.get() != nullptr; }
 
-  /** Whether the file was truncated and what is appended no longer reaches it. */
-  bool is_torn() const { return mapping_.torn(); }
+  /**
+   * Appends a record: `record` is a 32-bit level word and a text, cut to 516 octets.
+   * \return false when the file is not as it was left, because somebody has truncated it or written
+   * into it: nothing is appended then until it has been started anew.
+   */
+  [[nodiscard]] bool append(uint32_t module, const void *record, size_t length);
 
-  /** Appends a record: `record` is a 32-bit level word and a text, cut to 516 octets. */
-  void append(uint32_t module, const void *record, size_t length);
+  /** Starts the history anew in its file, which must be open. \throws std::runtime_error as above.
+   */
+  void start_anew();
 
 private:
+  void map();
+  void clear();
+  /** Whether the file says what was last written there. */
+  bool is_as_it_was_left() const;
+  /** Gives up the oldest records until there is room up to the position `end`. \return false when
+   * something else stands in their place. */
+  bool make_room(uint64_t end);
+
+  std::string path_;
   Fd file_; ///< Locked.
   HistoryMapping mapping_;
-  uint64_t records_ = 0; ///< Number of the last one.
+  HistoryExtent extent_;
 };
 
 class EventHistoryReader {
@@ -81,11 +101,15 @@ public:
    */
   explicit EventHistoryReader(const std::string &path);
 
-  /** Reads the next record. \return false when there is none for now. */
+  /**
+   * Reads the next record. What stands in the place of records and is none is passed over.
+   * \return false when there is none for now.
+   */
   bool next(EventRecord &record);
 
-  /** Whether the file was truncated: there is nothing more to be read from this reader. */
-  bool is_torn() const { return mapping_.torn(); }
+  /** Whether the file was truncated or damaged: there is nothing to be read from this reader until
+   * the file has been started anew. */
+  bool is_torn() const;
 
 private:
   /** Goes to the oldest record. */
@@ -93,5 +117,7 @@ private:
 
   HistoryMapping mapping_;
   uint64_t position_ = 0; ///< Where the next record begins.
-  uint64_t read_ = 0; ///< Number of the last record that was read, or of the one before the first.
+  /** Number of the last record that was read, or of the one before the first; none behind damage.
+   */
+  std::optional<uint64_t> read_;
 };

@@ -16,15 +16,20 @@ const char *const trace_module_name = "fcs_mib";
 
 static EventHistoryWriter history;
 
-void trace_output_open() {
-  history = EventHistoryWriter();
-  if (settings().history_level == 0) {
-    return;
-  }
+/** Does what gives the events a file; when it fails they have none. */
+template <typename Prepare> static void prepare_history(Prepare prepare) {
   try {
-    history = EventHistoryWriter(settings().history_file);
+    prepare();
   } catch (const std::runtime_error &error) {
     snmp_log(LOG_ERR, "fcs: %s; events are not recorded\n", error.what());
+    history = EventHistoryWriter();
+  }
+}
+
+void trace_output_open() {
+  history = EventHistoryWriter();
+  if (settings().history_level != 0) {
+    prepare_history([] { history = EventHistoryWriter(settings().history_file); });
   }
 }
 
@@ -33,11 +38,12 @@ int trace_hist_filtered(uint32_t /*module*/, uint32_t level) {
 }
 
 void trace_hist_event(uint32_t module, uint32_t length, const void *record) {
-  history.append(module, record, length);
-  if (history.is_torn()) {
-    snmp_log(LOG_WARNING, "fcs: event history %s: was truncated and is started anew\n",
+  if (!history.append(module, record, length)) {
+    snmp_log(LOG_WARNING,
+             "fcs: event history %s: was truncated or overwritten and is started anew\n",
              settings().history_file.c_str());
-    trace_output_open();
+    prepare_history([] { history.start_anew(); });
+    (void)history.append(module, record, length);
   }
 }
 

@@ -256,6 +256,7 @@ def test_unusable_event_history(lab):
     assert table_rows(lab) and history.read_text() == "not a history\n"
     history.write_bytes(keep)
     lab.reconfigure()
+    eventually(lambda: footprint(lab.agent)[2] == 1)
 
 
 def footprint(pid):
@@ -270,14 +271,27 @@ def footprint(pid):
     return len(ours), maps.count("fcs_mib.so"), maps.count("/history"), resident_kilobytes(pid)
 
 
-def test_truncated_event_history(lab):
-    agent = lab.agent
-    for left in [0, 3000]:
-        os.truncate(lab.directory / "history", left)
+def test_spoilt_event_history(lab):
+    history = lab.directory / "history"
+    agent, size = lab.agent, history.stat().st_size
+
+    def truncate_and_grow():
+        os.truncate(history, 0)
+        os.truncate(history, size)
+
+    def move_oldest_record_behind_the_end():
+        with history.open("r+b") as file:
+            file.seek(16)
+            file.write(b"\x7f" * 8)
+
+    spoils = [lambda: os.truncate(history, 0), lambda: os.truncate(history, 3000), truncate_and_grow,
+              move_oldest_record_behind_the_end]
+    for spoil in spoils:
+        spoil()
         assert len(lab.walk()) > 100
         assert lab.agent == agent
         assert "return" in lab.control("history", "--lines", "1").stdout
-    assert lab.log().count("was truncated and is started anew") == 2
+    assert lab.log().count("was truncated or overwritten and is started anew") == len(spoils)
 
 
 def test_reloading_leaves_nothing_behind(lab):

@@ -61,7 +61,7 @@ TEST_F(Fcsctl, ShowsTheHistory) {
   for (const auto &[level, text] : kRecords) {
     std::string record(reinterpret_cast<const char *>(&level), sizeof(level));
     record += text;
-    writer.append(1, record.data(), record.size());
+    ASSERT_TRUE(writer.append(1, record.data(), record.size()));
   }
   const auto texts = [&](const std::vector<std::string> &options) {
     std::istringstream output(run({FCSCTL, "history", "--history", path}, options).output);
