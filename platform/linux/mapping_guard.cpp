@@ -14,12 +14,13 @@ namespace {
 struct Guarded {
   std::atomic<void *> memory; ///< Null: the place is free.
   std::atomic<size_t> length;
-  std::atomic<bool> torn;
 };
 
 Guarded guarded[8];
 int guards;
+/** What was in charge of the signal before. */
 struct sigaction previous;
+constexpr int kOnce = static_cast<int>(SA_RESETHAND);
 
 bool holds(const Guarded &mapping, const void *address) {
   const auto first = reinterpret_cast<uintptr_t>(mapping.memory.load());
@@ -27,24 +28,52 @@ bool holds(const Guarded &mapping, const void *address) {
   return first != 0 && at >= first && at - first < mapping.length.load();
 }
 
-void on_sigbus(int /*signal*/, siginfo_t *info, void * /*context*/) {
+/** Whether a process has sent the signal; otherwise it is an access that has failed. */
+bool is_sent(const siginfo_t &info) {
+  return info.si_code <= 0;
+}
+
+/** Has whoever was in charge before deal with a signal that is none of ours. */
+void hand_on(int signal, siginfo_t *info, void *context) {
+  if (previous.sa_handler == SIG_IGN && is_sent(*info)) {
+    return;
+  }
+  if (previous.sa_handler == SIG_DFL || previous.sa_handler == SIG_IGN) {
+    // The end of the process: the access is made once more, or the signal sent once more.
+    sigaction(SIGBUS, &previous, nullptr);
+    if (is_sent(*info)) {
+      raise(signal);
+    }
+    return;
+  }
+  const struct sigaction in_charge = previous;
+  if ((in_charge.sa_flags & kOnce) != 0) {
+    previous = {};
+  }
+  if ((in_charge.sa_flags & SA_SIGINFO) != 0) {
+    in_charge.sa_sigaction(signal, info, context);
+  } else {
+    in_charge.sa_handler(signal);
+  }
+}
+
+void on_sigbus(int signal, siginfo_t *info, void *context) {
   for (Guarded &mapping : guarded) {
-    if (holds(mapping, info->si_addr) &&
+    if (!is_sent(*info) && holds(mapping, info->si_addr) &&
         mmap(mapping.memory.load(), mapping.length.load(), PROT_READ | PROT_WRITE,
              MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED, -1, 0) != MAP_FAILED) {
-      mapping.torn.store(true);
       return; // The access is made once more.
     }
   }
-  // None of ours: the access is made once more for whoever was in charge before.
-  sigaction(SIGBUS, &previous, nullptr);
+  hand_on(signal, info, context);
 }
 
 void install() {
-  struct sigaction action {};
+  sigaction(SIGBUS, nullptr, &previous);
+  struct sigaction action = previous; // Its mask and its stack are for what is handed on.
   action.sa_sigaction = on_sigbus;
-  action.sa_flags = SA_SIGINFO;
-  sigaction(SIGBUS, &action, &previous);
+  action.sa_flags = (previous.sa_flags | SA_SIGINFO) & ~kOnce;
+  sigaction(SIGBUS, &action, nullptr);
 }
 
 /** Gives the signal back, unless somebody else has taken it over. */
@@ -64,7 +93,6 @@ MappingGuard::MappingGuard(void *memory, size_t length) {
   if (free_place == std::end(guarded)) {
     return;
   }
-  free_place->torn.store(false);
   free_place->length.store(length);
   free_place->memory.store(memory);
   place_ = static_cast<int>(free_place - std::begin(guarded));
@@ -88,8 +116,4 @@ MappingGuard::~MappingGuard() {
       uninstall();
     }
   }
-}
-
-bool MappingGuard::torn() const {
-  return place_ >= 0 && guarded[place_].torn.load(std::memory_order_relaxed);
 }

@@ -1,6 +1,7 @@
 /**
  * Keeps a process alive when somebody truncates a file that it has mapped: the kernel then answers
- * an access with SIGBUS. A guarded mapping becomes zeros in memory of its own instead.
+ * an access with SIGBUS. A guarded mapping becomes zeros in memory of its own instead. Any other
+ * SIGBUS is left to whoever was in charge of it before the first guard.
  */
 #pragma once
 
@@ -15,9 +16,6 @@ public:
   MappingGuard(MappingGuard &&other) noexcept;
   MappingGuard &operator=(MappingGuard &&other) noexcept;
   ~MappingGuard();
-
-  /** Whether the mapping has lost its file. */
-  bool torn() const;
 
 private:
   int place_ = -1; ///< Among the guarded mappings; -1: none.

@@ -1,12 +1,15 @@
 /** The event history: order, wrap-around, survival, and files that are none. */
 #include "platform/linux/event_history.h"
 
+#include <csignal>
 #include <cstring>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <gtest/gtest.h>
 #include <memory>
+#include <sys/mman.h>
 #include <unistd.h>
 
 namespace {
@@ -165,6 +168,44 @@ TEST_F(EventHistory, WhatSomebodyElseDoesToTheFileTakesTheFileAndNothingElse) {
     EXPECT_EQ(last_of(reader), "after");
     EXPECT_EQ(last_of(fresh), "after");
   }
+}
+
+int foreign_signals;
+
+TEST_F(EventHistory, OtherFaultsAreLeftToWhoeverWasInChargeBefore) {
+  struct sigaction theirs {};
+  theirs.sa_handler = [](int) { ++foreign_signals; };
+  struct sigaction original {};
+  sigaction(SIGBUS, &theirs, &original);
+  {
+    EventHistoryWriter writer(path_);
+    for (const int signals : {1, 2}) {
+      raise(SIGBUS);
+      EXPECT_EQ(foreign_signals, signals);
+#ifndef EMULATED
+      std::filesystem::resize_file(path_, 0);
+      EXPECT_FALSE(write(writer, 101, "lost"));
+      writer.start_anew();
+#endif
+    }
+  }
+  struct sigaction left {};
+  sigaction(SIGBUS, &original, &left);
+  EXPECT_EQ(left.sa_handler, theirs.sa_handler);
+
+  const auto with_the_default_in_charge = [&](auto fault) {
+    signal(SIGBUS, SIG_DFL);
+    EventHistoryWriter writer(path_);
+    fault();
+  };
+  EXPECT_EXIT(with_the_default_in_charge([] { raise(SIGBUS); }), testing::KilledBySignal(SIGBUS),
+              "");
+  EXPECT_EXIT(with_the_default_in_charge([&] {
+                const Fd empty(open((path_ + ".empty").c_str(), O_RDWR | O_CREAT, 0600));
+                *static_cast<volatile char *>(
+                    mmap(nullptr, 1, PROT_WRITE, MAP_SHARED, empty.get(), 0)) = 1;
+              }),
+              testing::KilledBySignal(SIGBUS), "");
 }
 
 TEST_F(EventHistory, OtherFilesAreRefusedAndLeftAlone) {
