@@ -11,6 +11,8 @@ using nlohmann::json;
 namespace {
 
 constexpr size_t kDeepest = 16;
+/** An entry is held in memory, at some 150 octets a value. A VSAN of 65,536 ports has 600,000. */
+constexpr size_t kMostValues = 1'000'000;
 
 /** The parser's text without the tag that it puts first, and not too long. */
 std::string without_tag(std::string text) {
@@ -112,6 +114,10 @@ private:
   }
 
   json *attach(json &&value) {
+    if (++values_ > kMostValues) {
+      throw DescriptionFault(place() + ": more than " + std::to_string(kMostValues) +
+                             " values within " + entry_place());
+    }
     if (open_.empty()) {
       entry_ = std::move(value);
       return &entry_;
@@ -155,12 +161,16 @@ private:
       handler_.member(section_, entry_);
     }
     entry_ = nullptr;
+    values_ = 0;
+  }
+
+  std::string entry_place() const {
+    return root_member(section_) + (in_section_ ? "[" + std::to_string(index_) + "]" : "");
   }
 
   /** Of the value that is being read. */
   std::string place() const {
-    std::string text =
-        root_member(section_) + (in_section_ ? "[" + std::to_string(index_) + "]" : "");
+    std::string text = entry_place();
     for (const Open &level : open_) {
       // An array holds the value being read already if that one is a container itself.
       const size_t next = level.value->size() - (&level == &open_.back() ? 0 : 1);
@@ -174,6 +184,7 @@ private:
   std::string section_;
   json entry_;
   std::vector<Open> open_;
+  size_t values_ = 0; ///< Of the entry so far.
   size_t index_ = 0;
   bool in_root_ = false;
   bool in_section_ = false;

@@ -27,8 +27,8 @@ public:
 
 /**
  * Reads the whole document. Throws DescriptionFault for what is not JSON (with line and column),
- * for a document that is no object, for a member given twice and for too deep nesting; what the
- * handler throws passes through.
+ * for a document that is no object, for a member given twice, for too deep nesting and for an entry
+ * that would take too much memory; what the handler throws passes through.
  */
 void read_document(std::istream &in, DocumentHandler &handler);
 

@@ -25,6 +25,10 @@ Case second_element(const std::string &first, const std::string &second, const s
 }
 
 TEST_F(FabricJson, RefusesFaultyDescriptionsWithTheirPlace) {
+  std::string a_million;
+  for (int i = 0; i < 1'000'000; ++i) {
+    a_million += "0,";
+  }
   const Case kCases[] = {
       {"", "line 1, column 1: syntax error while parsing value - unexpected end of input; expected "
            "'[', '{', or a literal"},
@@ -46,6 +50,8 @@ TEST_F(FabricJson, RefusesFaultyDescriptionsWithTheirPlace) {
       {R"({"vsans":[{"id":1},{"id":1}]})", "vsans[1].id: another VSAN has this id"},
       vsan(R"("line\nbreak":2)", "[\"line\\nbreak\"]: unknown member"),
       vsan(R"("elements":{})", ".elements: must be an array, not an object"),
+      vsan(R"("elements":[)" + a_million + "0]",
+           ".elements[999997]: more than 1000000 values within vsans[0]"),
       element(R"("mgmtId":"fffc01","ports":[],"mgmtId":"fffc01")", ".mgmtId: member given twice"),
       // Numbers, words and flags.
       {R"({"vsans":[{"id":4097}]})", "vsans[0].id: 4097 is not within 1 to 4096"},
