@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <filesystem>
 
 namespace fcs {
 
@@ -93,6 +94,10 @@ FabricStore::FabricStore(const std::string &path, std::chrono::milliseconds busy
   statements_.emplace(database_);
   rows_.emplace(database_);
   settings_.emplace(database_);
+}
+
+std::string FabricStore::file_beside(const std::string &path, const std::string &suffix) {
+  return std::filesystem::weakly_canonical(path).string() + suffix;
 }
 
 bool FabricStore::holds_fabric() {

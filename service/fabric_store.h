@@ -15,6 +15,9 @@
 
 namespace fcs {
 
+/** A file of a running service's beside its store: its lock. */
+constexpr char kLockSuffix[] = "-lock";
+
 /**
  * An open store. Every function that reads or writes it throws SqliteError when the database fails.
  */
@@ -26,6 +29,9 @@ public:
    * Throws std::runtime_error naming the path and why it cannot be used.
    */
   FabricStore(const std::string &path, std::chrono::milliseconds busy_wait);
+
+  /** The path of a file that belongs to the store at `path`, which may be a link to it. */
+  static std::string file_beside(const std::string &path, const std::string &suffix);
 
   /** Whether a fabric, be it an empty one, was ever stored. */
   bool holds_fabric();

@@ -11,6 +11,7 @@
 #include "service/notification_queue.h"
 #include "service/privileges.h"
 #include "service/server.h"
+#include "service/store_lock.h"
 
 #include <CLI/CLI.hpp>
 #include <cerrno>
@@ -102,6 +103,7 @@ void serve(const Options &options) {
   const Fd stop = catch_stop_signals();
   fcs::Listener listener(options.socket, group);
   fcs::give_up_privileges(); // The socket's group was the last thing to need one.
+  const fcs::StoreLock lock(options.store);
   fcs::FabricStore store(options.store, kBusyWait);
   set_wanted(store, fcs::Setting::kRejectNotifications, options.wants_rejects);
   set_wanted(store, fcs::Setting::kCompleteNotifications, options.wants_completions);

@@ -149,6 +149,19 @@ TEST_F(LiveService, LeavesAStoppedButLivingServiceItsSocket) {
   expect_alive();
 }
 
+TEST_F(LiveService, HasItsStoreForItselfAndImports) {
+  const std::string link = dir_.path("link.db");
+  std::filesystem::create_symlink(store_, link);
+  const Outcome second = run({FCSD, "--socket", dir_.path("other.sock"), "--store", link});
+  EXPECT_EQ(second.status, 1);
+  EXPECT_NE(second.output.find("cannot open the store " + link +
+                               ": another service has it, process " +
+                               std::to_string(service_->pid()) + "\n"),
+            std::string::npos)
+      << second.output;
+  EXPECT_EQ(fcsctl({"import", SAMPLE_FABRIC}).status, 0);
+}
+
 TEST_F(LiveService, TellsUsersWithoutARightWhy) {
   if (geteuid() != 0) {
     GTEST_SKIP() << "only root can become another user";
