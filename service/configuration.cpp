@@ -96,7 +96,7 @@ FcsResult Configuration::change(FcsOperation operation, const Entry &entry, uint
                                 const std::string &row, std::string_view user) {
   const char *const done = verb(operation, row_status);
   announcements_.clear();
-  WriteTransaction transaction(store_.database());
+  WriteTransaction transaction = store_.write();
   const FcsResult result = operation == FCS_OP_DELETE ? remove(entry) : set(entry);
   if (result != FCS_OK) {
     log_line("user \"%s\": %s not %s: %s", printable(user).c_str(), row.c_str(), done,

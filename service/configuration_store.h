@@ -37,7 +37,7 @@ public:
   void add(const MgmtAddr &address);
   bool delete_mgmt_addr(uint32_t list, uint32_t index);
 
-  Database &database() { return store_.database(); }
+  WriteTransaction write() { return store_.write(); }
 
 private:
   FabricStore &store_;

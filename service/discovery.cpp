@@ -16,12 +16,19 @@ Discovery::Discovery(FabricStore &store, NotificationQueue &notifications, doubl
   abandon_leftovers();
 }
 
+Discovery::~Discovery() {
+  try {
+    store_.commit_statuses();
+  } catch (const SqliteError &) { // The next service takes them up.
+  }
+}
+
 void Discovery::abandon_leftovers() {
   const std::vector<uint32_t> vsans = store_.in_progress();
   if (vsans.empty()) {
     return;
   }
-  WriteTransaction transaction(store_.database());
+  WriteTransaction transaction = store_.write();
   for (const uint32_t vsan : vsans) {
     store_outcome(vsan, FCS_DISCOVERY_LOCAL_ONLY);
   }
@@ -46,7 +53,7 @@ FcsResult Discovery::start(uint32_t vsan) {
     return FCS_ERR_UNKNOWN_VSAN;
   }
   const Running running = run_from_now(state->takes_seconds);
-  store_.set_status(vsan, FCS_DISCOVERY_IN_PROGRESS);
+  set_status(vsan, FCS_DISCOVERY_IN_PROGRESS);
   running_[vsan] = running;
   next_end_ = std::min(next_end_, running.ends);
   return FCS_OK;
@@ -68,8 +75,13 @@ FcsResult Discovery::invalidate(uint32_t vsan) {
   if (state->status == FCS_DISCOVERY_IN_PROGRESS) {
     return FCS_ERR_IN_PROGRESS;
   }
-  store_.set_status(vsan, FCS_DISCOVERY_LOCAL_ONLY);
+  set_status(vsan, FCS_DISCOVERY_LOCAL_ONLY);
   return FCS_OK;
+}
+
+void Discovery::set_status(uint32_t vsan, FcsDiscoveryStatus status) {
+  store_.set_status(vsan, status);
+  commit_by_ = std::min(commit_by_, clock_.now() + kCommitInterval);
 }
 
 FcsResult Discovery::complete(uint32_t vsan) {
@@ -84,7 +96,9 @@ FcsResult Discovery::end(uint32_t vsan, FcsDiscoveryStatus outcome) {
   if (!store_.find(vsan)) {
     return FCS_ERR_UNKNOWN_VSAN;
   }
+  WriteTransaction transaction = store_.write();
   store_outcome(vsan, outcome);
+  transaction.commit();
   running_.erase(vsan);
   announce_outcome(vsan, outcome);
   return FCS_OK;
@@ -113,6 +127,10 @@ void Discovery::run_due() {
   }
   next_watch_ = now + kWatchInterval;
   try {
+    if (store_.commit_statuses()) {
+      clock_.sleep(kLeftToOthers);
+    }
+    commit_by_ = DiscoveryClock::Steady::max();
     follow_store();
     end_due();
     next_end_ = DiscoveryClock::Steady::max();
@@ -126,7 +144,7 @@ void Discovery::run_due() {
 }
 
 DiscoveryClock::Steady Discovery::next_due() const {
-  return std::max(std::min(next_watch_, next_end_), retry_);
+  return std::max(std::min({next_watch_, next_end_, commit_by_}), retry_);
 }
 
 /** Takes up what another program has made of the VSANs. */
@@ -168,7 +186,7 @@ void Discovery::end_due() {
   }
   std::ranges::stable_sort(due, {}, [](const auto &entry) { return entry.second.ends; });
   // All in one transaction: each durable change on its own would hold up the clients.
-  WriteTransaction transaction(store_.database());
+  WriteTransaction transaction = store_.write();
   std::erase_if(due, [this](const auto &entry) {
     // An import that has just come between is followed next time.
     const auto state = store_.find(entry.first);
@@ -186,9 +204,9 @@ void Discovery::end_due() {
 
 void Discovery::store_outcome(uint32_t vsan, FcsDiscoveryStatus outcome) {
   if (outcome == FCS_DISCOVERY_COMPLETED) {
-    store_.set_completed(vsan, clock_.time_of_day());
+    store_.end_completed(vsan, clock_.time_of_day());
   } else {
-    store_.set_status(vsan, outcome);
+    store_.end_local_only(vsan);
   }
 }
 

@@ -13,6 +13,7 @@
 #include <chrono>
 #include <functional>
 #include <map>
+#include <thread>
 
 namespace fcs {
 
@@ -22,6 +23,9 @@ struct DiscoveryClock {
   using TimeOfDay = std::chrono::system_clock::time_point;
   std::function<Steady()> now = std::chrono::steady_clock::now;
   std::function<TimeOfDay()> time_of_day = std::chrono::system_clock::now;
+  std::function<void(std::chrono::milliseconds)> sleep = [](std::chrono::milliseconds time) {
+    std::this_thread::sleep_for(time);
+  };
 };
 
 /**
@@ -32,6 +36,10 @@ class Discovery {
 public:
   /** How often the store is looked at for changes by other programs. */
   static constexpr std::chrono::seconds kWatchInterval{1};
+  /** How long changed statuses wait for more of them, to be committed together. Meanwhile no other
+   * program can write to the store; afterwards it is left to those that wait for this long. */
+  static constexpr std::chrono::milliseconds kCommitInterval{100};
+  static constexpr std::chrono::milliseconds kLeftToOthers{3};
 
   /**
    * Discoveries that an earlier service has left in progress time out at once.
@@ -41,6 +49,9 @@ public:
    */
   Discovery(FabricStore &store, NotificationQueue &notifications, double time_scale = 1,
             DiscoveryClock clock = {});
+  Discovery(const Discovery &) = delete;
+  Discovery &operator=(const Discovery &) = delete;
+  ~Discovery();
 
   /** Starts a discovery; one that is in progress begins anew. FCS_ERR_UNKNOWN_VSAN. */
   FcsResult start(uint32_t vsan);
@@ -70,6 +81,7 @@ private:
 
   Running run_from_now(double takes_seconds);
   void abandon_leftovers();
+  void set_status(uint32_t vsan, FcsDiscoveryStatus status);
   void follow_store();
   void end_due();
   FcsResult end(uint32_t vsan, FcsDiscoveryStatus outcome);
@@ -85,7 +97,8 @@ private:
   /** No running discovery ends before; kept, as it is asked for with every message. */
   DiscoveryClock::Steady next_end_ = DiscoveryClock::Steady::max();
   DiscoveryClock::Steady next_watch_;
-  DiscoveryClock::Steady retry_; ///< No end before this, after the store has failed.
+  DiscoveryClock::Steady commit_by_ = DiscoveryClock::Steady::max(); ///< Changed statuses.
+  DiscoveryClock::Steady retry_; ///< Nothing before this, after the store has failed.
 };
 
 } // namespace fcs

@@ -11,8 +11,7 @@
 
 namespace fcs {
 
-/** Each change is durable when its function returns, or with the transaction that it is part of.
- *  The functions throw SqliteError when the database fails. */
+/** The functions throw SqliteError when the database fails. */
 class DiscoveryStore {
 public:
   explicit DiscoveryStore(FabricStore &store);
@@ -26,25 +25,35 @@ public:
   std::optional<State> find(uint32_t vsan);
   std::vector<uint32_t> in_progress();
 
-  void set_status(uint32_t vsan, FcsDiscoveryStatus status);
-  /** Status completed, at this time of day. */
-  void set_completed(uint32_t vsan, std::chrono::system_clock::time_point when);
-  /** Counts one more rejected request; false when the fabric has no such VSAN. */
+  /** Survives a killed service when it returns, and power cuts from the next commit on. */
+  void set_status(uint32_t vsan, FcsDiscoveryStatus status) {
+    store_.status_changes().set(vsan, status);
+  }
+  /** False when there was nothing to commit. */
+  bool commit_statuses() { return store_.status_changes().commit(); }
+
+  WriteTransaction write() { return store_.write(); }
+  /** Ends a discovery, as part of the transaction that is open; one that is completed at this time
+   *  of day. */
+  void end_local_only(uint32_t vsan);
+  void end_completed(uint32_t vsan, std::chrono::system_clock::time_point when);
+
+  /** Counts one more rejected request, durably; false when the fabric has no such VSAN. */
   bool count_reject(uint32_t vsan);
 
   /** Seconds. */
   uint32_t timeout() { return store_.settings().get(Setting::kDiscoveryTimeout); }
-  void set_timeout(uint32_t seconds) { store_.settings().set(Setting::kDiscoveryTimeout, seconds); }
+  /** Durable when it returns. */
+  void set_timeout(uint32_t seconds);
 
   /** Changes whenever another program has changed the store. */
   uint32_t version();
 
-  Database &database() { return store_.database(); }
   const std::string &path() const { return store_.path(); }
 
 private:
   FabricStore &store_;
-  Statement find_, in_progress_, set_status_, set_completed_, count_reject_, version_;
+  Statement find_, in_progress_, end_local_only_, end_completed_, count_reject_, version_;
 };
 
 } // namespace fcs

@@ -62,14 +62,6 @@ void visit_rows(Statement &statement, Row (*read)(const Rows &), const Visit &vi
 
 } // namespace
 
-FabricReader::Transaction::Transaction(Database &db) : database(db) {
-  database.execute("BEGIN");
-}
-
-FabricReader::Transaction::~Transaction() {
-  sqlite3_exec(database.handle(), "ROLLBACK", nullptr, nullptr, nullptr);
-}
-
 FabricReader::FabricReader(FabricStore &store)
     : transaction_(store.database()), fabric_(store.database(), "SELECT comment FROM fabric"),
       vsans_(store.database(), "SELECT * FROM vsan ORDER BY id"),

@@ -28,15 +28,7 @@ public:
   void mgmt_addrs(uint32_t list, const Visit<MgmtAddr> &visit) override;
 
 private:
-  struct Transaction {
-    explicit Transaction(Database &database);
-    Transaction(const Transaction &) = delete;
-    Transaction &operator=(const Transaction &) = delete;
-    ~Transaction();
-    Database &database;
-  };
-
-  Transaction transaction_;
+  ReadTransaction transaction_;
   Statement fabric_, vsans_, elements_, ports_, attached_names_, platforms_;
   Statement node_name_lists_, node_names_, mgmt_addr_lists_, mgmt_addrs_;
 };

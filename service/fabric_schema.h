@@ -9,7 +9,7 @@ namespace fcs {
 /** Tells a store of this service from other databases: "FCSf". */
 constexpr int kApplicationId = 0x46435366;
 /** Changes with every change of the tables. */
-constexpr int kSchemaVersion = 4;
+constexpr int kSchemaVersion = 5;
 /** The first version that can be brought up to date. */
 constexpr int kOldestSchemaVersion = 2;
 
@@ -144,11 +144,17 @@ constexpr char kElementAddressIndex[] = R"(
 CREATE INDEX element_mgmt_addr_list ON element (mgmt_addr_list) WHERE mgmt_addr_list <> 0;
 )";
 
+/** Tells a fabric from the one that it has replaced. */
+constexpr char kFabricGeneration[] = R"(
+ALTER TABLE fabric ADD COLUMN generation INTEGER NOT NULL DEFAULT 0;
+)";
+
 /** What has come since the oldest version, in its order. */
 struct SchemaAddition {
   int version; ///< The first that has it.
   const char *sql;
 };
-constexpr SchemaAddition kSchemaAdditions[] = {{3, kSettingsSchema}, {4, kElementAddressIndex}};
+constexpr SchemaAddition kSchemaAdditions[] = {
+    {3, kSettingsSchema}, {4, kElementAddressIndex}, {5, kFabricGeneration}};
 
 } // namespace fcs

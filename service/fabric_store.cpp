@@ -48,7 +48,7 @@ void create_tables(Database &database) {
 }
 
 void prepare_database(Database &database, std::chrono::milliseconds busy_wait) {
-  sqlite3_busy_timeout(database.handle(), static_cast<int>(busy_wait.count()));
+  database.wait_for_others(busy_wait);
   int64_t version = single(database, "PRAGMA user_version");
   if (version != 0 && single(database, "PRAGMA application_id") != kApplicationId) {
     throw std::runtime_error("it is a database of another program");
@@ -66,11 +66,12 @@ void prepare_database(Database &database, std::chrono::milliseconds busy_wait) {
                    "PRAGMA journal_size_limit = 16777216; PRAGMA cache_size = -16384;");
 }
 
-Database open_database(const std::string &path, std::chrono::milliseconds busy_wait) {
+std::unique_ptr<Database> open_database(const std::string &path,
+                                        std::chrono::milliseconds busy_wait) {
   try {
     create_file(path);
-    Database database(path);
-    prepare_database(database, busy_wait);
+    auto database = std::make_unique<Database>(path);
+    prepare_database(*database, busy_wait);
     return database;
   } catch (const std::exception &error) {
     throw std::runtime_error("cannot open the store " + path + ": " + error.what());
@@ -91,13 +92,28 @@ FabricStore::Statements::Statements(Database &database)
 
 FabricStore::FabricStore(const std::string &path, std::chrono::milliseconds busy_wait)
     : path_(path), database_(open_database(path, busy_wait)) {
-  statements_.emplace(database_);
-  rows_.emplace(database_);
-  settings_.emplace(database_);
+  statements_.emplace(*database_);
+  rows_.emplace(*database_);
+  settings_.emplace(*database_);
 }
 
 std::string FabricStore::file_beside(const std::string &path, const std::string &suffix) {
   return std::filesystem::weakly_canonical(path).string() + suffix;
+}
+
+WriteTransaction FabricStore::write() {
+  if (status_changes_) {
+    status_changes_->commit();
+  }
+  return WriteTransaction(*database_);
+}
+
+StatusChanges &FabricStore::status_changes() {
+  if (!status_changes_) {
+    status_changes_ =
+        std::make_unique<StatusChanges>(*database_, file_beside(path_, kStatusesSuffix));
+  }
+  return *status_changes_;
 }
 
 bool FabricStore::holds_fabric() {

@@ -8,15 +8,18 @@
 #include "service/fabric_rows.h"
 #include "service/service_settings.h"
 #include "service/sqlite.h"
+#include "service/status_changes.h"
 
 #include <chrono>
+#include <memory>
 #include <optional>
 #include <string>
 
 namespace fcs {
 
-/** A file of a running service's beside its store: its lock. */
+/** Files of a running service's beside its store: its lock, and statuses not yet in the store. */
 constexpr char kLockSuffix[] = "-lock";
+constexpr char kStatusesSuffix[] = "-statuses";
 
 /**
  * An open store. Every function that reads or writes it throws SqliteError when the database fails.
@@ -56,7 +59,12 @@ public:
   /** All rows, hidden ones included. */
   FabricTotals totals();
 
-  Database &database() { return database_; }
+  /** Begins a change of anything but discovery statuses, whose own changes are committed first. */
+  WriteTransaction write();
+  /** Changes of discovery statuses; for one process, which takes up here what it has left. */
+  StatusChanges &status_changes();
+
+  Database &database() { return *database_; }
   const std::string &path() const { return path_; }
 
 private:
@@ -67,10 +75,11 @@ private:
   };
 
   std::string path_;
-  Database database_;
+  std::unique_ptr<Database> database_;
   std::optional<Statements> statements_;
   std::optional<FabricRows> rows_;
   std::optional<ServiceSettings> settings_;
+  std::unique_ptr<StatusChanges> status_changes_;
 };
 
 } // namespace fcs

@@ -19,16 +19,17 @@ bool is_duplicate(const SqliteError &error) {
 
 } // namespace
 
-FabricWriter::Replacement::Replacement(Database &database) : transaction(database) {
-  database.execute("DELETE FROM fabric; DELETE FROM vsan; DELETE FROM element; DELETE FROM port;"
-                   "DELETE FROM attached_name; DELETE FROM platform;"
-                   "DELETE FROM node_name_list; DELETE FROM node_name;"
-                   "DELETE FROM mgmt_addr_list; DELETE FROM mgmt_addr;"
-                   "INSERT INTO fabric VALUES (1, x'')");
+FabricWriter::Replacement::Replacement(FabricStore &store) : transaction(store.write()) {
+  store.database().execute(
+      "DELETE FROM fabric; DELETE FROM vsan; DELETE FROM element; DELETE FROM port;"
+      "DELETE FROM attached_name; DELETE FROM platform;"
+      "DELETE FROM node_name_list; DELETE FROM node_name;"
+      "DELETE FROM mgmt_addr_list; DELETE FROM mgmt_addr;"
+      "INSERT INTO fabric VALUES (1, x'', random())");
 }
 
 FabricWriter::FabricWriter(FabricStore &store)
-    : replacement_(store.database()), fabric_(store.database(), "UPDATE fabric SET comment = ?1"),
+    : replacement_(store), fabric_(store.database(), "UPDATE fabric SET comment = ?1"),
       vsan_(store.database(), "INSERT INTO vsan (id, status, completed_seconds,"
                               " completed_microseconds, takes_seconds, rx_get_reqs, tx_get_reqs,"
                               " rx_reg_reqs, rx_dereg_reqs, tx_reg_reqs, tx_dereg_reqs, rx_rscns,"

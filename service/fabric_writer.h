@@ -58,7 +58,7 @@ private:
 
   /** Begins by removing the whole fabric. */
   struct Replacement {
-    explicit Replacement(Database &database);
+    explicit Replacement(FabricStore &store);
     WriteTransaction transaction;
   };
 

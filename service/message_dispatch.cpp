@@ -60,7 +60,7 @@ Answer answer_wanted(const MessageContext &context, const uint8_t *payload, Room
     return {FCS_ERR_BAD_VALUE, 0};
   }
   ServiceSettings &settings = context.store.settings();
-  WriteTransaction transaction(context.store.database());
+  WriteTransaction transaction = context.store.write();
   const auto apply = [&settings](Setting setting, uint32_t &word) {
     if (word != FCS_CTL_AS_IS) {
       settings.set(setting, word);

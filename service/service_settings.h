@@ -22,7 +22,7 @@ public:
   explicit ServiceSettings(Database &database);
 
   uint32_t get(Setting setting);
-  /** Durable when it returns. */
+  /** Durable when it returns, or with the transaction that is open. */
   void set(Setting setting, uint32_t value);
 
 private:

@@ -31,6 +31,21 @@ Database::Database(const std::string &path) {
   }
 }
 
+void Database::wait_for_others(std::chrono::milliseconds patience) {
+  patience_ = patience;
+  // SQLite's own handler sleeps longer and longer, and may miss every moment that a busy service
+  // leaves between two transactions.
+  const auto wait = [](void *wanted, int waited) {
+    if (waited >=
+        *static_cast<std::chrono::milliseconds *>(wanted) / std::chrono::milliseconds(1)) {
+      return 0;
+    }
+    sqlite3_sleep(1);
+    return 1;
+  };
+  sqlite3_busy_handler(handle(), wait, &patience_);
+}
+
 void Database::fail() const {
   fcs::fail(handle(), sqlite3_extended_errcode(handle()));
 }
@@ -56,8 +71,17 @@ void WriteTransaction::commit() {
   open_ = false;
 }
 
+ReadTransaction::ReadTransaction(Database &database)
+    : database_(database), is_own_(sqlite3_get_autocommit(database.handle()) != 0) {
+  if (is_own_) {
+    database_.execute("BEGIN");
+  }
+}
+
 ReadTransaction::~ReadTransaction() {
-  sqlite3_exec(database_.handle(), "ROLLBACK", nullptr, nullptr, nullptr);
+  if (is_own_) {
+    sqlite3_exec(database_.handle(), "ROLLBACK", nullptr, nullptr, nullptr);
+  }
 }
 
 bool Rows::next() {

@@ -5,6 +5,7 @@
 
 #include "service/octets.h"
 
+#include <chrono>
 #include <memory>
 #include <sqlite3.h>
 #include <stdexcept>
@@ -28,6 +29,12 @@ class Database {
 public:
   /** Throws SqliteError, also for a file that can only be read. */
   explicit Database(const std::string &path);
+  Database(const Database &) = delete;
+  Database &operator=(const Database &) = delete;
+  ~Database() = default;
+
+  /** How long a call waits for another program's write to end; at first it does not. */
+  void wait_for_others(std::chrono::milliseconds patience);
 
   /** Runs statements that return no rows. */
   void execute(const char *sql);
@@ -38,6 +45,7 @@ private:
   struct Close {
     void operator()(sqlite3 *handle) const { sqlite3_close_v2(handle); }
   };
+  std::chrono::milliseconds patience_{};
   std::unique_ptr<sqlite3, Close> handle_;
 };
 
@@ -58,17 +66,19 @@ private:
   bool open_ = true;
 };
 
-/** A transaction that only reads: all that is read within it is of one moment. */
+/** A transaction that only reads: all that is read within it is of one moment. Within a transaction
+ * that writes it is a part of that one. */
 class ReadTransaction {
 public:
   /** Throws SqliteError. */
-  explicit ReadTransaction(Database &database) : database_(database) { database_.execute("BEGIN"); }
+  explicit ReadTransaction(Database &database);
   ReadTransaction(const ReadTransaction &) = delete;
   ReadTransaction &operator=(const ReadTransaction &) = delete;
   ~ReadTransaction();
 
 private:
   Database &database_;
+  bool is_own_;
 };
 
 /** The rows of a running statement; the statement is free for its next run when this goes. */

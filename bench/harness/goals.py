@@ -82,6 +82,7 @@ def goals(results):
     by_size = {row["ports"]: cost(row) for row in results["ports"]}
     history = {row["level"]: cost(row) for row in results["history"]}
     roles = {row["one_in"]: row for row in results["roles"]}
+    most_starts = results["starts"][-1]
     runs = [row for row in results["roles"] if row["hidden_runs"] > 0]
     return [
         *condition_goals(results),
@@ -95,6 +96,8 @@ def goals(results):
          max((row["extra"] - roles[1]["extra"]) / row["hidden_runs"] for row in runs), "at most", 1),
         ("CPU a visible varbind of a role that hides VSANs, to that of one that hides none",
          max(cost(row) for row in runs) / cost(roles[1]), "at most", 1.5),
+        (f"starting a discovery of {most_starts['vsans']:,} VSANs in one SET, in ms", most_starts["ms"], "at most", 150),
+        (f"invalidating {most_starts['vsans']:,} VSANs in one SET, in ms", most_starts["invalidation_ms"], "at most", 300),
     ]
 
 

@@ -109,8 +109,8 @@ def vsan_lists(vsans):
 
 
 def starts(programs, directory, rounds, progress):
-    """Time and CPU of setting the VSAN lists and starting a discovery, by the number of VSANs. Each number has a lab of
-    its own, for a list is checked against what has been started before."""
+    """Time and CPU of setting the VSAN lists and starting a discovery, and the time of invalidating, by the number of
+    VSANs. Each number has a lab of its own, for a list is checked against what has been started before."""
     labs = {}
     try:
         for vsans in STARTS:
@@ -127,11 +127,12 @@ def start(lab, vsans):
     first, second = vsan_lists(vsans)
     await_discoveries(lab)
     # A VSAN starts again only when the list is written after its discovery has been forgotten.
-    measure.manager(lab, "set", f"{MODULE_ROOT}.1.1.8.0=x:{first}", f"{MODULE_ROOT}.1.1.9.0=x:{second}")
+    invalidation = json.loads(measure.manager(lab, "set", f"{MODULE_ROOT}.1.1.8.0=x:{first}",
+                                              f"{MODULE_ROOT}.1.1.9.0=x:{second}"))
     sample = json.loads(measure.manager(lab, "set", f"{MODULE_ROOT}.1.1.3.0=x:{first}",
                                         f"{MODULE_ROOT}.1.1.4.0=x:{second}", f"{MODULE_ROOT}.1.1.5.0=i:1"))
     return {"ms": 1e3 * sample["seconds"], "agent_ms": sample["cpu_us"]["agent"] / 1e3,
-            "service_ms": sample["cpu_us"]["service"] / 1e3}
+            "service_ms": sample["cpu_us"]["service"] / 1e3, "invalidation_ms": 1e3 * invalidation["seconds"]}
 
 
 def await_discoveries(lab, seconds=30):

@@ -95,9 +95,11 @@ def roles_table(results):
 
 
 def starts_table(results):
-    return table(("VSANs started", "ms", "min..max", "ms a VSAN", "agent CPU ms", "service CPU ms"),
+    return table(("VSANs started", "ms", "min..max", "ms a VSAN", "agent CPU ms", "service CPU ms",
+                  "invalidation ms"),
                  [(f"{row['vsans']:,}", number(row["ms"]), span(row, "ms"),
-                   number(row["ms"] / row["vsans"]), number(row["agent_ms"]), number(row["service_ms"]))
+                   number(row["ms"] / row["vsans"]), number(row["agent_ms"]), number(row["service_ms"]),
+                   number(row["invalidation_ms"]))
                   for row in results["starts"]])
 
 

@@ -9,6 +9,7 @@
 #include "service/message_dispatch.h"
 
 #include <array>
+#include <filesystem>
 #include <fstream>
 #include <optional>
 
@@ -60,7 +61,9 @@ private:
     now_ = {};
     discovery_.emplace(store_.store, notifications_, 1,
                        fcs::DiscoveryClock{[this] { return now_; },
-                                           [] { return fcs::DiscoveryClock::TimeOfDay(); }});
+                                           [] { return fcs::DiscoveryClock::TimeOfDay(); },
+                                           [](std::chrono::milliseconds) {}});
+    std::filesystem::remove(store_.store.path() + fcs::kStatusesSuffix);
   }
 
   static void check(const fcs::Answer &answer) {

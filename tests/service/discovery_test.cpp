@@ -4,8 +4,11 @@
 #include "service/fcs_control.h"
 #include "service/message_dispatch.h"
 
+#include <csignal>
 #include <cstring>
+#include <fstream>
 #include <optional>
+#include <sys/resource.h>
 
 namespace {
 
@@ -48,14 +51,30 @@ protected:
   using Announced = std::vector<std::pair<uint32_t, uint32_t>>;
 
   /** What was announced since the last call: opcode and first word of each. */
-  Announced announced() {
+  static Announced announced(fcs::NotificationQueue &notifications) {
     Announced all;
-    for (; !notifications_.empty(); notifications_.pop()) {
+    for (; !notifications.empty(); notifications.pop()) {
       uint32_t word = 0;
-      std::memcpy(&word, notifications_.front().payload.data(), sizeof(word));
-      all.emplace_back(notifications_.front().opcode, word);
+      std::memcpy(&word, notifications.front().payload.data(), sizeof(word));
+      all.emplace_back(notifications.front().opcode, word);
     }
     return all;
+  }
+  Announced announced() { return announced(notifications_); }
+
+  /** What a service announces that starts now, should the one that runs be killed and the fabric
+   * be replaced, if there is another one. */
+  Announced announced_after_a_kill(const std::string &another_fabric = {}) {
+    const TempDir left;
+    std::filesystem::copy(dir_.path(""), left.path(""));
+    std::ofstream(left.path("fabric.db-statuses"), std::ios::app) << "cut";
+    fcs::FabricStore store(left.path("fabric.db"), milliseconds(100));
+    if (!another_fabric.empty()) {
+      EXPECT_EQ(import_text(store, another_fabric), "");
+    }
+    fcs::NotificationQueue notifications;
+    const fcs::Discovery next(store, notifications);
+    return announced(notifications);
   }
 
   /** Sends a message of the agent's, or one of a control connection's, whose opcodes are low. */
@@ -123,11 +142,37 @@ TEST_F(DiscoveryTest, TimesOutWhatAnEarlierServiceHasLeft) {
   EXPECT_EQ(store_.settings().get(fcs::Setting::kDiscoveryTimeout), 1234U);
 }
 
+TEST_F(DiscoveryTest, TakesUpWhatAKilledServiceHasAcknowledged) {
+  pass(seconds(1));
+  EXPECT_EQ(discovery_->start(5), FCS_OK);
+  EXPECT_EQ(discovery_->start(6), FCS_OK);
+  const std::string exported = export_text(store_);
+  EXPECT_EQ(exported.find("localOnly"), std::string::npos) << "a reader sees what has changed";
+  constexpr uint32_t kTimeout = FCS_MSG_TIMEOUT_ON_VSAN;
+  EXPECT_EQ(announced_after_a_kill(), (Announced{{kTimeout, 5}, {kTimeout, 6}, {kTimeout, 7}}));
+  EXPECT_EQ(announced_after_a_kill(kFabric), (Announced{{kTimeout, 7}}));
+  // A change that is not made takes none with it that is.
+  EXPECT_EQ(discovery_->complete(7), FCS_OK);
+  EXPECT_EQ(discovery_->invalidate(7), FCS_OK);
+  rlimit room{};
+  getrlimit(RLIMIT_FSIZE, &room);
+  const rlimit none{0, room.rlim_max};
+  signal(SIGXFSZ, SIG_IGN);
+  setrlimit(RLIMIT_FSIZE, &none);
+  EXPECT_EQ(send(FCS_MSG_START_DISCOVERY, 0, words({7, 0})), FCS_ERR_STORE);
+  setrlimit(RLIMIT_FSIZE, &room);
+  EXPECT_EQ(announced_after_a_kill(), (Announced{{kTimeout, 5}, {kTimeout, 6}}));
+  pass(fcs::Discovery::kCommitInterval);
+  EXPECT_EQ(status(7).status, FCS_DISCOVERY_LOCAL_ONLY);
+  EXPECT_EQ(status(5).status, FCS_DISCOVERY_IN_PROGRESS);
+}
+
 TEST_F(DiscoveryTest, FollowsAFabricThatAnotherProgramImports) {
   pass(seconds(2));
   EXPECT_EQ(discovery_->start(5), FCS_OK);
   EXPECT_EQ(discovery_->start(6), FCS_OK);
   EXPECT_EQ(discovery_->start(7), FCS_OK);
+  pass(fcs::Discovery::kCommitInterval);
   fcs::FabricStore other(dir_.path("fabric.db"), milliseconds(100));
   EXPECT_EQ(import_text(other, R"({"vsans": [
     {"id": 5, "discovery": {"status": "completed", "completed": {"seconds": 77}}},
@@ -145,6 +190,7 @@ TEST_F(DiscoveryTest, FollowsAFabricThatAnotherProgramImports) {
 
 TEST_F(DiscoveryTest, EndsLaterWhenTheStoreIsLocked) {
   EXPECT_EQ(discovery_->start(5), FCS_OK);
+  pass(fcs::Discovery::kCommitInterval);
   fcs::FabricStore other(dir_.path("fabric.db"), milliseconds(100));
   {
     const fcs::WriteTransaction writing(other.database());

@@ -3,16 +3,22 @@
 #include "service/peer_policy.h"
 
 #include <arpa/inet.h>
+#include <atomic>
 #include <csignal>
 #include <fstream>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 namespace {
 
 using ipc_wire::Frame;
 using ipc_wire::Greeting;
+
+/** A request to set node name 20:01:00:5e:00:53:01:01 of list 77. */
+const std::vector<uint32_t> kNewName = {FCS_REC_NODE_NAME, 77, htonl(0x2001005E),
+                                        htonl(0x00530101), 0,  0};
 
 TEST_F(LiveService, AnswersOnEveryKindOfConnection) {
   Client exchange = connect(ipc_wire::kExchange);
@@ -122,17 +128,15 @@ TEST_F(LiveService, StopsCleanlyAndStartsAnew) {
 }
 
 TEST_F(LiveService, KeepsWhatItHasAcknowledged) {
-  const std::vector<uint32_t> new_name = {FCS_REC_NODE_NAME, 77, htonl(0x2001005E),
-                                          htonl(0x00530101), 0,  0};
   const std::string row = "user \"operator?2\": node name 20:01:00:5e:00:53:01:01 of list 77";
-  EXPECT_EQ(connect(ipc_wire::kExchange).ask(FCS_MSG_REQUEST, FCS_OP_SET, new_name), FCS_OK);
+  EXPECT_EQ(connect(ipc_wire::kExchange).ask(FCS_MSG_REQUEST, FCS_OP_SET, kNewName), FCS_OK);
   EXPECT_EQ(service_->finish(SIGKILL), 128 + SIGKILL);
   EXPECT_TRUE(service_->logs(row + " created\n"));
   EXPECT_TRUE(std::filesystem::exists(socket_)) << "it could not tidy up";
   start();
   Client client = connect(ipc_wire::kExchange);
-  EXPECT_EQ(client.ask(FCS_MSG_REQUEST, FCS_OP_GET, new_name), FCS_OK);
-  EXPECT_EQ(client.ask(FCS_MSG_REQUEST, FCS_OP_SET, new_name), FCS_ERR_ROW_EXISTS);
+  EXPECT_EQ(client.ask(FCS_MSG_REQUEST, FCS_OP_GET, kNewName), FCS_OK);
+  EXPECT_EQ(client.ask(FCS_MSG_REQUEST, FCS_OP_SET, kNewName), FCS_ERR_ROW_EXISTS);
   EXPECT_TRUE(service_->logs(row + " not created: the row exists already\n"));
 }
 
@@ -159,7 +163,21 @@ TEST_F(LiveService, HasItsStoreForItselfAndImports) {
                                std::to_string(service_->pid()) + "\n"),
             std::string::npos)
       << second.output;
-  EXPECT_EQ(fcsctl({"import", SAMPLE_FABRIC}).status, 0);
+  // However busily statuses change.
+  std::atomic<bool> imported = false;
+  std::atomic<int> changes = 0;
+  std::thread manager([&] {
+    Client client = connect(ipc_wire::kExchange);
+    for (; !imported; ++changes) {
+      const int32_t result = client.ask(FCS_MSG_INVALIDATE_CACHE, FCS_OP_SET, {1});
+      EXPECT_TRUE(result == FCS_OK || result == FCS_ERR_STORE) << result;
+    }
+  });
+  EXPECT_TRUE(eventually([&] { return changes > 100; }));
+  const Outcome import = fcsctl({"import", SAMPLE_FABRIC});
+  EXPECT_EQ(import.status, 0) << import.output;
+  imported = true;
+  manager.join();
 }
 
 TEST_F(LiveService, TellsUsersWithoutARightWhy) {

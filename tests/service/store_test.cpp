@@ -46,11 +46,13 @@ TEST_F(Store, IsPrivateToItsOwner) {
 
 TEST_F(Store, TakesUpStoresOfOlderVersions) {
   const std::pair<const char *, const char *> kVersions[] = {
+      {"PRAGMA user_version = 4", ""},
       {"PRAGMA user_version = 3", "DROP INDEX element_mgmt_addr_list"},
       {"PRAGMA user_version = 2", "DROP INDEX element_mgmt_addr_list; DROP TABLE settings"}};
   const std::string path = dir_.path("older.db");
   for (const auto &[version, undo] : kVersions) {
     EXPECT_EQ(opening_fault(path), "");
+    fcs::Database(path).execute("ALTER TABLE fabric DROP COLUMN generation");
     fcs::Database(path).execute(undo);
     fcs::Database(path).execute(version);
   }
@@ -72,8 +74,8 @@ TEST_F(Store, RefusesWhatIsNotItsOwn) {
   const std::pair<std::string, std::string> kCases[] = {
       {"text.db", "file is not a database"},
       {"foreign.db", "it is a database of another program"},
-      {"99", "it has the schema version 99, this program knows version 4"},
-      {"1", "it has the schema version 1, this program knows version 4"},
+      {"99", "it has the schema version 99, this program knows version 5"},
+      {"1", "it has the schema version 1, this program knows version 5"},
       {"none/fabric.db", "No such file or directory"},
       {"", "Is a directory"},
   };
