@@ -127,6 +127,7 @@ void Discovery::run_due() {
   }
   next_watch_ = now + kWatchInterval;
   try {
+    store_.check_in_place();
     if (store_.commit_statuses()) {
       clock_.sleep(kLeftToOthers);
     }
@@ -137,8 +138,12 @@ void Discovery::run_due() {
     for (const auto &[vsan, running] : running_) {
       next_end_ = std::min(next_end_, running.ends);
     }
+    fault_.clear();
   } catch (const SqliteError &error) {
-    log_line("discovery cannot use the store %s: %s", store_.path().c_str(), error.what());
+    if (fault_ != error.what()) {
+      fault_ = error.what();
+      log_line("discovery cannot use the store %s: %s", store_.path().c_str(), error.what());
+    }
     retry_ = now + kWatchInterval;
   }
 }

@@ -13,6 +13,7 @@
 #include <chrono>
 #include <functional>
 #include <map>
+#include <string>
 #include <thread>
 
 namespace fcs {
@@ -99,6 +100,7 @@ private:
   DiscoveryClock::Steady next_watch_;
   DiscoveryClock::Steady commit_by_ = DiscoveryClock::Steady::max(); ///< Changed statuses.
   DiscoveryClock::Steady retry_; ///< Nothing before this, after the store has failed.
+  std::string fault_;            ///< With which the store fails; told once.
 };
 
 } // namespace fcs

@@ -49,6 +49,8 @@ public:
   /** Changes whenever another program has changed the store. */
   uint32_t version();
 
+  /** Throws SqliteError once the store has been deleted or replaced. */
+  void check_in_place() const { store_.database().check_in_place(); }
   const std::string &path() const { return store_.path(); }
 
 private:

@@ -101,6 +101,15 @@ std::string FabricStore::file_beside(const std::string &path, const std::string 
   return std::filesystem::weakly_canonical(path).string() + suffix;
 }
 
+void FabricStore::watch_files() {
+  holds_fabric(); // The first read has SQLite make its files.
+  std::vector<std::string> paths{path_};
+  for (const char *suffix : {"-wal", "-shm", kLockSuffix, kStatusesSuffix}) {
+    paths.push_back(file_beside(path_, suffix));
+  }
+  database_->watch(paths);
+}
+
 WriteTransaction FabricStore::write() {
   if (status_changes_) {
     status_changes_->commit();
@@ -148,6 +157,10 @@ FabricTotals FabricStore::totals() {
   auto rows = statements_->totals.run();
   rows.next();
   return {rows.word(0), rows.word(1), rows.word(2), rows.word(3)};
+}
+
+FcsResult result_of(const SqliteError &error) {
+  return error.code() == SQLITE_READONLY_DBMOVED ? FCS_ERR_STORE_GONE : FCS_ERR_STORE;
 }
 
 } // namespace fcs

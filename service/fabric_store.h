@@ -36,6 +36,11 @@ public:
   /** The path of a file that belongs to the store at `path`, which may be a link to it. */
   static std::string file_beside(const std::string &path, const std::string &suffix);
 
+  /** From now on changes are refused once a file of the store has been deleted or replaced. */
+  void watch_files();
+  /** Whether none has. */
+  bool in_place() const { return database_->in_place(); }
+
   /** Whether a fabric, be it an empty one, was ever stored. */
   bool holds_fabric();
 
@@ -81,5 +86,8 @@ private:
   std::optional<ServiceSettings> settings_;
   std::unique_ptr<StatusChanges> status_changes_;
 };
+
+/** What a request is answered with when the store fails: FCS_ERR_STORE or FCS_ERR_STORE_GONE. */
+FcsResult result_of(const SqliteError &error);
 
 } // namespace fcs

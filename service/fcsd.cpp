@@ -110,6 +110,7 @@ void serve(const Options &options) {
   fcs::NotificationQueue notifications;
   // Before the import: what that brings in progress is no leftover.
   fcs::Discovery discovery(store, notifications, options.time_scale);
+  store.watch_files();
   import_initial_fabric(store, options.fabric, stop.get());
   fcs::Configuration configuration(store, notifications);
   const fcs::FabricTotals totals = store.totals();

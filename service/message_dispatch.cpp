@@ -111,7 +111,7 @@ Answer answer_message(std::span<const ServedMessage> served, const MessageContex
   } catch (const SqliteError &error) {
     log_line("cannot use the store %s for message %u: %s", context.store.path().c_str(),
              header.opcode, error.what());
-    return {FCS_ERR_STORE, 0};
+    return {result_of(error), 0};
   }
 }
 

@@ -143,7 +143,7 @@ Answer run(const ServedRecord &record, const RequestContext &context, uint32_t o
   } catch (const SqliteError &error) {
     log_line("cannot use the store %s for record %d: %s", context.store.path().c_str(), record.id,
              error.what());
-    return {FCS_ERR_STORE, 0};
+    return {result_of(error), 0};
   }
 }
 

@@ -245,7 +245,7 @@ Answer Server::answer_control(Octets payload) {
     return {FCS_OK, static_cast<uint32_t>(text.size())};
   } catch (const SqliteError &error) {
     log_line("cannot read the store %s for the status: %s", store_.path().c_str(), error.what());
-    return {FCS_ERR_STORE, 0};
+    return {result_of(error), 0};
   }
 }
 
@@ -256,6 +256,7 @@ std::string Server::status_text() {
                                 {"uptimeSeconds", uptime.count()},
                                 {"requests", requests_},
                                 {"store", store_.path()},
+                                {"storeInPlace", store_.in_place()},
                                 {"vsans", totals.vsans},
                                 {"elements", totals.elements},
                                 {"ports", totals.ports},

@@ -1,10 +1,18 @@
 #include "service/sqlite.h"
 
+#include <algorithm>
 #include <cstring>
+#include <system_error>
 
 namespace fcs {
 
 namespace {
+
+void check(bool in_place) {
+  if (!in_place) {
+    throw SqliteError(SQLITE_READONLY_DBMOVED, "it was deleted or replaced while it was in use");
+  }
+}
 
 [[noreturn]] void fail(sqlite3 *handle, int code) {
   std::string text = handle == nullptr ? sqlite3_errstr(code) : sqlite3_errmsg(handle);
@@ -46,6 +54,28 @@ void Database::wait_for_others(std::chrono::milliseconds patience) {
   sqlite3_busy_handler(handle(), wait, &patience_);
 }
 
+void Database::watch(const std::vector<std::string> &paths) {
+  watched_.clear();
+  for (const std::string &path : paths) {
+    try {
+      watched_.emplace_back(path);
+    } catch (const std::system_error &) { // Not every file system has a log for SQLite.
+    }
+  }
+}
+
+bool Database::in_place() const {
+  return std::ranges::all_of(watched_, &FileIdentity::in_place);
+}
+
+void Database::check_in_place() const {
+  check(in_place());
+}
+
+void Database::check_first_in_place() const {
+  check(watched_.empty() || watched_.front().in_place());
+}
+
 void Database::fail() const {
   fcs::fail(handle(), sqlite3_extended_errcode(handle()));
 }
@@ -57,6 +87,7 @@ void Database::execute(const char *sql) {
 }
 
 WriteTransaction::WriteTransaction(Database &database) : database_(database) {
+  database_.check_in_place();
   database_.execute("BEGIN IMMEDIATE");
 }
 
@@ -69,6 +100,7 @@ WriteTransaction::~WriteTransaction() {
 void WriteTransaction::commit() {
   database_.execute("COMMIT");
   open_ = false;
+  database_.check_in_place();
 }
 
 ReadTransaction::ReadTransaction(Database &database)

@@ -3,6 +3,7 @@
  */
 #pragma once
 
+#include "service/file_identity.h"
 #include "service/octets.h"
 
 #include <chrono>
@@ -10,6 +11,7 @@
 #include <sqlite3.h>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace fcs {
 
@@ -36,6 +38,17 @@ public:
   /** How long a call waits for another program's write to end; at first it does not. */
   void wait_for_others(std::chrono::milliseconds patience);
 
+  /**
+   * From now on a transaction that writes fails once one of the files is no longer where it is now:
+   * what is written then would be gone with the next start. Files that are not there are left out.
+   */
+  void watch(const std::vector<std::string> &paths);
+  bool in_place() const;
+  /** Throws SqliteError with the code SQLITE_READONLY_DBMOVED when a file is not in place. */
+  void check_in_place() const;
+  /** The same for the file watched first only, which takes a system call. */
+  void check_first_in_place() const;
+
   /** Runs statements that return no rows. */
   void execute(const char *sql);
   sqlite3 *handle() const { return handle_.get(); }
@@ -46,19 +59,22 @@ private:
     void operator()(sqlite3 *handle) const { sqlite3_close_v2(handle); }
   };
   std::chrono::milliseconds patience_{};
+  std::vector<FileIdentity> watched_;
   std::unique_ptr<sqlite3, Close> handle_;
 };
 
 /** A transaction that writes; undone when it goes without a commit. */
 class WriteTransaction {
 public:
-  /** Throws SqliteError, also when another program's write goes on for too long. */
+  /** Throws SqliteError, also when another program's write goes on for too long, or the database's
+   *  files are not in place. */
   explicit WriteTransaction(Database &database);
   WriteTransaction(const WriteTransaction &) = delete;
   WriteTransaction &operator=(const WriteTransaction &) = delete;
   ~WriteTransaction();
 
-  /** Makes what was written durable and visible to everybody. */
+  /** Makes what was written durable and visible to everybody. Throws SqliteError, also when the
+   *  database's files have been in place no longer. */
   void commit();
 
 private:

@@ -34,6 +34,7 @@ void StatusChanges::begin() {
 void StatusChanges::set(uint32_t vsan, FcsDiscoveryStatus status) {
   attempt([&] {
     set_.execute(vsan, static_cast<int32_t>(status));
+    database_.check_first_in_place();
     journal_.append({vsan, status});
   });
 }

@@ -14,6 +14,8 @@ std::string result_text(int32_t result) {
   switch (result) {
   case FCS_ERR_NO_SUCH_RECORD: return "the FCS service does not know this request";
   case FCS_ERR_STORE: return "the FCS service cannot use its store, see its log";
+  case FCS_ERR_STORE_GONE:
+    return "the FCS service's store was deleted or replaced; it has to be started anew";
   case FCS_ERR_UNKNOWN_VSAN: return "the fabric has no such VSAN";
   case FCS_ERR_BAD_VALUE: return "the FCS service refuses a value of the request";
   default: return "the FCS service answers with the error " + std::to_string(result);

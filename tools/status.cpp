@@ -26,13 +26,17 @@ std::string uptime_text(uint64_t seconds) {
 }
 
 void print_status(const Json &status) {
+  const char *const fault =
+      status.value("storeInPlace", true)
+          ? ""
+          : " (deleted or replaced: changes are refused until the service is restarted)";
   std::cout << "running     pid " << status.at("pid") << ", for "
             << uptime_text(status.at("uptimeSeconds")) << '\n'
-            << "store       " << status.value("store", "(its path is too long to tell)") << '\n'
+            << "store       " << status.value("store", "(its path is too long to tell)") << fault
+            << '\n'
             << "fabric      " << status.at("vsans") << " VSANs, " << status.at("elements")
             << " elements, " << status.at("ports") << " ports, " << status.at("platforms")
             << " platforms\n"
-            << "requests    " << status.at("requests") << " of the agent answered\n"
             << "requests    " << status.at("requests") << " of the agent answered\n"
             << "connections ";
   const char *separator = "";

@@ -76,6 +76,7 @@ enum FcsResult : int32_t {
   FCS_ERR_NODE_NAME_TAKEN = 11,     ///< Another list has this node name.
   FCS_ERR_BAD_PLATFORM_NAME = 12,   ///< A platform's name has no octets, or a blank among them.
   FCS_ERR_EMPTY_ADDRESS = 13,       ///< A management address has no octets.
+  FCS_ERR_STORE_GONE = 14,          ///< The service's store was deleted or replaced: no changes.
 };
 
 /** First VSAN or list index word of an answer that says: no row follows. */

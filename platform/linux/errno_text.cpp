@@ -25,6 +25,7 @@ constexpr ErrorText kTexts[] = {
     {FCS_ERR_NODE_NAME_TAKEN, "another list has this node name"},
     {FCS_ERR_BAD_PLATFORM_NAME, "the platform name is empty or contains a blank"},
     {FCS_ERR_EMPTY_ADDRESS, "the management address is empty"},
+    {FCS_ERR_STORE_GONE, "the FCS service's store was deleted or replaced"},
 };
 
 } // namespace

@@ -89,7 +89,20 @@ def disk_full(lab):
         resource.prlimit(lab.service, resource.RLIMIT_FSIZE, before)
 
 
-@pytest.mark.parametrize("fault", [killed, restarted, stopped, slowed, socket_removed, replaced_by_a_stranger, disk_full],
+def store_deleted(lab):
+    """Reads go on. Nothing is acknowledged that would be gone once the service is started anew."""
+    for file in lab.directory.glob("fabric.db*"):
+        file.unlink()
+    answer = lab.run("snmpset", WRITER, f"{PLATFORM_NAME}.1.7000", "s", "gone", f"{PLATFORM_STATUS}.1.7000", "i", "4")
+    assert "genError" in answer
+    assert "the FCS service's store was deleted or replaced" in lab.log()
+    assert "deleted or replaced: changes are refused" in lab.control("status").stdout
+    assert len(lab.walk()) > 100
+    killed(lab)
+
+
+@pytest.mark.parametrize("fault", [killed, restarted, stopped, slowed, socket_removed, replaced_by_a_stranger, disk_full,
+                                   store_deleted],
                          ids=lambda fault: fault.__name__)
 def test_fault(lab, rounds, fault):
     assert lab.control("import", str(lab.fabric)).returncode == 0

@@ -180,6 +180,27 @@ TEST_F(LiveService, HasItsStoreForItselfAndImports) {
   manager.join();
 }
 
+TEST_F(LiveService, NoticesThatItsStoreIsGone) {
+  Client client = connect(ipc_wire::kExchange);
+  Client control = connect(ipc_wire::kControl);
+  std::filesystem::remove(store_);
+  EXPECT_EQ(client.ask(FCS_MSG_REQUEST, FCS_OP_SET, kNewName), FCS_ERR_STORE_GONE);
+  EXPECT_EQ(client.ask(FCS_MSG_START_DISCOVERY, 0, {1, 0}), FCS_ERR_STORE_GONE);
+  EXPECT_EQ(client.ask(FCS_MSG_SET_DISC_TIMEOUT, FCS_OP_SET, {300}), FCS_ERR_STORE_GONE);
+  EXPECT_EQ(control.ask(FCS_CTL_REJECT, 0, {1, 9, 0}), FCS_ERR_STORE_GONE);
+  EXPECT_NE(fcsctl({"status"})
+                .output.find(
+                    store_ +
+                    " (deleted or replaced: changes are refused until the service is restarted)\n"),
+            std::string::npos);
+  EXPECT_TRUE(
+      service_->logs("discovery cannot use the store " + store_ + ": it was deleted or replaced"));
+  expect_alive();
+  service_->finish(SIGTERM);
+  start();
+  EXPECT_EQ(connect(ipc_wire::kExchange).ask(FCS_MSG_REQUEST, FCS_OP_SET, kNewName), FCS_OK);
+}
+
 TEST_F(LiveService, TellsUsersWithoutARightWhy) {
   if (geteuid() != 0) {
     GTEST_SKIP() << "only root can become another user";

@@ -29,6 +29,40 @@ TEST_F(Store, AnotherProgramsChangesAreSeenOnceTheyAreCommitted) {
   EXPECT_EQ(store_.totals().vsans, 1U);
 }
 
+TEST_F(Store, ThatIsGoneTakesNoChanges) {
+  using namespace std::filesystem;
+  const path directory = dir_.path("store");
+  const path file = directory / "fabric.db";
+  const std::function<void()> kLosses[] = {
+      [&] { remove(file); },
+      [&] { remove(directory / "fabric.db-wal"); },
+      [&] { rename(directory, dir_.path("moved")); },
+      [&] {
+        copy_file(file, directory / "copy");
+        rename(directory / "copy", file);
+      },
+  };
+  for (const auto &lose : kLosses) {
+    SCOPED_TRACE(&lose - kLosses);
+    create_directory(directory);
+    FabricStore store(file, kWait);
+    store.watch_files();
+    fcs::WriteTransaction transaction = store.write();
+    EXPECT_TRUE(store.in_place());
+    lose();
+    EXPECT_FALSE(store.in_place());
+    try {
+      transaction.commit();
+      ADD_FAILURE() << "it would be gone with the next start";
+    } catch (const fcs::SqliteError &error) {
+      EXPECT_EQ(fcs::result_of(error), FCS_ERR_STORE_GONE);
+    }
+    EXPECT_THROW(store.write(), fcs::SqliteError);
+    EXPECT_THROW(store.status_changes().set(1, FCS_DISCOVERY_IN_PROGRESS), fcs::SqliteError);
+    remove_all(directory);
+  }
+}
+
 std::string opening_fault(const std::string &path) {
   try {
     const FabricStore store(path, kWait);
