@@ -14,8 +14,8 @@ enum FcsControlMessage : uint32_t {
    * How the service is doing. No request payload; the answer is a JSON object: pid, uptimeSeconds,
    * requests (how many of the agent's it has answered), store (its path; left out if it is too long
    * for a message), storeInPlace (false once it has been deleted or replaced, and changes are
-   * refused), vsans, elements, ports and platforms (how many the store holds, hidden ones included),
-   * connections (how many by purpose).
+   * refused), vsans, elements, ports and platforms (how many the store holds, hidden ones
+   * included), connections (how many by purpose).
    */
   FCS_CTL_STATUS = 1,
   /** A registration is rejected on a VSAN: FcsControlReject. Counted and announced. */

@@ -11,13 +11,8 @@ namespace {
 
 using Name = std::vector<oid>;
 
-Name name_of(const netsnmp_request_info &request) {
-  const netsnmp_variable_list &binding = *request.requestvb;
-  return {binding.name, binding.name + binding.name_length};
-}
-
-bool is_behind(const Name &name, const Name &other) {
-  return snmp_oid_compare(name.data(), name.size(), other.data(), other.size()) > 0;
+bool is_behind(const netsnmp_variable_list &binding, const Name &other) {
+  return snmp_oid_compare(binding.name, binding.name_length, other.data(), other.size()) > 0;
 }
 
 bool is_answered(const netsnmp_request_info &request) {
@@ -52,7 +47,7 @@ bool last_in_front_of(const Name &asked, size_t column_length, size_t instance_l
 
 /** Whether the request has an answer, and one in front of what was asked for. */
 bool is_out_of_order(const netsnmp_request_info &request, const Name &asked) {
-  return is_answered(request) && !is_behind(name_of(request), asked);
+  return is_answered(request) && !is_behind(*request.requestvb, asked);
 }
 
 void tell_disorder(const netsnmp_request_info &request, const Name &asked) {
@@ -63,36 +58,39 @@ void tell_disorder(const netsnmp_request_info &request, const Name &asked) {
   DEBUGMSG((kRequestToken, "; the table ends here\n"));
 }
 
+int serve_one_in_order(netsnmp_mib_handler *handler, netsnmp_handler_registration *registration,
+                       netsnmp_agent_request_info *request_info, netsnmp_request_info &request) {
+  static Name asked; // Keeps its room from one answer to the next.
+  asked.assign(request.requestvb->name, request.requestvb->name + request.requestvb->name_length);
+  int result = netsnmp_call_next_handler(handler, registration, request_info, &request);
+  if (!is_out_of_order(request, asked)) {
+    return result;
+  }
+  Name from;
+  if (last_in_front_of(asked, registration->rootoid_len, request.requestvb->name_length, from)) {
+    ask_for_next_of(from, request);
+    result = netsnmp_call_next_handler(handler, registration, request_info, &request);
+  }
+  if (is_out_of_order(request, asked)) {
+    tell_disorder(request, asked);
+    ask_for_next_of(asked, request); // It stays unanswered.
+  } else if (!is_answered(request)) {
+    ask_for_next_of(asked, request);
+  }
+  return result;
+}
+
 } // namespace
 
 int serve_in_order(netsnmp_mib_handler *handler, netsnmp_handler_registration *registration,
                    netsnmp_agent_request_info *request_info, netsnmp_request_info *requests) {
-  std::vector<Name> asked;
-  for (const netsnmp_request_info *request = requests; request != nullptr;
-       request = request->next) {
-    asked.push_back(name_of(*request));
+  int status = SNMP_ERR_NOERROR;
+  for (netsnmp_request_info *request = requests; request != nullptr;) {
+    netsnmp_request_info *const following = std::exchange(request->next, nullptr);
+    const int result = serve_one_in_order(handler, registration, request_info, *request);
+    status = status == SNMP_ERR_NOERROR ? result : status;
+    request->next = following;
+    request = following;
   }
-  int result = netsnmp_call_next_handler(handler, registration, request_info, requests);
-  auto asked_for = asked.begin();
-  for (netsnmp_request_info *request = requests; request != nullptr;
-       request = request->next, ++asked_for) {
-    if (!is_out_of_order(*request, *asked_for)) {
-      continue;
-    }
-    Name from;
-    if (last_in_front_of(*asked_for, registration->rootoid_len, request->requestvb->name_length,
-                         from)) {
-      ask_for_next_of(from, *request);
-      netsnmp_request_info *const others = std::exchange(request->next, nullptr);
-      result = netsnmp_call_next_handler(handler, registration, request_info, request);
-      request->next = others;
-    }
-    if (is_out_of_order(*request, *asked_for)) {
-      tell_disorder(*request, *asked_for);
-      ask_for_next_of(*asked_for, *request); // It stays unanswered.
-    } else if (!is_answered(*request)) {
-      ask_for_next_of(*asked_for, *request);
-    }
-  }
-  return result;
+  return status;
 }
