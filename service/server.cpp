@@ -64,7 +64,11 @@ void Server::run(int stop_fd) {
       const int events = client.outbox.empty() ? POLLIN : POLLIN | POLLOUT;
       polled_.push_back({client.fd.get(), static_cast<short>(events), 0});
     }
-    if (poll(polled_.data(), polled_.size(), poll_timeout()) < 0) {
+    const int ready = poll(polled_.data(), polled_.size(), poll_timeout());
+    if (ready == 0) {
+      processor_.release();
+    }
+    if (ready < 0) {
       if (errno == EINTR) {
         continue;
       }
@@ -219,6 +223,7 @@ Answer Server::answer(const Client &client, Octets payload) {
   const std::span<uint8_t> room(reply_.payload, client.reply_room);
   if (client.purpose == ipc_wire::kExchange) {
     ++requests_;
+    follow(request_.header.processor);
   }
   if (client.purpose == ipc_wire::kControl) {
     return answer_control(payload);
@@ -229,6 +234,16 @@ Answer Server::answer(const Client &client, Octets payload) {
         request_.header.flag, payload, room);
   }
   return answer_message(kAgentMessages, {store_, discovery_}, request_.header, payload, room);
+}
+
+/** Takes turns with an agent that stays on a processor, and lets the scheduler decide again. */
+void Server::follow(uint32_t processor) {
+  const int there = static_cast<int>(processor) - 1;
+  if (there < 0) {
+    processor_.release();
+  } else if (there != processor_.number()) {
+    processor_.hold(there);
+  }
 }
 
 Answer Server::answer_control(Octets payload) {

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "platform/linux/ipc_wire.h"
+#include "platform/linux/processor_pin.h"
 #include "service/configuration.h"
 #include "service/discovery.h"
 #include "service/fabric_store.h"
@@ -65,6 +66,7 @@ private:
   void refuse(Client &client, const std::string &fault);
   void answer_frame(Client &client, size_t length);
   Answer answer(const Client &client, Octets payload);
+  void follow(uint32_t processor);
   Answer answer_control(Octets payload);
   std::string status_text();
   bool has_notification_client() const;
@@ -81,6 +83,7 @@ private:
   PeerPolicy policy_;
   Clock::time_point started_;
   Clock::time_point accept_again_;
+  ProcessorPin processor_;
   uint64_t requests_ = 0; ///< Of the agent, answered.
   std::vector<Client> clients_;
   std::vector<pollfd> polled_;

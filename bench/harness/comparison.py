@@ -11,8 +11,8 @@ MODES = {"GETNEXT": 0, "GETBULK 10": 10, "GETBULK 25": 25, "GETBULK 50": 50}
 BENCH_ROOT = "1.3.6.1.4.1.32473.2"
 # Where each contender has the module's rows. 32473 is the enterprise number for documentation.
 ROOTS = {"memory": f"{BENCH_ROOT}.1", "AgentX": f"{BENCH_ROOT}.2", "pass_persist": f"{BENCH_ROOT}.3"}
-# Octets of a request and of an answer on the service's socket: a header of 92, then the record.
-ECHO_RECORDS = {"elements": (108, 644), "ports": (108, 128), "statistics": (100, 132)}
+# Octets of a request and of an answer on the service's socket: a header of 96, then the record.
+ECHO_RECORDS = {"elements": (112, 648), "ports": (112, 132), "statistics": (104, 136)}
 
 
 def write_rows(lab, path):

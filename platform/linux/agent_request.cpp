@@ -3,6 +3,7 @@
 #include "answer_order.h"
 #include "integer_words.h"
 #include "platform/agent_host.h"
+#include "processor_pin.h"
 #include "settings.h"
 #include "writable_object.h"
 #include "write_guard.h"
@@ -48,6 +49,10 @@ bool current_is_read;
 uint32_t current_rows;
 /** The binding of a SET that is being served; null outside of one. */
 const netsnmp_variable_list *current_binding;
+/** Exchanges of the binding of a SET that is being served, and where they are made. */
+constexpr int kManyExchanges = 16;
+int exchanges_of_binding;
+ProcessorPin own_processor;
 /** Its user, once somebody has asked. */
 std::string current_user;
 bool current_user_known;
@@ -120,6 +125,7 @@ public:
     current = info.asp->pdu;
     current_as_it_came = info.asp->orig_pdu;
     current_user_known = false;
+    exchanges_of_binding = 0;
     current_is_read = !MODE_IS_SET(info.mode);
     if (const std::pair request(current->transid, current->reqid); request != last_request) {
       last_request = request;
@@ -127,7 +133,10 @@ public:
       request_began = Clock::now();
     }
   }
-  ~CurrentRequest() { current = nullptr; }
+  ~CurrentRequest() {
+    current = nullptr;
+    own_processor.release();
+  }
   CurrentRequest(const CurrentRequest &) = delete;
   CurrentRequest &operator=(const CurrentRequest &) = delete;
 };
@@ -236,6 +245,16 @@ RowUse agent_request_row_use() {
 
 long agent_request_number() {
   return request_number;
+}
+
+uint32_t agent_request_processor() {
+  if (current == nullptr || current_is_read) {
+    return 0;
+  }
+  if (++exchanges_of_binding == kManyExchanges) {
+    own_processor.hold(sched_getcpu());
+  }
+  return static_cast<uint32_t>(own_processor.number() + 1);
 }
 
 bool agent_request_is_overdue() {

@@ -44,5 +44,14 @@ RowUse agent_request_row_use();
  */
 bool agent_request_is_overdue();
 
+/**
+ * To be called for each exchange with the service. In a SET that makes many, as for a discovery of
+ * thousands of VSANs, the agent stays on its processor until the SET is done, so that the service
+ * can take turns with it there: waking up another processor costs several times what an exchange
+ * does.
+ * \return one more than the number of that processor, or 0 while it may change.
+ */
+uint32_t agent_request_processor();
+
 /** The debug token that says whom a request is from, and why what it asks for is refused. */
 constexpr char kRequestToken[] = "fcs_request";

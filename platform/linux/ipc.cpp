@@ -77,6 +77,7 @@ int32_t ipc_req_resp(uint32_t opcode, uint32_t flag, const void *request, void *
   header.opcode = opcode;
   header.flag = flag;
   header.session = session;
+  header.processor = agent_request_processor();
   header.rows = question ? rows.rows_to_ask(*question, use.rows) : 1;
   strncpy(header.user, user, sizeof(header.user) - 1);
   static ipc_wire::Reply reply;

@@ -63,10 +63,14 @@ struct FrameHeader {
   /** Of a reply: the result of FCS_OP_GETNEXT behind its last record, where that is known to be a
    *  failure; 0 otherwise. */
   int32_t end;
+  /** Of a request in a long series of exchanges: one more than the number of the processor that the
+   *  agent stays on meanwhile; 0 otherwise. */
+  uint32_t processor;
   char user[64]; ///< User name of the SNMP request, NUL-terminated, cut to 63 octets.
 };
 static_assert(offsetof(FrameHeader, rows) == 20 && offsetof(FrameHeader, end) == 24);
-static_assert(offsetof(FrameHeader, user) == 28 && sizeof(FrameHeader) == 92);
+static_assert(offsetof(FrameHeader, processor) == 28);
+static_assert(offsetof(FrameHeader, user) == 32 && sizeof(FrameHeader) == 96);
 
 /** A whole message: the header, then the octets up to the end of the datagram. */
 template <uint32_t kRoom> struct Message {

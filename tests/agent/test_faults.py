@@ -101,7 +101,7 @@ def test_wrong_peers(lab, greeting, said):
 def frame(request, payload, sequence=0, result=0):
     """The reply to a request, with what a lying service would change."""
     asked, opcode = struct.unpack_from("=II", request)
-    return struct.pack("=IIIiIIi64s", asked + sequence, opcode, 0, result, 0, 0, 0, b"") + payload
+    return struct.pack("=IIIiIIiI64s", asked + sequence, opcode, 0, result, 0, 0, 0, 0, b"") + payload
 
 
 @pytest.mark.parametrize("replies", [
@@ -199,7 +199,7 @@ def test_notifications_are_received(lab):
         if purpose == 2:
             for opcode in [1407, 1408, 1409, 1411, 1415, 4711]:
                 for payload in [b"", b"\x01", b"A" * 1024]:
-                    connection.send(struct.pack("=IIIiIIi64s", 0, opcode, 0, 0, 0, 0, 0, b"") + payload)
+                    connection.send(struct.pack("=IIIiIIiI64s", 0, opcode, 0, 0, 0, 0, 0, 0, b"") + payload)
             taken.set()
         connection.recv(2000)
 
