@@ -105,7 +105,7 @@ struct FcsKeyForm {
 };
 
 /** Of every record with a key. */
-constexpr FcsKeyForm FCS_KEY_FORMS[] = {
+inline constexpr FcsKeyForm FCS_KEY_FORMS[] = {
     {FCS_REC_DISCOVERY_STATUS, 1, 0},  {FCS_REC_IE, 1, FCS_WWN_LENGTH},
     {FCS_REC_MGMT_ADDR, 2, 0},         {FCS_REC_PORT_LIST, 1, FCS_WWN_LENGTH},
     {FCS_REC_PORT, 1, FCS_WWN_LENGTH}, {FCS_REC_ATTACH_PORT, 1, FCS_ATTACHED_NAME_LENGTH},
