@@ -28,9 +28,8 @@ public:
     header.flag = input.take<uint16_t>();
     const std::vector<uint8_t> payload = input.octets(input.up_to(FCS_MESSAGE_ROOM));
     if (kind < kExchanges && header.opcode == FCS_MSG_REQUEST) {
-      check_record(
-          header.flag, payload,
-          fcs::answer_request({store_.store, configuration_, "user"}, header.flag, payload, room_));
+      const fcs::RequestContext context{store_.store, configuration_, "user", input.octet()};
+      check_record(header.flag, payload, fcs::answer_request(context, header.flag, payload, room_));
     } else {
       check(fcs::answer_message(kind < kExchanges ? fcs::kAgentMessages : fcs::kControlMessages,
                                 {store_.store, *discovery_}, header, payload, room_));
@@ -70,6 +69,7 @@ private:
     require(answer.result == FCS_OK || (answer.result % 256 != 0 && answer.length == 0),
             "a failure has a code that stays one, and no record");
     require(answer.length <= FCS_MESSAGE_ROOM, "an answer has room in a message");
+    require(answer.rows > 0 && answer.length % answer.rows == 0, "records are of one length");
     require(answer.result != FCS_ERR_STORE, "no request makes the store fail");
   }
 
