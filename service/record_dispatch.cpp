@@ -54,7 +54,9 @@ Answer answer_row(const RequestContext &context, FcsOperation operation, const u
     }
     found = 1;
   }
-  found += (rows.*find)(Lookup::kNext, key, records.subspan(found));
+  if (found < records.size()) {
+    found += (rows.*find)(Lookup::kNext, key, records.subspan(found));
+  }
   Answer answer{FCS_OK, 0};
   if (found < records.size() && past_end == PastEnd::kRecord) {
     records[found] = {};
