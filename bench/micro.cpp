@@ -4,14 +4,14 @@
  * answers at once.
  */
 #include "feature/fabric_conf_server/fcs_protocol.h"
-#include "feature/fabric_conf_server/snmp/fcs_exchange.h"
 #include "feature/fabric_conf_server/snmp/fcs_mib.h"
-#include "feature/fabric_conf_server/snmp/fcs_row_lookup.h"
-#include "feature/fabric_conf_server/snmp/fcs_trace.h"
-#include "feature/fabric_conf_server/snmp/fcs_values.h"
+#include "feature/fabric_conf_server/snmp/frame/fcs_exchange.h"
+#include "feature/fabric_conf_server/snmp/frame/fcs_row_lookup.h"
+#include "feature/fabric_conf_server/snmp/frame/fcs_trace.h"
+#include "feature/fabric_conf_server/snmp/frame/fcs_values.h"
 #include "platform/ipc.h"
-#include "platform/linux/settings.h"
-#include "platform/linux/trace_output.h"
+#include "platform/linux/settings/settings.h"
+#include "platform/linux/trace/trace_output.h"
 #include "platform/role.h"
 
 #include <benchmark/benchmark.h>

@@ -1,17 +1,17 @@
 /**
  * fcsd: the FCS service. Owns the fabric and answers the SNMP module's requests.
  */
-#include "service/configuration.h"
-#include "service/defaults.h"
-#include "service/discovery.h"
-#include "service/fabric_json.h"
-#include "service/fabric_store.h"
-#include "service/listener.h"
-#include "service/log.h"
-#include "service/notification_queue.h"
-#include "service/privileges.h"
-#include "service/server.h"
-#include "service/store_lock.h"
+#include "service/configuration/configuration.h"
+#include "service/description/fabric_json.h"
+#include "service/discovery/discovery.h"
+#include "service/reports/log.h"
+#include "service/reports/notification_queue.h"
+#include "service/server/defaults.h"
+#include "service/server/listener.h"
+#include "service/server/privileges.h"
+#include "service/server/server.h"
+#include "service/store/fabric_store.h"
+#include "service/store/store_lock.h"
 
 #include <CLI/CLI.hpp>
 #include <cerrno>

@@ -1,8 +1,8 @@
-#include "tools/control_client.h"
+#include "control_client.h"
 
+#include "common/wire/ipc_wire.h"
 #include "feature/fabric_conf_server/fcs_protocol.h"
-#include "platform/linux/ipc_wire.h"
-#include "tools/service_connection.h"
+#include "service_connection.h"
 
 #include <algorithm>
 

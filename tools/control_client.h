@@ -3,7 +3,7 @@
  */
 #pragma once
 
-#include "service/fcs_control.h"
+#include "service/protocol/fcs_control.h"
 
 #include <string>
 #include <string_view>

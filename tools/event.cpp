@@ -1,6 +1,6 @@
-#include "service/octets.h"
-#include "tools/control_client.h"
-#include "tools/fcsctl.h"
+#include "control_client.h"
+#include "fcsctl.h"
+#include "service/fabric/octets.h"
 
 #include <arpa/inet.h>
 #include <cstring>

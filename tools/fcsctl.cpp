@@ -1,9 +1,9 @@
 /**
  * fcsctl: what an engineer uses to drive the FCS service and to read the event history.
  */
-#include "tools/fcsctl.h"
+#include "fcsctl.h"
 
-#include "service/defaults.h"
+#include "service/server/defaults.h"
 
 #include <exception>
 #include <iostream>

@@ -1,6 +1,6 @@
-#include "platform/linux/event_history.h"
-#include "tools/fcsctl.h"
-#include "tools/time_text.h"
+#include "common/history/event_history.h"
+#include "fcsctl.h"
+#include "time_text.h"
 
 #include <array>
 #include <chrono>

@@ -1,9 +1,9 @@
-#include "service/fabric_json.h"
-#include "service/fabric_store.h"
-#include "tools/fcsctl.h"
-#include "tools/open_store.h"
-#include "tools/output.h"
-#include "tools/progress_line.h"
+#include "fcsctl.h"
+#include "open_store.h"
+#include "output.h"
+#include "progress_line.h"
+#include "service/description/fabric_json.h"
+#include "service/store/fabric_store.h"
 
 #include <iostream>
 #include <memory>

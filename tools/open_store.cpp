@@ -1,4 +1,4 @@
-#include "tools/open_store.h"
+#include "open_store.h"
 
 #include <filesystem>
 #include <stdexcept>

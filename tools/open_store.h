@@ -3,7 +3,7 @@
  */
 #pragma once
 
-#include "service/fabric_store.h"
+#include "service/store/fabric_store.h"
 
 #include <chrono>
 #include <string>

@@ -1,6 +1,6 @@
-#include "tools/output.h"
+#include "output.h"
 
-#include "platform/linux/fd.h"
+#include "common/system/fd.h"
 
 #include <cerrno>
 #include <cstring>

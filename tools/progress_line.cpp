@@ -1,4 +1,4 @@
-#include "tools/progress_line.h"
+#include "progress_line.h"
 
 #include <iostream>
 #include <unistd.h>

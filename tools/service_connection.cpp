@@ -1,4 +1,4 @@
-#include "tools/service_connection.h"
+#include "service_connection.h"
 
 #include <algorithm>
 #include <cerrno>

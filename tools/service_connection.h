@@ -3,8 +3,8 @@
  */
 #pragma once
 
-#include "platform/linux/fd.h"
-#include "platform/linux/ipc_wire.h"
+#include "common/system/fd.h"
+#include "common/wire/ipc_wire.h"
 
 #include <cstddef>
 #include <string>

@@ -1,5 +1,5 @@
-#include "tools/control_client.h"
-#include "tools/fcsctl.h"
+#include "control_client.h"
+#include "fcsctl.h"
 
 #include <iostream>
 #include <memory>

@@ -1,4 +1,4 @@
-#include "tools/time_text.h"
+#include "time_text.h"
 
 #include <array>
 #include <cstdio>

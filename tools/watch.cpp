@@ -1,8 +1,8 @@
+#include "fcsctl.h"
 #include "feature/fabric_conf_server/fcs_protocol.h"
-#include "service/octets.h"
-#include "tools/fcsctl.h"
-#include "tools/service_connection.h"
-#include "tools/time_text.h"
+#include "service/fabric/octets.h"
+#include "service_connection.h"
+#include "time_text.h"
 
 #include <algorithm>
 #include <chrono>

@@ -2,12 +2,12 @@
  * The hooks of snmpd's `dlmod fcs .../fcs_mib.so`: init_fcs when the library is loaded, deinit_fcs
  * before it is unmapped. By then nothing of it may be left with the agent.
  */
-#include "agent_request.h"
-#include "notification_switches.h"
-#include "row_index_host.h"
-#include "service_connection.h"
-#include "settings.h"
-#include "trace_output.h"
+#include "platform/linux/agent/notification_switches.h"
+#include "platform/linux/containers/row_index_host.h"
+#include "platform/linux/messaging/service_connection.h"
+#include "platform/linux/request/agent_request.h"
+#include "platform/linux/settings/settings.h"
+#include "platform/linux/trace/trace_output.h"
 
 #include "feature/fabric_conf_server/snmp/fcs_mib.h"
 

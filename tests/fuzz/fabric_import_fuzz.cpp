@@ -5,7 +5,7 @@
 #include "fuzz_input.h"
 #include "fuzz_store.h"
 
-#include "service/fabric_json.h"
+#include "service/description/fabric_json.h"
 
 #include <sstream>
 

@@ -2,7 +2,7 @@
 
 #include "fuzz_input.h"
 
-#include "service/fabric_json.h"
+#include "service/description/fabric_json.h"
 
 #include <filesystem>
 #include <unistd.h>

@@ -8,15 +8,15 @@
  */
 #include "fuzz_input.h"
 
+#include "common/system/fd.h"
+#include "common/wire/ipc_wire.h"
 #include "feature/fabric_conf_server/fcs_protocol.h"
 #include "platform/agent_host.h"
 #include "platform/ipc.h"
-#include "platform/linux/fd.h"
-#include "platform/linux/ipc_wire.h"
-#include "platform/linux/notifications.h"
-#include "platform/linux/request_rows.h"
-#include "platform/linux/service_connection.h"
-#include "platform/linux/settings.h"
+#include "platform/linux/messaging/notifications.h"
+#include "platform/linux/messaging/request_rows.h"
+#include "platform/linux/messaging/service_connection.h"
+#include "platform/linux/settings/settings.h"
 
 #include <array>
 #include <cerrno>

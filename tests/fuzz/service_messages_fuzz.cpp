@@ -5,8 +5,8 @@
 #include "fuzz_input.h"
 #include "fuzz_store.h"
 
-#include "service/fcs_control.h"
-#include "service/message_dispatch.h"
+#include "service/protocol/fcs_control.h"
+#include "service/protocol/message_dispatch.h"
 
 #include <array>
 #include <filesystem>

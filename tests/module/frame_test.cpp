@@ -1,7 +1,7 @@
 /** Registration and lifecycle, the exchange, the trace pattern. */
 #include "recording_platform.h"
 
-#include "feature/fabric_conf_server/snmp/fcs_trace.h"
+#include "feature/fabric_conf_server/snmp/frame/fcs_trace.h"
 
 #include <fstream>
 #include <gmock/gmock.h>

@@ -1,7 +1,7 @@
 /** How rows are located: every table's index, exactly and by next, and the role walk. */
 #include "agent_calls.h"
 
-#include "feature/fabric_conf_server/snmp/fcs_config_lookup.h"
+#include "feature/fabric_conf_server/snmp/configuration/fcs_config_lookup.h"
 
 #include <algorithm>
 #include <gmock/gmock.h>

@@ -1,7 +1,7 @@
 /** The scalar objects, read side. */
 #include "agent_calls.h"
 
-#include "feature/fabric_conf_server/snmp/fcs_values.h"
+#include "feature/fabric_conf_server/snmp/frame/fcs_values.h"
 
 #include <gmock/gmock.h>
 

@@ -1,9 +1,9 @@
 /** The tables' columns: values, traces, ends. */
 #include "agent_calls.h"
 
-#include "feature/fabric_conf_server/snmp/fcs_config_tables.h"
-#include "feature/fabric_conf_server/snmp/fcs_ie_table.h"
-#include "feature/fabric_conf_server/snmp/fcs_port_tables.h"
+#include "feature/fabric_conf_server/snmp/configuration/fcs_config_tables.h"
+#include "feature/fabric_conf_server/snmp/fabric/fcs_ie_table.h"
+#include "feature/fabric_conf_server/snmp/fabric/fcs_port_tables.h"
 
 #include <gmock/gmock.h>
 #include <map>

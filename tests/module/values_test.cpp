@@ -1,7 +1,7 @@
 /** The value helpers at their edges. */
 #include "recording_platform.h"
 
-#include "feature/fabric_conf_server/snmp/fcs_values.h"
+#include "feature/fabric_conf_server/snmp/frame/fcs_values.h"
 
 #include <gmock/gmock.h>
 #include <map>

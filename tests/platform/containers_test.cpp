@@ -1,6 +1,6 @@
 /** Bitmaps and the keyed container. */
 #include "platform/bitmap.h"
-#include "platform/linux/row_index_host.h"
+#include "platform/linux/containers/row_index_host.h"
 
 #include <cstdlib>
 #include <cstring>

@@ -1,5 +1,5 @@
 /** The event history: order, wrap-around, survival, and files that are none. */
-#include "platform/linux/event_history.h"
+#include "common/history/event_history.h"
 
 #include <csignal>
 #include <cstring>

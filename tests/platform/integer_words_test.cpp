@@ -1,5 +1,5 @@
 /** Integers of a SET: words inside, what they were outside. */
-#include "platform/linux/integer_words.h"
+#include "platform/linux/agent/integer_words.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 /** The notification switches and the agent's store: what is stored, how often, and when. */
-#include "platform/linux/notification_switches.h"
+#include "platform/linux/agent/notification_switches.h"
 
 #include "feature/fabric_conf_server/fcs_protocol.h"
 #include "platform/agent_host.h"

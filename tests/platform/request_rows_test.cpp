@@ -1,5 +1,5 @@
 /** Rows that come along with a reply, against a table of its own that is asked directly. */
-#include "platform/linux/request_rows.h"
+#include "platform/linux/messaging/request_rows.h"
 
 #include "feature/fabric_conf_server/fcs_protocol.h"
 

@@ -1,8 +1,8 @@
 /** Roles: who sees which VSANs, and what a faulty line does. */
-#include "platform/linux/roles.h"
+#include "platform/linux/roles/roles.h"
 
 #include "platform/agent_host.h"
-#include "platform/linux/agent_request.h"
+#include "platform/linux/request/agent_request.h"
 #include "platform/role.h"
 
 #include <gmock/gmock.h>

@@ -1,8 +1,8 @@
 #include "fixtures.h"
 
-#include "service/discovery.h"
-#include "service/fcs_control.h"
-#include "service/message_dispatch.h"
+#include "service/discovery/discovery.h"
+#include "service/protocol/fcs_control.h"
+#include "service/protocol/message_dispatch.h"
 
 #include <csignal>
 #include <cstring>

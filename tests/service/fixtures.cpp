@@ -1,6 +1,6 @@
 #include "fixtures.h"
 
-#include "service/fabric_json.h"
+#include "service/description/fabric_json.h"
 
 #include <csignal>
 #include <cstdlib>

@@ -3,10 +3,10 @@
  */
 #pragma once
 
-#include "platform/linux/fd.h"
-#include "service/configuration.h"
-#include "service/fabric_store.h"
-#include "service/record_dispatch.h"
+#include "common/system/fd.h"
+#include "service/configuration/configuration.h"
+#include "service/protocol/record_dispatch.h"
+#include "service/store/fabric_store.h"
 
 #include <array>
 #include <chrono>

@@ -1,6 +1,6 @@
 #include "service_client.h"
 
-#include "service/peer_policy.h"
+#include "service/server/peer_policy.h"
 
 #include <arpa/inet.h>
 #include <atomic>

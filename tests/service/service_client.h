@@ -5,10 +5,10 @@
 
 #include "fixtures.h"
 
+#include "common/system/fd.h"
+#include "common/wire/ipc_wire.h"
 #include "feature/fabric_conf_server/fcs_protocol.h"
-#include "platform/linux/fd.h"
-#include "platform/linux/ipc_wire.h"
-#include "service/fcs_control.h"
+#include "service/protocol/fcs_control.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,6 +1,6 @@
 #include "fixtures.h"
 
-#include "service/fabric_writer.h"
+#include "service/store/fabric_writer.h"
 
 #include <fstream>
 #include <sys/stat.h>

@@ -1,6 +1,6 @@
 #include "fixtures.h"
 
-#include "platform/linux/event_history.h"
+#include "common/history/event_history.h"
 
 #include <algorithm>
 #include <cstdlib>

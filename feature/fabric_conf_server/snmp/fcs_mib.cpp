@@ -1,7 +1,7 @@
 #include "fcs_mib.h"
 
-#include "fcs_values.h"
 #include "feature/fabric_conf_server/fcs_protocol.h"
+#include "frame/fcs_values.h"
 
 #include <cstdio>
 #include <iterator>

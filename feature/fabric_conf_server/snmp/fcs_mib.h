@@ -5,8 +5,8 @@
  */
 #pragma once
 
-#include "fcs_exchange.h"
 #include "feature/fabric_conf_server/fcs_protocol.h"
+#include "frame/fcs_exchange.h"
 #include "platform/agent_host.h"
 #include "platform/bitmap.h"
 #include "platform/row_index.h"

@@ -5,7 +5,7 @@
 #pragma once
 
 #include "fcs_mib.h"
-#include "fcs_values.h"
+#include "frame/fcs_values.h"
 
 struct VsanHalf {
   uint32_t first_vsan;     ///< The VSAN of bit 0.

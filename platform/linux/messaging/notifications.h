@@ -1,0 +1,16 @@
+/**
+ * The service's notifications and the module's own messages on their way to the handlers, and the
+ * SNMP notifications that come of them.
+ */
+#pragma once
+
+#include "common/wire/ipc_wire.h"
+
+#include <cstddef>
+
+/**
+ * Hands a notification of the service to the handler registered for its opcode, if there is one,
+ * and sends the SNMP notification that the handler asks for, unless it is switched off. A message
+ * that the handler sends follows at once: it cannot be left behind by a service that goes on.
+ */
+void notifications_deliver(const ipc_wire::Frame &frame, size_t length);

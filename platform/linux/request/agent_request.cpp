@@ -1,0 +1,282 @@
+#include "agent_request.h"
+
+#include "common/wire/processor_pin.h"
+#include "platform/agent_host.h"
+#include "platform/linux/agent/answer_order.h"
+#include "platform/linux/agent/integer_words.h"
+#include "platform/linux/agent/write_guard.h"
+#include "platform/linux/settings/settings.h"
+#include "writable_object.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstring>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <net-snmp/library/snmpTCPDomain.h>
+#include <net-snmp/library/snmpTCPIPv6Domain.h>
+#include <net-snmp/library/snmpUDPDomain.h>
+#include <net-snmp/library/snmpUDPIPv6Domain.h>
+#include <net-snmp/library/snmpUnixDomain.h>
+
+namespace {
+
+constexpr char kModuleName[] = "fcs_mib";
+constexpr char kHandlerName[] = "fcs_agent_host";
+/** The handler through which the agent calls the functions of a variable table. Right in front of
+ * it a GETBULK is a row of GETNEXTs. */
+constexpr char kModuleHandlerName[] = "old_api";
+
+using Clock = std::chrono::steady_clock;
+
+constexpr int kExchangeTimeoutsOfARequest = 10;
+constexpr auto kBetweenReports = std::chrono::minutes(1);
+
+void (*before_request)();
+/** The message being served, and as it came; null outside of one. */
+const netsnmp_pdu *current;
+const netsnmp_pdu *current_as_it_came;
+/** The last request, by its transaction and its id: the agent's own have no transaction. */
+std::pair<long, long> last_request;
+/** How many there have been, and when the first object of the last one was served. */
+long request_number;
+Clock::time_point request_began;
+/** Whether the message being served is a read. */
+bool current_is_read;
+/** How many rows the bindings being served may still ask of their table. */
+uint32_t current_rows;
+/** The binding of a SET that is being served; null outside of one. */
+const netsnmp_variable_list *current_binding;
+/** Exchanges of the binding of a SET that is being served, and where they are made. */
+constexpr int kManyExchanges = 16;
+int exchanges_of_binding;
+ProcessorPin own_processor;
+/** Its user, once somebody has asked. */
+std::string current_user;
+bool current_user_known;
+
+/** Maps the community of a message and its source to a security name; null when nothing does. */
+const char *security_name_of_community(const netsnmp_pdu &pdu) {
+  const char *name = nullptr;
+  const char *context = nullptr;
+  void *const source = pdu.transport_data;
+  const int source_length = pdu.transport_data_length;
+  const auto *community = reinterpret_cast<const char *>(pdu.community);
+  // A transport names its domain by the address of the OID, as the agent's own access control does.
+  if (pdu.tDomain == netsnmpUDPDomain || pdu.tDomain == netsnmp_snmpTCPDomain) {
+    netsnmp_udp_getSecName(source, source_length, community, pdu.community_len, &name, &context);
+  } else if (pdu.tDomain == netsnmp_UDPIPv6Domain || pdu.tDomain == netsnmp_TCPIPv6Domain) {
+    netsnmp_udp6_getSecName(source, source_length, community, static_cast<int>(pdu.community_len),
+                            &name, &context);
+  } else if (pdu.tDomain == netsnmp_UnixDomain) {
+    netsnmp_unix_getSecName(source, source_length, community, pdu.community_len, &name, &context);
+  }
+  return name;
+}
+
+/** A community is a secret: v1 and v2c users go by the name that com2sec gives it. */
+std::string security_name(const netsnmp_pdu &pdu) {
+  if (pdu.version == SNMP_VERSION_3) {
+    return {pdu.securityName, pdu.securityNameLen};
+  }
+  const char *name = security_name_of_community(pdu);
+  if (name == nullptr) {
+    DEBUGMSGTL((kRequestToken, "no security name for the community of this request\n"));
+    return {};
+  }
+  return name;
+}
+
+/** Logs that the request being served has spent its share of time. */
+void report_overdue(std::chrono::milliseconds share) {
+  static Clock::time_point next_report;
+  if (Clock::now() < next_report) {
+    return;
+  }
+  next_report = Clock::now() + kBetweenReports;
+  const netsnmp_variable_list &asked =
+      current_binding != nullptr ? *current_binding : *current_as_it_came->variables;
+  snmp_log(LOG_WARNING,
+           "fcs: %s of %s by user '%s' has spent its %lld ms with the FCS service: the rest of it"
+           " fails\n",
+           snmp_pdu_type(current_as_it_came->command),
+           writable_instance_text(asked.name, asked.name_length).c_str(), agent_session_user(0),
+           static_cast<long long>(share.count()));
+}
+
+/** Each binding asks for a row, and one that a GETBULK repeats for as many more. */
+uint32_t rows_asked_for(const netsnmp_request_info *requests) {
+  uint32_t bindings = 0;
+  int repetitions = 0;
+  for (; requests != nullptr; requests = requests->next) {
+    ++bindings;
+    repetitions = std::max(repetitions, requests->repeat);
+  }
+  return repetitions > 0 ? 1 + static_cast<uint32_t>(repetitions) : bindings;
+}
+
+/** Marks a request as the one being served. */
+class CurrentRequest {
+public:
+  CurrentRequest(const netsnmp_agent_request_info &info, const netsnmp_request_info *requests) {
+    current_rows = rows_asked_for(requests);
+    current = info.asp->pdu;
+    current_as_it_came = info.asp->orig_pdu;
+    current_user_known = false;
+    exchanges_of_binding = 0;
+    current_is_read = !MODE_IS_SET(info.mode);
+    if (const std::pair request(current->transid, current->reqid); request != last_request) {
+      last_request = request;
+      ++request_number;
+      request_began = Clock::now();
+    }
+  }
+  ~CurrentRequest() {
+    current = nullptr;
+    own_processor.release();
+  }
+  CurrentRequest(const CurrentRequest &) = delete;
+  CurrentRequest &operator=(const CurrentRequest &) = delete;
+};
+
+/** Serves the bindings of a SET one by one, so that it is known which of them is being served. */
+int serve_set(netsnmp_mib_handler *handler, netsnmp_handler_registration *registration,
+              netsnmp_agent_request_info *request_info, netsnmp_request_info *requests) {
+  int status = SNMP_ERR_NOERROR;
+  for (netsnmp_request_info *request = requests; request != nullptr;) {
+    netsnmp_request_info *const following = request->next;
+    request->next = nullptr;
+    current_binding = request->requestvb;
+    if (!write_is_refused(*request_info, request)) {
+      const IntegerWords words(request);
+      const int result = netsnmp_call_next_handler(handler, registration, request_info, request);
+      status = status == SNMP_ERR_NOERROR ? result : status;
+    }
+    current_binding = nullptr;
+    request->next = following;
+    request = following;
+  }
+  return status;
+}
+
+int serve(netsnmp_mib_handler *handler, netsnmp_handler_registration *registration,
+          netsnmp_agent_request_info *request_info, netsnmp_request_info *requests) {
+  before_request();
+  const CurrentRequest scope(*request_info, requests);
+  if (MODE_IS_SET(request_info->mode)) {
+    return serve_set(handler, registration, request_info, requests);
+  }
+  if (request_info->mode == MODE_GETNEXT) {
+    return serve_in_order(handler, registration, request_info, requests);
+  }
+  return netsnmp_call_next_handler(handler, registration, request_info, requests);
+}
+
+bool is_ours(const netsnmp_subtree &tree) {
+  return tree.reginfo != nullptr && tree.reginfo->handlerName != nullptr &&
+         strcmp(tree.reginfo->handlerName, kModuleName) == 0;
+}
+
+/** Calls `visit` for each registration of the module. */
+template <typename Visit> void for_each_registration(Visit visit) {
+  for (netsnmp_subtree *tree = netsnmp_subtree_find_first(""); tree != nullptr; tree = tree->next) {
+    for (netsnmp_subtree *child = tree; child != nullptr; child = child->children) {
+      if (is_ours(*child)) {
+        visit(*child->reginfo);
+      }
+    }
+  }
+}
+
+void intercept(netsnmp_handler_registration &registration) {
+  netsnmp_mib_handler *handler = netsnmp_create_handler(kHandlerName, serve);
+  if (handler == nullptr || netsnmp_inject_handler_before(&registration, handler,
+                                                          kModuleHandlerName) != SNMPERR_SUCCESS) {
+    snmp_log(LOG_ERR, "fcs: an object could not be put under the agent host's control\n");
+    netsnmp_handler_free(handler);
+  }
+}
+
+/** Where a registration stands in the agent's tree. */
+struct Place {
+  std::vector<oid> root;
+  int priority;
+  int range_subid;
+  oid range_ubound;
+};
+
+} // namespace
+
+void agent_request_intercept(void (*before)()) {
+  before_request = before;
+  for_each_registration(intercept);
+}
+
+void agent_request_release() {
+  // By copies: the agent goes on reading its arguments when it has freed the registration.
+  std::vector<Place> places;
+  for_each_registration([&places](const netsnmp_handler_registration &registration) {
+    places.push_back({{registration.rootoid, registration.rootoid + registration.rootoid_len},
+                      registration.priority,
+                      registration.range_subid,
+                      registration.range_ubound});
+  });
+  for (Place &place : places) {
+    unregister_mib_context(place.root.data(), place.root.size(), place.priority, place.range_subid,
+                           place.range_ubound, "");
+  }
+}
+
+const netsnmp_variable_list *agent_request_binding() {
+  return current_binding;
+}
+
+RowUse agent_request_row_use() {
+  constexpr RowUse kEachByItself = {-1, 1};
+  if (current == nullptr || !current_is_read) {
+    return kEachByItself;
+  }
+  const bool asks_once = current->command != SNMP_MSG_GETBULK && current->variables != nullptr &&
+                         current->variables->next_variable == nullptr;
+  return asks_once ? kEachByItself : RowUse{request_number, current_rows};
+}
+
+long agent_request_number() {
+  return request_number;
+}
+
+uint32_t agent_request_processor() {
+  if (current == nullptr || current_is_read) {
+    return 0;
+  }
+  if (++exchanges_of_binding == kManyExchanges) {
+    own_processor.hold(sched_getcpu());
+  }
+  return static_cast<uint32_t>(own_processor.number() + 1);
+}
+
+bool agent_request_is_overdue() {
+  const auto share = kExchangeTimeoutsOfARequest * settings().exchange_timeout;
+  if (current == nullptr || Clock::now() - request_began <= share) {
+    return false;
+  }
+  report_overdue(share);
+  return true;
+}
+
+const char *agent_session_user(int /*request*/) {
+  if (current == nullptr) {
+    return "";
+  }
+  if (!current_user_known) {
+    current_user = security_name(*current);
+    current_user_known = true;
+  }
+  return current_user.c_str();
+}
+
+uint32_t agent_session_id(int /*request*/) {
+  return current == nullptr ? 0 : static_cast<uint32_t>(current->transid);
+}

@@ -1,0 +1,166 @@
+#include "fabric_store.h"
+
+#include "common/system/fd.h"
+#include "fabric_schema.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <filesystem>
+
+namespace fcs {
+
+namespace {
+
+int64_t single(Database &database, const char *sql) {
+  Statement statement(database, sql);
+  auto rows = statement.run();
+  return rows.next() ? rows.integer(0) : 0;
+}
+
+/** SQLite would create the file with whatever the process's umask leaves. */
+void create_file(const std::string &path) {
+  const Fd file(open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+  if (!file && errno != EEXIST) {
+    throw std::runtime_error(std::strerror(errno));
+  }
+}
+
+/** Makes the tables of a new store, or what a store of an older version does not have yet. */
+void create_tables(Database &database) {
+  WriteTransaction transaction(database);
+  // Another program may have been quicker.
+  const int64_t version = single(database, "PRAGMA user_version");
+  if (version == 0) {
+    if (single(database, "SELECT count(*) FROM sqlite_schema") != 0) {
+      throw std::runtime_error("it is a database of another program");
+    }
+    database.execute(kSchema);
+    database.execute(("PRAGMA application_id = " + std::to_string(kApplicationId)).c_str());
+  }
+  for (const SchemaAddition &addition : kSchemaAdditions) {
+    if (version < addition.version) {
+      database.execute(addition.sql);
+    }
+  }
+  database.execute(("PRAGMA user_version = " + std::to_string(kSchemaVersion)).c_str());
+  transaction.commit();
+}
+
+void prepare_database(Database &database, std::chrono::milliseconds busy_wait) {
+  database.wait_for_others(busy_wait);
+  int64_t version = single(database, "PRAGMA user_version");
+  if (version != 0 && single(database, "PRAGMA application_id") != kApplicationId) {
+    throw std::runtime_error("it is a database of another program");
+  }
+  if (version == 0 || (version >= kOldestSchemaVersion && version < kSchemaVersion)) {
+    create_tables(database);
+    version = single(database, "PRAGMA user_version");
+  }
+  if (version != kSchemaVersion) {
+    throw std::runtime_error("it has the schema version " + std::to_string(version) +
+                             ", this program knows version " + std::to_string(kSchemaVersion));
+  }
+  // EXTRA makes a commit durable on file systems that have no WAL, too.
+  database.execute("PRAGMA journal_mode = WAL; PRAGMA synchronous = EXTRA;"
+                   "PRAGMA journal_size_limit = 16777216; PRAGMA cache_size = -16384;");
+}
+
+std::unique_ptr<Database> open_database(const std::string &path,
+                                        std::chrono::milliseconds busy_wait) {
+  try {
+    create_file(path);
+    auto database = std::make_unique<Database>(path);
+    prepare_database(*database, busy_wait);
+    return database;
+  } catch (const std::exception &error) {
+    throw std::runtime_error("cannot open the store " + path + ": " + error.what());
+  }
+}
+
+} // namespace
+
+FabricStore::Statements::Statements(Database &database)
+    : fabric(database, "SELECT 1 FROM fabric"),
+      total_rejects(database, "SELECT sum(rejects) FROM vsan"),
+      visible_elements(database, "SELECT sum(iif(status = 3, local_elements, elements)) FROM vsan"),
+      visible_ports(database, "SELECT sum(iif(status = 3, local_ports, ports)) FROM vsan"),
+      platforms(database, "SELECT sum(platforms) FROM vsan"),
+      totals(database, "SELECT count(*), sum(elements), sum(ports), sum(platforms) FROM vsan") {
+  static_assert(FCS_DISCOVERY_LOCAL_ONLY == 3);
+}
+
+FabricStore::FabricStore(const std::string &path, std::chrono::milliseconds busy_wait)
+    : path_(path), database_(open_database(path, busy_wait)) {
+  statements_.emplace(*database_);
+  rows_.emplace(*database_);
+  settings_.emplace(*database_);
+}
+
+std::string FabricStore::file_beside(const std::string &path, const std::string &suffix) {
+  return std::filesystem::weakly_canonical(path).string() + suffix;
+}
+
+void FabricStore::watch_files() {
+  holds_fabric(); // The first read has SQLite make its files.
+  std::vector<std::string> paths{path_};
+  for (const char *suffix : {"-wal", "-shm", kLockSuffix, kStatusesSuffix}) {
+    paths.push_back(file_beside(path_, suffix));
+  }
+  database_->watch(paths);
+}
+
+WriteTransaction FabricStore::write() {
+  if (status_changes_) {
+    status_changes_->commit();
+  }
+  return WriteTransaction(*database_);
+}
+
+StatusChanges &FabricStore::status_changes() {
+  if (!status_changes_) {
+    status_changes_ =
+        std::make_unique<StatusChanges>(*database_, file_beside(path_, kStatusesSuffix));
+  }
+  return *status_changes_;
+}
+
+bool FabricStore::holds_fabric() {
+  return statements_->fabric.run().next();
+}
+
+uint32_t FabricStore::total_rejects() {
+  auto rows = statements_->total_rejects.run();
+  rows.next();
+  return rows.word(0);
+}
+
+uint32_t FabricStore::visible_elements() {
+  auto rows = statements_->visible_elements.run();
+  rows.next();
+  return rows.word(0);
+}
+
+uint32_t FabricStore::visible_ports() {
+  auto rows = statements_->visible_ports.run();
+  rows.next();
+  return rows.word(0);
+}
+
+uint32_t FabricStore::platforms() {
+  auto rows = statements_->platforms.run();
+  rows.next();
+  return rows.word(0);
+}
+
+FabricTotals FabricStore::totals() {
+  auto rows = statements_->totals.run();
+  rows.next();
+  return {rows.word(0), rows.word(1), rows.word(2), rows.word(3)};
+}
+
+FcsResult result_of(const SqliteError &error) {
+  return error.code() == SQLITE_READONLY_DBMOVED ? FCS_ERR_STORE_GONE : FCS_ERR_STORE;
+}
+
+} // namespace fcs

@@ -1,0 +1,93 @@
+/**
+ * The service's store: a SQLite database with one table a kind of row, each in the order in which
+ * its rows are served, so that the row after a given key is one indexed query.
+ */
+#pragma once
+
+#include "fabric_rows.h"
+#include "service/fabric/fabric.h"
+#include "service_settings.h"
+#include "sqlite.h"
+#include "status_changes.h"
+
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace fcs {
+
+/** Files of a running service's beside its store: its lock, and statuses not yet in the store. */
+constexpr char kLockSuffix[] = "-lock";
+constexpr char kStatusesSuffix[] = "-statuses";
+
+/**
+ * An open store. Every function that reads or writes it throws SqliteError when the database fails.
+ */
+class FabricStore {
+public:
+  /**
+   * Opens the store, creating it (mode 0600) if there is none.
+   * \param busy_wait how long a call waits for another program's write to end.
+   * Throws std::runtime_error naming the path and why it cannot be used.
+   */
+  FabricStore(const std::string &path, std::chrono::milliseconds busy_wait);
+
+  /** The path of a file that belongs to the store at `path`, which may be a link to it. */
+  static std::string file_beside(const std::string &path, const std::string &suffix);
+
+  /** From now on changes are refused once a file of the store has been deleted or replaced. */
+  void watch_files();
+  /** Whether none has. */
+  bool in_place() const { return database_->in_place(); }
+
+  /** Whether a fabric, be it an empty one, was ever stored. */
+  bool holds_fabric();
+
+  /** The rows that requests ask for. */
+  FabricRows &rows() { return *rows_; }
+
+  /** What the service is told to do, independent of the fabric. */
+  ServiceSettings &settings() { return *settings_; }
+  /** Whether the notification is wanted, as 1 or 0. */
+  uint32_t wants_reject_notifications() { return settings_->get(Setting::kRejectNotifications); }
+  uint32_t wants_complete_notifications() {
+    return settings_->get(Setting::kCompleteNotifications);
+  }
+
+  /** Rejected requests of all VSANs, modulo 2^32. */
+  uint32_t total_rejects();
+  /** Rows that the discovery status of their VSAN lets be seen. */
+  uint32_t visible_elements();
+  uint32_t visible_ports();
+  uint32_t platforms();
+  /** All rows, hidden ones included. */
+  FabricTotals totals();
+
+  /** Begins a change of anything but discovery statuses, whose own changes are committed first. */
+  WriteTransaction write();
+  /** Changes of discovery statuses; for one process, which takes up here what it has left. */
+  StatusChanges &status_changes();
+
+  Database &database() { return *database_; }
+  const std::string &path() const { return path_; }
+
+private:
+  /** Prepared once, as everything that answers requests. */
+  struct Statements {
+    explicit Statements(Database &database);
+    Statement fabric, total_rejects, visible_elements, visible_ports, platforms, totals;
+  };
+
+  std::string path_;
+  std::unique_ptr<Database> database_;
+  std::optional<Statements> statements_;
+  std::optional<FabricRows> rows_;
+  std::optional<ServiceSettings> settings_;
+  std::unique_ptr<StatusChanges> status_changes_;
+};
+
+/** What a request is answered with when the store fails: FCS_ERR_STORE or FCS_ERR_STORE_GONE. */
+FcsResult result_of(const SqliteError &error);
+
+} // namespace fcs

@@ -1,0 +1,43 @@
+#include "fabric_generator.h"
+#include "service/description/fabric_json.h"
+#include "tools/fcsctl.h"
+#include "tools/output.h"
+#include "tools/progress_line.h"
+
+#include <memory>
+
+namespace fcsctl {
+
+namespace {
+
+struct Options {
+  FabricShape shape;
+  std::string output = "-";
+};
+
+void generate(const Options &options) {
+  ProgressLine line("written");
+  GeneratedFabric fabric(options.shape, [&line](uint32_t vsans) { line.show(vsans); });
+  write_output(options.output,
+               [&fabric](std::ostream &out) { fcs::write_description(fabric, out); });
+}
+
+} // namespace
+
+void add_generate(CLI::App &app, const Places & /*places*/) {
+  CLI::App *command = app.add_subcommand("generate", "Write the description of a made-up fabric");
+  const auto options = std::make_shared<Options>();
+  FabricShape &shape = options->shape;
+  command->add_option("--seed", shape.seed, "The same seed gives the same fabric");
+  command->add_option("--vsans", shape.vsans, "VSANs")->check(CLI::Range(1U, fcs::kMaxVsan));
+  command->add_option("--switches", shape.switches, "Switches of each VSAN")
+      ->check(CLI::Range(1U, fcs::kMaxDomainId));
+  command->add_option("--ports", shape.ports, "Ports of each switch")
+      ->check(CLI::Range(1U, kMaxSwitchPorts));
+  command->add_option("--platforms", shape.platforms, "Platforms of each VSAN")
+      ->check(CLI::Range(0U, kMaxPlatforms));
+  command->add_option("--output", options->output, "File to write; - for standard output");
+  command->callback([options] { generate(*options); });
+}
+
+} // namespace fcsctl
