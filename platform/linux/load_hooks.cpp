@@ -2,10 +2,10 @@
  * The hooks of snmpd's `dlmod fcs .../fcs_mib.so`: init_fcs when the library is loaded, deinit_fcs
  * before it is unmapped. By then nothing of it may be left with the agent.
  */
+#include "platform/linux/agent/interception.h"
 #include "platform/linux/agent/notification_switches.h"
 #include "platform/linux/containers/row_index_host.h"
 #include "platform/linux/messaging/service_connection.h"
-#include "platform/linux/request/agent_request.h"
 #include "platform/linux/settings/settings.h"
 #include "platform/linux/trace/trace_output.h"
 
@@ -56,15 +56,15 @@ extern "C" void init_fcs() {
   init_fcs_mib();
   // Without its stores the module has taken its variables back, as far as it can.
   if (temp_mgmt_addr_table != nullptr && temp_platform_table != nullptr) {
-    agent_request_intercept(start_platform);
+    intercept_requests(start_platform);
   } else {
-    agent_request_release();
+    release_registrations();
   }
 }
 
 extern "C" void deinit_fcs() {
   deinit_fcs_mib();
-  agent_request_release();
+  release_registrations();
   row_index_release(temp_mgmt_addr_table);
   row_index_release(temp_platform_table);
   service_connection_close();

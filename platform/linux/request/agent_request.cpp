@@ -2,18 +2,13 @@
 
 #include "common/wire/processor_pin.h"
 #include "platform/agent_host.h"
-#include "platform/linux/agent/answer_order.h"
-#include "platform/linux/agent/integer_words.h"
-#include "platform/linux/agent/write_guard.h"
 #include "platform/linux/settings/settings.h"
 #include "writable_object.h"
 
 #include <algorithm>
 #include <chrono>
-#include <cstring>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include <net-snmp/library/snmpTCPDomain.h>
 #include <net-snmp/library/snmpTCPIPv6Domain.h>
@@ -23,18 +18,11 @@
 
 namespace {
 
-constexpr char kModuleName[] = "fcs_mib";
-constexpr char kHandlerName[] = "fcs_agent_host";
-/** The handler through which the agent calls the functions of a variable table. Right in front of
- * it a GETBULK is a row of GETNEXTs. */
-constexpr char kModuleHandlerName[] = "old_api";
-
 using Clock = std::chrono::steady_clock;
 
 constexpr int kExchangeTimeoutsOfARequest = 10;
 constexpr auto kBetweenReports = std::chrono::minutes(1);
 
-void (*before_request)();
 /** The message being served, and as it came; null outside of one. */
 const netsnmp_pdu *current;
 const netsnmp_pdu *current_as_it_came;
@@ -53,7 +41,7 @@ const netsnmp_variable_list *current_binding;
 constexpr int kManyExchanges = 16;
 int exchanges_of_binding;
 ProcessorPin own_processor;
-/** Its user, once somebody has asked. */
+/** The user of the last request, once somebody has asked. */
 std::string current_user;
 bool current_user_known;
 
@@ -117,116 +105,34 @@ uint32_t rows_asked_for(const netsnmp_request_info *requests) {
   return repetitions > 0 ? 1 + static_cast<uint32_t>(repetitions) : bindings;
 }
 
-/** Marks a request as the one being served. */
-class CurrentRequest {
-public:
-  CurrentRequest(const netsnmp_agent_request_info &info, const netsnmp_request_info *requests) {
-    current_rows = rows_asked_for(requests);
-    current = info.asp->pdu;
-    current_as_it_came = info.asp->orig_pdu;
-    current_user_known = false;
-    exchanges_of_binding = 0;
-    current_is_read = !MODE_IS_SET(info.mode);
-    if (const std::pair request(current->transid, current->reqid); request != last_request) {
-      last_request = request;
-      ++request_number;
-      request_began = Clock::now();
-    }
-  }
-  ~CurrentRequest() {
-    current = nullptr;
-    own_processor.release();
-  }
-  CurrentRequest(const CurrentRequest &) = delete;
-  CurrentRequest &operator=(const CurrentRequest &) = delete;
-};
-
-/** Serves the bindings of a SET one by one, so that it is known which of them is being served. */
-int serve_set(netsnmp_mib_handler *handler, netsnmp_handler_registration *registration,
-              netsnmp_agent_request_info *request_info, netsnmp_request_info *requests) {
-  int status = SNMP_ERR_NOERROR;
-  for (netsnmp_request_info *request = requests; request != nullptr;) {
-    netsnmp_request_info *const following = request->next;
-    request->next = nullptr;
-    current_binding = request->requestvb;
-    if (!write_is_refused(*request_info, request)) {
-      const IntegerWords words(request);
-      const int result = netsnmp_call_next_handler(handler, registration, request_info, request);
-      status = status == SNMP_ERR_NOERROR ? result : status;
-    }
-    current_binding = nullptr;
-    request->next = following;
-    request = following;
-  }
-  return status;
-}
-
-int serve(netsnmp_mib_handler *handler, netsnmp_handler_registration *registration,
-          netsnmp_agent_request_info *request_info, netsnmp_request_info *requests) {
-  before_request();
-  const CurrentRequest scope(*request_info, requests);
-  if (MODE_IS_SET(request_info->mode)) {
-    return serve_set(handler, registration, request_info, requests);
-  }
-  if (request_info->mode == MODE_GETNEXT) {
-    return serve_in_order(handler, registration, request_info, requests);
-  }
-  return netsnmp_call_next_handler(handler, registration, request_info, requests);
-}
-
-bool is_ours(const netsnmp_subtree &tree) {
-  return tree.reginfo != nullptr && tree.reginfo->handlerName != nullptr &&
-         strcmp(tree.reginfo->handlerName, kModuleName) == 0;
-}
-
-/** Calls `visit` for each registration of the module. */
-template <typename Visit> void for_each_registration(Visit visit) {
-  for (netsnmp_subtree *tree = netsnmp_subtree_find_first(""); tree != nullptr; tree = tree->next) {
-    for (netsnmp_subtree *child = tree; child != nullptr; child = child->children) {
-      if (is_ours(*child)) {
-        visit(*child->reginfo);
-      }
-    }
-  }
-}
-
-void intercept(netsnmp_handler_registration &registration) {
-  netsnmp_mib_handler *handler = netsnmp_create_handler(kHandlerName, serve);
-  if (handler == nullptr || netsnmp_inject_handler_before(&registration, handler,
-                                                          kModuleHandlerName) != SNMPERR_SUCCESS) {
-    snmp_log(LOG_ERR, "fcs: an object could not be put under the agent host's control\n");
-    netsnmp_handler_free(handler);
-  }
-}
-
-/** Where a registration stands in the agent's tree. */
-struct Place {
-  std::vector<oid> root;
-  int priority;
-  int range_subid;
-  oid range_ubound;
-};
-
 } // namespace
 
-void agent_request_intercept(void (*before)()) {
-  before_request = before;
-  for_each_registration(intercept);
+ServedRequest::ServedRequest(const netsnmp_agent_request_info &info,
+                             const netsnmp_request_info *requests) {
+  current_rows = rows_asked_for(requests);
+  current = info.asp->pdu;
+  current_as_it_came = info.asp->orig_pdu;
+  exchanges_of_binding = 0;
+  current_is_read = !MODE_IS_SET(info.mode);
+  if (const std::pair request(current->transid, current->reqid); request != last_request) {
+    last_request = request;
+    ++request_number;
+    request_began = Clock::now();
+    current_user_known = false;
+  }
 }
 
-void agent_request_release() {
-  // By copies: the agent goes on reading its arguments when it has freed the registration.
-  std::vector<Place> places;
-  for_each_registration([&places](const netsnmp_handler_registration &registration) {
-    places.push_back({{registration.rootoid, registration.rootoid + registration.rootoid_len},
-                      registration.priority,
-                      registration.range_subid,
-                      registration.range_ubound});
-  });
-  for (Place &place : places) {
-    unregister_mib_context(place.root.data(), place.root.size(), place.priority, place.range_subid,
-                           place.range_ubound, "");
-  }
+ServedRequest::~ServedRequest() {
+  current = nullptr;
+  own_processor.release();
+}
+
+ServedBinding::ServedBinding(const netsnmp_variable_list &binding) {
+  current_binding = &binding;
+}
+
+ServedBinding::~ServedBinding() {
+  current_binding = nullptr;
 }
 
 const netsnmp_variable_list *agent_request_binding() {

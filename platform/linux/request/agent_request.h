@@ -1,7 +1,4 @@
-/**
- * The agent host's place in front of the module's registrations, where a request shows whom it is
- * from.
- */
+/** The request being served: whom it is from, what it asks for, and how long it may take. */
 #pragma once
 
 #include <cstdint>
@@ -10,17 +7,25 @@
 
 #include <net-snmp/net-snmp-includes.h>
 
-/**
- * Puts the agent host in front of every registration of the module, once each.
- * \param before Called before each request is served.
- */
-void agent_request_intercept(void (*before)());
+#include <net-snmp/agent/net-snmp-agent-includes.h>
 
-/**
- * Takes every registration of the module down. The agent registers each variable by itself, so that
- * unregister_mib with the module root leaves them in place.
- */
-void agent_request_release();
+/** Marks a request as the one being served, for as long as this lives. */
+class ServedRequest {
+public:
+  ServedRequest(const netsnmp_agent_request_info &info, const netsnmp_request_info *requests);
+  ~ServedRequest();
+  ServedRequest(const ServedRequest &) = delete;
+  ServedRequest &operator=(const ServedRequest &) = delete;
+};
+
+/** Marks a binding of a SET as the one being served, for as long as this lives. */
+class ServedBinding {
+public:
+  explicit ServedBinding(const netsnmp_variable_list &binding);
+  ~ServedBinding();
+  ServedBinding(const ServedBinding &) = delete;
+  ServedBinding &operator=(const ServedBinding &) = delete;
+};
 
 /** The binding of the SET that is being served; null outside of one. */
 const netsnmp_variable_list *agent_request_binding();

@@ -1,70 +1,54 @@
 #include "writable_object.h"
 
-#include "platform/role.h"
+#include "feature/fabric_conf_server/snmp/fcs_variables.h"
 
 #include <algorithm>
-#include <array>
-#include <span>
 
 namespace {
 
 /** Sub-identifiers of the module root. */
 constexpr size_t kRootLength = 9;
 
-/** Octets of the role service's sets. */
-constexpr uint32_t kRoleSetBytes = 512;
-
-/** What the index of an object's instances tells of a VSAN. */
-enum class Scope {
-  kNone,
-  kVsan,        ///< It begins with one; the module keeps users out of what they may not write.
-  kGuardedVsan, ///< It begins with one, and the agent host has to.
-};
-
-/** A writable object; its OID behind the module root, filled up with zeros. */
-struct WritableObject {
-  const char *name;
-  std::array<oid, 5> suffix;
-  Scope scope = Scope::kNone;
-  bool begins_rows = false; ///< Of which the module keeps what it has not sent.
-
-  std::span<const oid> path() const {
-    return {suffix.begin(), std::find(suffix.begin(), suffix.end(), 0U)};
-  }
-};
+/** That of a writable object in the variable table; what is none does not compile. */
+consteval ObjectPath path_of(FcsObject object) {
+  const auto *row = std::ranges::find_if(fcs_mib_variables, [object](const variable7 &variable) {
+    return variable.magic == object && variable.acl == kWrite;
+  });
+  ObjectPath path{.ids = {}, .length = row->namelen};
+  std::copy_n(row->name, path.length, path.ids.begin());
+  return path;
+}
 
 constexpr WritableObject kWritable[] = {
-    {"fcsVsanDiscoverySpinLock", {1, 1, 1}},
-    {"fcsVsanDiscoveryName", {1, 1, 2}},
-    {"fcsVsanDiscoveryList2k", {1, 1, 3}},
-    {"fcsVsanDiscoveryList4k", {1, 1, 4}},
-    {"fcsStartDiscovery", {1, 1, 5}},
-    {"fcsVsanDiscoveryTimeOut", {1, 1, 7}},
-    {"fcsDiscoveryInvalidateCache2k", {1, 1, 8}},
-    {"fcsDiscoveryInvalidateCache4k", {1, 1, 9}},
-    {"fcsMgmtAddr", {1, 1, 12, 1, 3}, Scope::kNone, true},
-    {"fcsMgmtAddrRowStatus", {1, 1, 12, 1, 5}, Scope::kNone, true},
-    {"fcsPlatformName", {1, 1, 18, 1, 2}, Scope::kVsan, true},
-    {"fcsPlatformType", {1, 1, 18, 1, 3}, Scope::kGuardedVsan},
-    {"fcsPlatformNodeNameListIndex", {1, 1, 18, 1, 4}, Scope::kGuardedVsan},
-    {"fcsPlatformMgmtAddrListIndex", {1, 1, 18, 1, 5}, Scope::kGuardedVsan},
-    {"fcsPlatformValidation", {1, 1, 18, 1, 7}, Scope::kGuardedVsan},
-    {"fcsPlatformRowStatus", {1, 1, 18, 1, 9}, Scope::kVsan, true},
-    {"fcsNodeNameRowStatus", {1, 1, 19, 1, 4}},
-    {"fcsReqRejNotifyEnable", {1, 1, 20}},
-    {"fcsDiscoveryCompleteNotifyEnable", {1, 1, 21}},
+    {"fcsVsanDiscoverySpinLock", path_of(fcsVsanDiscoverySpinLock)},
+    {"fcsVsanDiscoveryName", path_of(fcsVsanDiscoveryName)},
+    {"fcsVsanDiscoveryList2k", path_of(fcsVsanDiscoveryList2k)},
+    {"fcsVsanDiscoveryList4k", path_of(fcsVsanDiscoveryList4k)},
+    {"fcsStartDiscovery", path_of(fcsStartDiscovery)},
+    {"fcsVsanDiscoveryTimeOut", path_of(fcsVsanDiscoveryTimeOut)},
+    {"fcsDiscoveryInvalidateCache2k", path_of(fcsDiscoveryInvalidateCache2k)},
+    {"fcsDiscoveryInvalidateCache4k", path_of(fcsDiscoveryInvalidateCache4k)},
+    {"fcsMgmtAddr", path_of(fcsMgmtAddr), VsanScope::kNone, true},
+    {"fcsMgmtAddrRowStatus", path_of(fcsMgmtAddrRowStatus), VsanScope::kNone, true},
+    {"fcsPlatformName", path_of(fcsPlatformName), VsanScope::kChecked, true},
+    {"fcsPlatformType", path_of(fcsPlatformType), VsanScope::kGuarded},
+    {"fcsPlatformNodeNameListIndex", path_of(fcsPlatformNodeNameListIndex), VsanScope::kGuarded},
+    {"fcsPlatformMgmtAddrListIndex", path_of(fcsPlatformMgmtAddrListIndex), VsanScope::kGuarded},
+    {"fcsPlatformValidation", path_of(fcsPlatformValidation), VsanScope::kGuarded},
+    {"fcsPlatformRowStatus", path_of(fcsPlatformRowStatus), VsanScope::kChecked, true},
+    {"fcsNodeNameRowStatus", path_of(fcsNodeNameRowStatus)},
+    {"fcsReqRejNotifyEnable", path_of(fcsReqRejNotifyEnable)},
+    {"fcsDiscoveryCompleteNotifyEnable", path_of(fcsDiscoveryCompleteNotifyEnable)},
 };
+static_assert(std::ranges::count(fcs_mib_variables, kWrite, &variable7::acl) ==
+              std::ssize(kWritable));
 
-/** An instance, taken apart. */
-struct Instance {
-  const WritableObject *object; ///< Null: none of the writable objects.
-  std::span<const oid> index;   ///< What follows the object's OID; the whole name without object.
-};
+} // namespace
 
-Instance instance_of(std::span<const oid> name) {
+WritableInstance writable_instance(std::span<const oid> name) {
   const auto behind_root = name.subspan(std::min(name.size(), kRootLength));
   for (const WritableObject &object : kWritable) {
-    const auto path = object.path();
+    const std::span path = std::span(object.path.ids).first(object.path.length);
     if (behind_root.size() >= path.size() &&
         std::ranges::equal(behind_root.first(path.size()), path)) {
       return {&object, behind_root.subspan(path.size())};
@@ -73,40 +57,15 @@ Instance instance_of(std::span<const oid> name) {
   return {nullptr, name};
 }
 
-} // namespace
-
 std::string writable_instance_text(const oid *name, size_t length) {
-  const Instance instance = instance_of({name, length});
+  const WritableInstance instance = writable_instance({name, length});
   std::string text = instance.object == nullptr ? "" : instance.object->name;
   for (const oid id : instance.index) {
     text += "." + std::to_string(id);
   }
-  if (instance.object != nullptr && instance.object->scope != Scope::kNone &&
+  if (instance.object != nullptr && instance.object->scope != VsanScope::kNone &&
       !instance.index.empty()) {
     text += " (VSAN " + std::to_string(instance.index[0]) + ")";
   }
   return text;
-}
-
-int writable_instance_status(const oid *name, size_t length) {
-  const Instance instance = instance_of({name, length});
-  const bool is_known = instance.object != nullptr;
-  if (is_known && (instance.object->scope != Scope::kGuardedVsan || instance.index.empty())) {
-    return SNMP_ERR_NOERROR;
-  }
-  VsanBitmap allowed{.byte_count = kRoleSetBytes, .bytes = {}};
-  if (role_allowed_vsans(&allowed, name, length, ROLE_ACCESS_WRITE) == 0) {
-    return SNMP_ERR_NOERROR;
-  }
-  if (!is_known) {
-    return SNMP_ERR_NOTWRITABLE;
-  }
-  return role_vsan_allowed(static_cast<uint32_t>(instance.index[0]), allowed) != 0
-             ? SNMP_ERR_NOERROR
-             : SNMP_ERR_GENERR;
-}
-
-bool writable_instance_begins_row(const oid *name, size_t length) {
-  const Instance instance = instance_of({name, length});
-  return instance.object != nullptr && instance.object->begins_rows;
 }
