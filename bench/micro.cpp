@@ -10,7 +10,7 @@
 #include "feature/fabric_conf_server/snmp/frame/fcs_trace.h"
 #include "feature/fabric_conf_server/snmp/frame/fcs_values.h"
 #include "platform/ipc.h"
-#include "platform/linux/settings/settings.h"
+#include "platform/linux/configuration_tokens.h"
 #include "platform/linux/trace/trace_output.h"
 #include "platform/role.h"
 
@@ -77,7 +77,7 @@ std::filesystem::path configuration_file;
 /** Has the platform read lines of snmpd.conf; what it has read before stays. */
 void configure(const std::string &lines) {
   std::ofstream(configuration_file) << lines;
-  settings_read_configuration();
+  configuration_tokens_read();
 }
 
 void record_history(const char *level) {

@@ -2,11 +2,11 @@
  * The hooks of snmpd's `dlmod fcs .../fcs_mib.so`: init_fcs when the library is loaded, deinit_fcs
  * before it is unmapped. By then nothing of it may be left with the agent.
  */
+#include "configuration_tokens.h"
 #include "platform/linux/agent/interception.h"
 #include "platform/linux/agent/notification_switches.h"
 #include "platform/linux/containers/row_index_host.h"
 #include "platform/linux/messaging/service_connection.h"
-#include "platform/linux/settings/settings.h"
 #include "platform/linux/trace/trace_output.h"
 
 #include "feature/fabric_conf_server/snmp/fcs_mib.h"
@@ -27,7 +27,7 @@ void start_platform() {
   snmp_alarm_unregister(first_turn_alarm);
   first_turn_alarm = 0;
   if (!configuration_read) {
-    settings_read_configuration(); // A manager has loaded the module into a running agent.
+    configuration_tokens_read(); // A manager has loaded the module into a running agent.
   }
   trace_output_open();
   service_connection_open();
@@ -48,7 +48,7 @@ int on_configuration_read(int /*major*/, int /*minor*/, void * /*server*/, void 
 } // namespace
 
 extern "C" void init_fcs() {
-  settings_register_tokens();
+  configuration_tokens_register();
   notification_switches_register();
   snmp_register_callback(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_POST_READ_CONFIG,
                          on_configuration_read, nullptr);
@@ -72,5 +72,5 @@ extern "C" void deinit_fcs() {
   snmp_unregister_callback(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_POST_READ_CONFIG,
                            on_configuration_read, nullptr, 0);
   notification_switches_unregister();
-  settings_unregister_tokens();
+  configuration_tokens_unregister();
 }

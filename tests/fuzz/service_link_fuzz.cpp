@@ -13,6 +13,7 @@
 #include "feature/fabric_conf_server/fcs_protocol.h"
 #include "platform/agent_host.h"
 #include "platform/ipc.h"
+#include "platform/linux/configuration_tokens.h"
 #include "platform/linux/messaging/notifications.h"
 #include "platform/linux/messaging/request_rows.h"
 #include "platform/linux/messaging/service_connection.h"
@@ -172,7 +173,7 @@ void start_agent_end() {
   snmp_disable_log();
   netsnmp_ds_set_string(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_APPTYPE, "snmpd");
   netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_ALARM_DONT_USE_SIG, 1);
-  settings_register_tokens();
+  configuration_tokens_register();
   const config_line *token = read_config_get_handlers("snmpd");
   while (token != nullptr && strcmp(token->config_token, "fcsExchangeTimeout") != 0) {
     token = token->next;

@@ -1,4 +1,4 @@
-/** What snmpd.conf says about the module, and the defaults where it says nothing. */
+/** The settings of the platform, and the defaults where snmpd.conf says nothing. */
 #pragma once
 
 #include <chrono>
@@ -25,16 +25,5 @@ struct Settings {
 /** The settings in force. */
 const Settings &settings();
 
-/** Registers the tokens with the agent's configuration. */
-void settings_register_tokens();
-
-/** Takes the tokens out again and forgets what they said. */
-void settings_unregister_tokens();
-
-/**
- * Reads the module's own lines out of the agent's configuration files. For a module that is loaded
- * while the agent runs: nothing else makes the agent read them, and without them its roles would be
- * missing. Net-SNMP's reader has one limit: behind a `[snmpd]` section header the agent's own lines
- * are taken again, too.
- */
-void settings_read_configuration();
+/** The same, for the tokens of the configuration to write to. */
+Settings &settings_for_change();
