@@ -37,8 +37,6 @@ install_missing() {
   local missing=() package
   command -v apt-get >/dev/null || die "this script installs Debian packages, and there is no apt-get; install what scripts/packages lists by other means"
   for package in $(packages_for "$@"); do
-    # npm may well be here without being Debian's.
-    [ "$package" = npm ] && command -v npm >/dev/null && continue
     installed "$package" || missing+=("$package")
   done
   [ ${#missing[@]} -eq 0 ] && return
@@ -53,6 +51,17 @@ install_missing() {
     fi
     ;;
   esac
+}
+
+download_package() { apt-get -qq -o APT::Sandbox::User= download "$1"; }
+
+# unpack_package PACKAGE DIR: unpacks a Debian package into a directory without installing it.
+unpack_package() {
+  rm -rf "$2"
+  mkdir -p "$2"
+  (cd "$2" && { download_package "$1" || { as_root apt-get -qq update && download_package "$1"; }; }) >&2 ||
+    die "$1 cannot be downloaded (see above)"
+  dpkg-deb -x "$2/$1"_*.deb "$2"
 }
 
 # cached DIR NAME: prints a path that a build directory was configured with.

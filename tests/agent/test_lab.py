@@ -87,7 +87,7 @@ def test_labs_side_by_side_and_up_again(lab, tmp_path):
         for option, value, said in [
                 ("--snmp-port", "1", f"--snmp-port: the lab in {other.directory} runs already, with {other.port};"),
                 ("--trap-port", "1", f"--trap-port: the lab in {other.directory} runs already, with {other.trap_port};"),
-                ("--fabric", REPOSITORY / "package.json", "has begun with another fabric")]:
+                ("--fabric", REPOSITORY / "docs/architecture.dot", "has begun with another fabric")]:
             refused = other.script("up", option, value)
             assert refused.returncode == 1 and said in refused.stderr
     finally:
