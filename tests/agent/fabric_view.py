@@ -143,3 +143,25 @@ def expected_varbinds(fabric, root, readable=range(1, 4097)):
                   discovery_varbinds(fabric, readable)]:
         varbinds.update(table)
     return {f"{root}.{suffix}": value for suffix, value in varbinds.items()}
+
+
+def port_type_label(kind):
+    if isinstance(kind, int):
+        return f"code{kind}" if kind >= 0xF9 else kind
+    letters, _, port = kind.partition("_")
+    return letters.lower() + port
+
+
+def expected_labels(fabric, root):
+    """What the MIB file calls the types and states of a fabric; codes that are passed on have no name of their own."""
+    labels = {}
+    for vsan, element in visible_elements(fabric, range(1, 4097)):
+        labels[f"1.1.11.1.2.{dotted(vsan, octets(element['name']))}"] = element.get("type", "unknown")
+        for port in element.get("ports", []):
+            index = dotted(vsan, octets(port["name"]))
+            labels[f"1.1.15.1.2.{index}"] = port_type_label(port.get("type", "unidentified"))
+            labels[f"1.1.15.1.7.{index}"] = port.get("state", "unknown")
+    for vsan in fabric["vsans"]:
+        for platform in vsan.get("platforms", []):
+            labels[f"1.1.18.1.3.{dotted(vsan['id'], platform['index'])}"] = platform.get("type", "unknown")
+    return {f"{root}.{oid}": label for oid, label in labels.items() if isinstance(label, str)}

@@ -7,7 +7,7 @@ import subprocess
 import time
 
 import pytest
-from fabric_view import expected_varbinds
+from fabric_view import expected_labels, expected_varbinds
 from lab import READER, READER_V1, REPOSITORY, ROOT, WRITER, eventually, parse_walk, v3
 
 OPERATOR_VSANS = range(1, 101)
@@ -149,16 +149,20 @@ def test_read_only_objects_stay(lab):
     assert lab.walk() == before
 
 
-def test_names_and_tables_for_people(lab):
+def test_names_and_tables_for_people(lab, fabric):
     environment = {**lab.environment, "MIBS": "ZEPHRIN-FCS-MIB", "MIBDIRS": str(REPOSITORY / "mibs")}
     agent = f"127.0.0.1:{lab.port}"
     table = subprocess.run(["snmptable", *READER, "-Cib", "-CB", agent, "ZEPHRIN-FCS-MIB::fcsStatsTable"],
                            capture_output=True, text=True, timeout=20, env=environment).stdout
     rows = [line.split() for line in table.splitlines()]
     assert ["1", "3000000001", "12", "418", "4294967295", "17", "3", "96", "2147483648", "5"] in rows
-    named = subprocess.run(["snmpwalk", *READER, "-Os", agent, "ZEPHRIN-FCS-MIB::fcsIeType"],
-                           capture_output=True, text=True, timeout=20, env=environment).stdout
-    assert "INTEGER: switch(3)" in named and "INTEGER: bridge(5)" in named
+    named = subprocess.run(["snmpwalk", *READER, "-OQn", agent, ROOT], capture_output=True, text=True, timeout=20,
+                           env=environment).stdout
+    lines = set(named.splitlines())
+    for oid, label in expected_labels(fabric, ROOT).items():
+        assert f".{oid} = {label}" in lines
+    assert '= 20:1:0:0:5e:0:53:1' in named and '= fffc01' in named
+    assert '= "core-a.example.net"' in named and '= "41 52 43 48 49 56 20 4B D6 4C 4E "' in named
 
 
 def test_a_new_fabric_shows_at_once(lab, fabric, tmp_path):
