@@ -41,16 +41,23 @@ install_missing() {
   done
   [ ${#missing[@]} -eq 0 ] && return
   say "installing: ${missing[*]}"
+  say_what_starts "${missing[@]}"
   as_root apt-get -qq update
   as_root env DEBIAN_FRONTEND=noninteractive apt-get -qq install -y --no-install-recommends --no-remove \
     "${missing[@]}" >&2
-  case " ${missing[*]} " in
-  *" snmpd "*)
-    if pgrep -x snmpd >/dev/null; then
-      say "note: Debian's snmpd package has started an SNMP agent of its own; it is left alone"
-    fi
-    ;;
-  esac
+}
+
+# say_what_starts PACKAGE...: two of Debian's packages start a service of their own, where there is systemd.
+say_what_starts() {
+  local package
+  for package in "$@"; do
+    case $package in
+    snmpd) say "note: Debian's snmpd starts an SNMP agent of its own, on UDP port 161 of the loopback
+  addresses; it is left alone. To be rid of it: sudo systemctl disable --now snmpd.service" ;;
+    snmptrapd) say "note: Debian's snmptrapd opens UDP port 162 of every address.
+  To close it: sudo systemctl disable --now snmptrapd.socket" ;;
+    esac
+  done
 }
 
 download_package() { apt-get -qq -o APT::Sandbox::User= download "$1"; }
