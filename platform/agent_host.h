@@ -37,7 +37,9 @@ uint32_t agent_session_id(int request);
  * \param trap_oid        Room for 13 sub-identifiers, for the OID of the SNMP notification.
  * \param trap_oid_length Its length, set when `*send` becomes 1.
  * \param send            Set to 1 when the agent host is to send an SNMP notification, else to 0.
- * \return the notification's variable bindings, owned by the agent host; null for none.
+ * \return the notification's variable bindings, owned by the agent host; null for none. The agent
+ *         host puts snmpTrapOID.0 with `trap_oid` in front of them, and sysUpTime.0 where its
+ *         senders do not.
  */
 using AgentNotifHandler = netsnmp_variable_list *(const IpcMessage *message, oid *trap_oid,
                                                   size_t *trap_oid_length, int *send);
@@ -71,7 +73,7 @@ netsnmp_variable_list *agent_build_varbind(netsnmp_variable_list *list, const vo
                                            u_char type, size_t value_length, const oid *name,
                                            size_t name_length);
 
-/** What a failed write hands to agent_log_error. */
+/** What a write that the service has refused hands to agent_log_error. */
 struct SetErrorRecord {
   uint8_t reserved[260]; ///< Zero.
   int32_t code;
@@ -84,10 +86,12 @@ void agent_log_error(const SetErrorRecord *record);
 /** The message of a VSAN that the user's role may not write. */
 constexpr uint32_t AGENT_VSAN_NOT_ALLOWED = 0x4049002C;
 
-/** Records in the agent host's log that a role refused a SET of a row. The number names the
- * message.
- */
+/** Records in the agent host's log that a role refused a SET of a row; `message` says why. */
 void agent_log_role_error(uint32_t message);
 
-/** Records in the agent host's log that a role refused a SET. Its two numbers name the message. */
+/**
+ * Records in the agent host's log that a role refused a SET of a VSAN list; `message` says why.
+ * \param number 584, whatever was refused: it tells log scanners this place, and an operator
+ * nothing.
+ */
 void agent_log_set_error(uint32_t message, uint32_t number);

@@ -1,5 +1,7 @@
 /**
  * A sorted keyed container of rows. The rows belong to the caller: the container never frees one.
+ * How many it holds is bounded by whoever stands in front of the module: those of a SET that fails
+ * stay. The largest SET that a message of 64 KiB has room for begins some 2,000.
  */
 #pragma once
 

@@ -53,8 +53,11 @@ enum FcsRecordId : uint32_t {
   FCS_REC_IE_COUNT = 110,        ///< One word: number of interconnect elements.
   FCS_REC_PORT_COUNT = 120,      ///< One word: number of ports.
   FCS_REC_PLATFORM_COUNT = 130,  ///< One word: number of platforms.
-  FCS_REC_REJECT_TRAP = 140,     ///< One word, asked before a reject notification.
-  FCS_REC_COMPLETE_TRAP = 150,   ///< One word, asked before a completion notification.
+  /** One word, asked before a reject notification: nonzero lets it pass, 0 or no answer holds it.
+   */
+  FCS_REC_REJECT_TRAP = 140,
+  /** One word, asked before a completion notification, which passes whatever it is. */
+  FCS_REC_COMPLETE_TRAP = 150,
 };
 
 /**
@@ -79,7 +82,11 @@ enum FcsResult : int32_t {
   FCS_ERR_STORE_GONE = 14,          ///< The service's store was deleted or replaced: no changes.
 };
 
-/** First VSAN or list index word of an answer that says: no row follows. */
+/**
+ * First VSAN or list index word of an answer that says: no row follows. Discovery status, elements,
+ * port lists, attached names and statistics take such a record as the end of the table; every table
+ * takes FCS_ERR_NO_SUCH_ROW, and the others nothing else.
+ */
 constexpr uint32_t FCS_END_OF_TABLE = 0xFFFFFFFF;
 
 /** Octets of a world-wide name. */

@@ -79,7 +79,11 @@ enum FcsObject : u_char {
   fcsRejReasonCodeExpl = 82,
 };
 
-/** Registers the module with the agent and the agent host. Called by the library's load hook. */
+/**
+ * Registers the module with the agent and the agent host, under the handler name "fcs_mib", by
+ * which the registrations are found again. To be called between init_agent and init_snmp, or by a
+ * load hook while the agent runs; the platform's calls may come from then on.
+ */
 void init_fcs_mib();
 
 /** Takes the registrations down; the module's state stays. Called by the unload hook. */
