@@ -29,6 +29,12 @@ FcsResult found(bool exists) {
   return exists ? FCS_OK : FCS_ERR_NO_SUCH_ROW;
 }
 
+/** The entry as a row that was set by configuration. */
+template <typename Entry> Entry configured(Entry entry) {
+  entry.config_source = 1;
+  return entry;
+}
+
 Octets name_of(const PlatformEntry &entry) {
   return {entry.name, entry.name_length};
 }
@@ -124,9 +130,8 @@ FcsResult Configuration::set(const MgmtAddrEntry &entry) {
     return FCS_ERR_EMPTY_ADDRESS;
   }
   const auto list = static_cast<uint32_t>(entry.list_index);
-  const auto index = static_cast<uint32_t>(entry.address_index);
-  store_.delete_mgmt_addr(list, index);
-  store_.add(MgmtAddr{list, index, std::string(text_of(address)), true});
+  store_.delete_mgmt_addr(list, static_cast<uint32_t>(entry.address_index));
+  store_.add(configured(entry));
   if (!stored || !std::ranges::equal(address_of(*stored), address)) {
     announce(list, address);
   }
@@ -153,12 +158,11 @@ FcsResult Configuration::set(const PlatformEntry &entry) {
   if (const FcsResult fault = platform_fault(entry)) {
     return fault;
   }
-  const auto vsan = static_cast<uint32_t>(entry.vsan);
-  const auto index = static_cast<uint32_t>(entry.platform_index);
-  store_.delete_platform(vsan, index);
-  store_.add(Platform{vsan, index, std::string(text_of(name_of(entry))), entry.type,
-                      entry.node_name_list_index, entry.mgmt_addr_list_index, true,
-                      validation_result(entry)});
+  PlatformEntry row = configured(entry);
+  row.validation_result = validation_result(entry);
+  store_.delete_platform(static_cast<uint32_t>(entry.vsan),
+                         static_cast<uint32_t>(entry.platform_index));
+  store_.add(row);
   return FCS_OK;
 }
 
@@ -223,9 +227,7 @@ FcsResult Configuration::set(const NodeNameEntry &entry) {
   if (const auto taken = store_.list_of_node_name(entry.name)) {
     return *taken == list ? FCS_ERR_ROW_EXISTS : FCS_ERR_NODE_NAME_TAKEN;
   }
-  NodeName name{list, {}, true};
-  std::ranges::copy(entry.name, name.name.begin());
-  store_.add(name);
+  store_.add(configured(entry));
   return FCS_OK;
 }
 

@@ -1,7 +1,6 @@
 #include "fabric_json.h"
 
-#include "service/fabric/fabric_counters.h"
-#include "service/fabric/fabric_terms.h"
+#include "service/fabric/fabric_columns.h"
 #include "service/store/fabric_reader.h"
 
 #include <algorithm>
@@ -51,26 +50,39 @@ Json discovery_json(const Vsan &vsan) {
   return json;
 }
 
-Json statistics_json(const FcsStatsRecord &record) {
-  Json json;
-  for (size_t i = 0; i < kCounterMembers.size(); ++i) {
-    json[std::string(kCounterMembers[i])] = record.*kCounterWords[i];
+Json member_json(const JsonMember &member, uint32_t word) {
+  switch (member.form) {
+  case Form::kCode: return code_json(*member.terms, word);
+  case Form::kFlag: return word != 0;
+  default: return word;
   }
+}
+
+Json member_json(const JsonMember &member, Octets octets) {
+  switch (member.form) {
+  case Form::kWwn: return to_wwn(octets);
+  case Form::kAddressId: return to_hex(octets.subspan(1), "");
+  default: return octets_json(octets);
+  }
+}
+
+/** The members that tell the columns of the row. */
+template <typename Row> Json row_json(const Row &row) {
+  Json json;
+  visit_columns(row, [&json](const char *, const auto &field, const JsonMember &member) {
+    const Json value = member_json(member, value_of(field));
+    if (member.form != Form::kElsewhere && !(member.omits_zero && value == 0)) {
+      json[std::string(member.name)] = value;
+    }
+  });
   return json;
 }
 
 Json port_json(FabricSource &fabric, const Port &port) {
-  Json json;
-  json["name"] = to_wwn(port.name);
-  json["type"] = code_json(kPortTypes, port.type);
-  json["txType"] = port.tx_type;
-  json["moduleType"] = port.module_type;
-  json["physicalPort"] = port.physical_port;
-  json["state"] = code_json(kPortStates, port.state);
-  if (port.attached_list != 0) {
-    json["attachedList"] = port.attached_list;
+  Json json = row_json(port);
+  if (port.attached_list_index != 0) {
     json["attached"] = Json::array();
-    fabric.attached_names(port.attached_list, [&json](const Octets &name) {
+    fabric.attached_names(port.attached_list_index, [&json](const Octets &name) {
       json["attached"].push_back(to_hex(name, ""));
     });
   }
@@ -78,41 +90,12 @@ Json port_json(FabricSource &fabric, const Port &port) {
 }
 
 Json element_json(FabricSource &fabric, const Element &element) {
-  const IeEntry &entry = element.entry;
-  Octets info_list(entry.info_list);
-  while (!info_list.empty() && info_list.back() == 0) {
-    info_list = info_list.first(info_list.size() - 1);
-  }
-  Json json;
-  json["name"] = to_wwn(entry.name);
-  json["type"] = code_json(kElementTypes, entry.type);
-  json["local"] = element.local;
-  if (entry.domain_id != 0) {
-    json["domainId"] = entry.domain_id;
-  }
-  json["mgmtId"] = to_hex(Octets(entry.mgmt_id).subspan(1), "");
-  json["fabricName"] = to_wwn(entry.fabric_name);
-  json["logicalName"] = octets_json(Octets(entry.logical_name, entry.logical_name_length));
-  json["mgmtAddrList"] = entry.mgmt_addr_list_index;
-  json["infoList"] = octets_json(info_list);
-  json["portList"] = entry.port_list_index;
+  Json json = row_json(element);
   json["ports"] = Json::array();
-  if (entry.port_list_index != 0) {
-    fabric.ports(entry.port_list_index,
+  if (element.port_list_index != 0) {
+    fabric.ports(element.port_list_index,
                  [&](const Port &port) { json["ports"].push_back(port_json(fabric, port)); });
   }
-  return json;
-}
-
-Json platform_json(const Platform &platform) {
-  Json json;
-  json["index"] = platform.index;
-  json["name"] = octets_json(octets_of(platform.name));
-  json["type"] = code_json(kPlatformTypes, platform.type);
-  json["nodeNameList"] = platform.node_name_list;
-  json["mgmtAddrList"] = platform.mgmt_addr_list;
-  json["configured"] = platform.configured;
-  json["validationResult"] = platform.validation_result;
   return json;
 }
 
@@ -121,14 +104,14 @@ Json vsan_json(FabricSource &fabric, const Vsan &vsan) {
   Json json;
   json["id"] = id;
   json["discovery"] = discovery_json(vsan);
-  json["statistics"] = statistics_json(vsan.statistics);
+  json["statistics"] = row_json(vsan.statistics);
   json["elements"] = Json::array();
   fabric.elements(id, [&](const Element &element) {
     json["elements"].push_back(element_json(fabric, element));
   });
   json["platforms"] = Json::array();
   fabric.platforms(
-      id, [&](const Platform &platform) { json["platforms"].push_back(platform_json(platform)); });
+      id, [&](const PlatformEntry &platform) { json["platforms"].push_back(row_json(platform)); });
   return json;
 }
 
@@ -136,10 +119,8 @@ Json node_name_list_json(FabricSource &fabric, uint32_t list) {
   Json json;
   json["index"] = list;
   json["names"] = Json::array();
-  fabric.node_names(list, [&json](const NodeName &name) {
-    const std::string text = to_wwn(name.name);
-    json["names"].push_back(name.configured ? Json{{"name", text}, {"configured", true}}
-                                            : Json(text));
+  fabric.node_names(list, [&json](const NodeNameEntry &name) {
+    json["names"].push_back(name.config_source != 0 ? row_json(name) : Json(to_wwn(name.name)));
   });
   return json;
 }
@@ -148,10 +129,8 @@ Json mgmt_addr_list_json(FabricSource &fabric, uint32_t list) {
   Json json;
   json["index"] = list;
   json["addresses"] = Json::array();
-  fabric.mgmt_addrs(list, [&json](const MgmtAddr &address) {
-    json["addresses"].push_back({{"index", address.index},
-                                 {"address", octets_json(octets_of(address.address))},
-                                 {"configured", address.configured}});
+  fabric.mgmt_addrs(list, [&json](const MgmtAddrEntry &address) {
+    json["addresses"].push_back(row_json(address));
   });
   return json;
 }
@@ -194,7 +173,9 @@ void write_json(std::ostream &out, const Json &json, size_t indent) {
 /** A member of the document that is an array of entries, written one by one. */
 class Section {
 public:
-  Section(std::ostream &out, const char *name) : out_(out) { out_ << ",\n  \"" << name << "\": ["; }
+  Section(std::ostream &out, std::string_view name) : out_(out) {
+    out_ << ",\n  \"" << name << "\": [";
+  }
   Section(const Section &) = delete;
   Section &operator=(const Section &) = delete;
   ~Section() { out_ << (empty_ ? "]" : "\n  ]"); }
@@ -215,12 +196,12 @@ private:
 void write_description(FabricSource &fabric, std::ostream &out) {
   out << "{\n  \"comment\": " << octets_json(octets_of(fabric.comment())).dump();
   {
-    Section section(out, "nodeNameLists");
+    Section section(out, kNodeNameLists);
     fabric.node_name_lists(
         [&](const uint32_t &list) { section.add(node_name_list_json(fabric, list)); });
   }
   {
-    Section section(out, "mgmtAddrLists");
+    Section section(out, kMgmtAddrLists);
     fabric.mgmt_addr_lists(
         [&](const uint32_t &list) { section.add(mgmt_addr_list_json(fabric, list)); });
   }

@@ -1,7 +1,7 @@
 #include "fabric_json.h"
 
 #include "json_document.h"
-#include "service/fabric/fabric_counters.h"
+#include "service/fabric/fabric_columns.h"
 #include "service/store/fabric_writer.h"
 
 #include <algorithm>
@@ -9,6 +9,7 @@
 #include <cstring>
 #include <fstream>
 #include <map>
+#include <vector>
 
 namespace fcs {
 
@@ -60,20 +61,19 @@ template <typename Add> void add_unique(const Place &place, Add add) {
 /** The lists of one kind: which have been declared, and where one was first referred to. */
 class ListReferences {
 public:
-  explicit ListReferences(const char *section) : section_(section) {}
+  explicit ListReferences(std::string_view section) : section_(section) {}
 
+  std::string_view section() const { return section_; }
   void declare(uint32_t list) { lists_[list].declared = true; }
 
-  /** Reads a reference; 0 refers to no list. */
-  uint32_t read(const ObjectReader &object, std::string_view member) {
-    const uint32_t list = object.get_or(0U, member, read_number, 0U, kMaxIndex);
+  /** A reference; 0 refers to no list. */
+  void refer(uint32_t list, const Place &place) {
     if (list != 0) {
       const auto [found, is_new] = lists_.try_emplace(list);
       if (is_new) {
-        found->second.place = object.at(member).text();
+        found->second.place = place.text();
       }
     }
-    return list;
   }
 
   /** Refuses a reference to a list that the document does not have. */
@@ -81,7 +81,7 @@ public:
     for (const auto &[index, list] : lists_) {
       if (!list.declared) {
         throw DescriptionFault(list.place + ": there is no list " + std::to_string(index) + " in " +
-                               section_);
+                               std::string(section_));
       }
     }
   }
@@ -91,7 +91,7 @@ private:
     bool declared = false;
     std::string place;
   };
-  const char *section_;
+  std::string_view section_;
   std::map<uint32_t, List> lists_;
 };
 
@@ -128,8 +128,9 @@ public:
     if (!seen_vsans_) {
       throw DescriptionFault("the member \"vsans\" is missing");
     }
-    node_name_lists_.check();
-    mgmt_addr_lists_.check();
+    for (const ListReferences &lists : lists_) {
+      lists.check();
+    }
   }
 
   const FabricTotals &totals() const { return totals_; }
@@ -150,6 +151,14 @@ private:
                                                    : "unknown member");
   }
 
+  ListReferences &lists(std::string_view section) {
+    return *std::ranges::find(lists_, section, &ListReferences::section);
+  }
+
+  /** Reads the members that tell the columns of the row. */
+  template <typename Row> void read_row(const ObjectReader &object, Row &row);
+  uint32_t read_word(const JsonMember &member, const json &value, const Place &place);
+
   void read_vsan(const json &value, const Place &place);
   void read_element(const json &value, const Place &place, uint32_t vsan);
   void read_port(const json &value, const Place &place, const Element &element);
@@ -164,15 +173,71 @@ private:
   const Section *section_ = nullptr;
   bool seen_vsans_ = false;
   FabricTotals totals_{};
-  ListReferences node_name_lists_{"nodeNameLists"};
-  ListReferences mgmt_addr_lists_{"mgmtAddrLists"};
+  std::array<ListReferences, 2> lists_{ListReferences(kNodeNameLists),
+                                       ListReferences(kMgmtAddrLists)};
 };
 
 const FabricImporter::Section FabricImporter::kSections[3] = {
     {"vsans", &FabricImporter::read_vsan},
-    {"nodeNameLists", &FabricImporter::read_node_name_list},
-    {"mgmtAddrLists", &FabricImporter::read_mgmt_addr_list},
+    {kNodeNameLists, &FabricImporter::read_node_name_list},
+    {kMgmtAddrLists, &FabricImporter::read_mgmt_addr_list},
 };
+
+/** The members of an object that tell columns, and the others that it may have. */
+template <typename Row>
+std::vector<std::string_view> members_of(std::vector<std::string_view> others = {}) {
+  const Row row{};
+  visit_columns(row, [&others](const char *, const auto &, const JsonMember &member) {
+    if (member.form != Form::kElsewhere) {
+      others.push_back(member.name);
+    }
+  });
+  return others;
+}
+
+uint32_t FabricImporter::read_word(const JsonMember &member, const json &value,
+                                   const Place &place) {
+  switch (member.form) {
+  case Form::kCode: return read_code(value, place, *member.terms);
+  case Form::kFlag: return read_flag(value, place) ? 1 : 0;
+  default: break;
+  }
+  const uint32_t number = read_number(value, place, member.low, member.high);
+  if (!member.lists.empty()) {
+    lists(member.lists).refer(number, place);
+  }
+  return number;
+}
+
+/** \param length of the octets, but for a text. */
+std::string read_octets(const JsonMember &member, const json &value, const Place &place,
+                        size_t length) {
+  if (member.form == Form::kText) {
+    return read_octets(value, place, member.high);
+  }
+  std::vector<uint8_t> octets(length);
+  const size_t untold = member.form == Form::kAddressId ? 1 : 0;
+  read_hex(value, place, std::span(octets).subspan(untold));
+  return std::string(text_of(octets));
+}
+
+template <typename Row> void FabricImporter::read_row(const ObjectReader &object, Row &row) {
+  visit_columns(row, [&](const char *, auto &&field, const JsonMember &member) {
+    const json *value = member.form == Form::kElsewhere ? nullptr
+                        : member.is_required            ? &object.required(member.name)
+                                                        : object.find(member.name);
+    if (value == nullptr) {
+      return;
+    }
+    const Place place = object.at(member.name);
+    if constexpr (std::is_same_v<decltype(value_of(field)), Octets>) {
+      const size_t length = value_of(field).size();
+      set_value(field, octets_of(read_octets(member, *value, place, length)));
+    } else {
+      set_value(field, read_word(member, *value, place));
+    }
+  });
+}
 
 fcs_disc_status_record read_discovery(const ObjectReader &vsan, double &takes_seconds) {
   fcs_disc_status_record record{};
@@ -198,27 +263,16 @@ fcs_disc_status_record read_discovery(const ObjectReader &vsan, double &takes_se
   return record;
 }
 
-FcsStatsRecord read_statistics(const ObjectReader &vsan, uint32_t id) {
-  FcsStatsRecord record{};
-  record.vsan = id;
-  if (const json *value = vsan.find("statistics")) {
-    const Place place = vsan.at("statistics");
-    const ObjectReader statistics(*value, place, kCounterMembers);
-    for (size_t i = 0; i < kCounterMembers.size(); ++i) {
-      record.*kCounterWords[i] =
-          statistics.get_or(0U, kCounterMembers[i], read_number, 0U, 0xFFFFFFFFU);
-    }
-  }
-  return record;
-}
-
 void FabricImporter::read_vsan(const json &value, const Place &place) {
   const ObjectReader object(value, place,
                             {"id", "discovery", "statistics", "elements", "platforms"});
   Vsan vsan{};
   vsan.discovery = read_discovery(object, vsan.discovery_takes_seconds);
   const uint32_t id = vsan.discovery.vsan;
-  vsan.statistics = read_statistics(object, id);
+  if (const json *statistics = object.find("statistics")) {
+    const Place at = object.at("statistics");
+    read_row(ObjectReader(*statistics, at, members_of<FcsStatsRecord>()), vsan.statistics);
+  }
   add_unique(place, [&] { writer_.add(vsan); });
   ++totals_.vsans;
   object.each("elements", [&](const json &item, const Place &at) { read_element(item, at, id); });
@@ -230,75 +284,43 @@ void FabricImporter::read_vsan(const json &value, const Place &place) {
 }
 
 void FabricImporter::read_element(const json &value, const Place &place, uint32_t vsan) {
-  const ObjectReader object(value, place,
-                            {"name", "type", "local", "domainId", "mgmtId", "fabricName",
-                             "logicalName", "mgmtAddrList", "infoList", "portList", "ports"});
+  const ObjectReader object(value, place, members_of<Element>({"ports"}));
   Element element{};
-  IeEntry &entry = element.entry;
-  entry.vsan = vsan;
-  object.get("name", read_hex, std::span<uint8_t>(entry.name));
-  entry.type = object.get("type", read_code, kElementTypes);
-  element.local = object.get_or(false, "local", read_flag);
-  entry.domain_id = object.get_or(0U, "domainId", read_number, 1U, kMaxDomainId);
-  object.fill("mgmtId", std::span(entry.mgmt_id).subspan(1));
-  object.fill("fabricName", entry.fabric_name);
-  const std::string logical_name =
-      object.get_or(std::string(), "logicalName", read_octets, sizeof(entry.logical_name));
-  entry.logical_name_length = static_cast<uint8_t>(logical_name.size());
-  std::ranges::copy(octets_of(logical_name), entry.logical_name);
-  entry.mgmt_addr_list_index = mgmt_addr_lists_.read(object, "mgmtAddrList");
-  const std::string info_list =
-      object.get_or(std::string(), "infoList", read_octets, sizeof(entry.info_list));
-  std::ranges::copy(octets_of(info_list), entry.info_list);
-  entry.port_list_index = object.get_or(0U, "portList", read_number, 0U, kMaxIndex);
+  element.vsan = vsan;
+  read_row(object, element);
   add_unique(place, [&] { writer_.add(element); });
   ++totals_.elements;
   object.each("ports", [&](const json &item, const Place &at) { read_port(item, at, element); });
 }
 
 void FabricImporter::read_port(const json &value, const Place &place, const Element &element) {
-  const ObjectReader object(value, place,
-                            {"name", "type", "txType", "moduleType", "physicalPort", "state",
-                             "attachedList", "attached"});
-  if (element.entry.port_list_index == 0) {
+  const ObjectReader object(value, place, members_of<Port>({"attached"}));
+  if (element.port_list_index == 0) {
     refuse(place, "the element has no \"portList\" to hold its ports");
   }
   Port port{};
-  port.vsan = element.entry.vsan;
-  object.get("name", read_hex, std::span<uint8_t>(port.name));
-  port.port_list = element.entry.port_list_index;
+  port.vsan = element.vsan;
+  port.port_list = element.port_list_index;
   port.local = element.local;
-  port.type = object.get("type", read_code, kPortTypes);
-  port.tx_type = object.get_or(0U, "txType", read_number, 0U, 0xFFFFFFFFU);
-  port.module_type = object.get_or(0U, "moduleType", read_number, 0U, 0xFFFFFFFFU);
-  port.physical_port = object.get_or(0U, "physicalPort", read_number, 0U, 0xFFFFFFFFU);
-  port.state = object.get_or(0U, "state", read_code, kPortStates);
-  port.attached_list = object.get_or(0U, "attachedList", read_number, 0U, kMaxIndex);
+  read_row(object, port);
   add_unique(place, [&] { writer_.add(port); });
   ++totals_.ports;
   object.each("attached", [&](const json &item, const Place &at) {
-    if (port.attached_list == 0) {
+    if (port.attached_list_index == 0) {
       refuse(at, "the port has no \"attachedList\" to hold its attached port names");
     }
-    std::array<uint8_t, FCS_ATTACHED_NAME_LENGTH> name{};
-    read_hex(item, at, name);
-    add_unique(at, [&] { writer_.add_attached_name(port, name); });
+    AttachedName name{{port.attached_list_index, {}}, port.vsan, port.local};
+    read_hex(item, at, name.name);
+    add_unique(at, [&] { writer_.add(name); });
   });
 }
 
 void FabricImporter::read_platform(const json &value, const Place &place, uint32_t vsan) {
-  const ObjectReader object(
-      value, place,
-      {"index", "name", "type", "nodeNameList", "mgmtAddrList", "configured", "validationResult"});
-  Platform platform{};
-  platform.vsan = vsan;
-  platform.index = object.get("index", read_number, 1U, kMaxIndex);
-  platform.name = object.get("name", read_octets, size_t{kMaxTextLength});
-  platform.type = object.get("type", read_code, kPlatformTypes);
-  platform.node_name_list = node_name_lists_.read(object, "nodeNameList");
-  platform.mgmt_addr_list = mgmt_addr_lists_.read(object, "mgmtAddrList");
-  platform.configured = object.get_or(false, "configured", read_flag);
-  platform.validation_result = object.get_or(1U, "validationResult", read_number, 0U, 3U);
+  const ObjectReader object(value, place, members_of<PlatformEntry>());
+  PlatformEntry platform{};
+  platform.vsan = static_cast<int32_t>(vsan);
+  platform.validation_result = FCS_NOT_VALIDATED;
+  read_row(object, platform);
   add_unique(place, [&] { writer_.add(platform); });
   ++totals_.platforms;
 }
@@ -306,19 +328,16 @@ void FabricImporter::read_platform(const json &value, const Place &place, uint32
 void FabricImporter::read_node_name_list(const json &value, const Place &place) {
   const ObjectReader object(value, place, {"index", "names"});
   const uint32_t list = object.get("index", read_number, 1U, kMaxIndex);
-  node_name_lists_.declare(list);
+  lists(kNodeNameLists).declare(list);
   add_unique(place, [&] { writer_.add_node_name_list(list); });
   object.each("names", [&](const json &item, const Place &at) { read_node_name(item, at, list); });
 }
 
 /** A node name is written as such, or as an object when there is more to say. */
 void FabricImporter::read_node_name(const json &value, const Place &place, uint32_t list) {
-  NodeName name{};
-  name.list = list;
+  NodeNameEntry name{static_cast<int32_t>(list)};
   if (value.is_object()) {
-    const ObjectReader object(value, place, {"name", "configured"});
-    object.get("name", read_hex, std::span<uint8_t>(name.name));
-    name.configured = object.get_or(false, "configured", read_flag);
+    read_row(ObjectReader(value, place, members_of<NodeNameEntry>()), name);
   } else {
     read_hex(value, place, name.name);
   }
@@ -328,17 +347,15 @@ void FabricImporter::read_node_name(const json &value, const Place &place, uint3
 void FabricImporter::read_mgmt_addr_list(const json &value, const Place &place) {
   const ObjectReader object(value, place, {"index", "addresses"});
   const uint32_t list = object.get("index", read_number, 1U, kMaxIndex);
-  mgmt_addr_lists_.declare(list);
+  lists(kMgmtAddrLists).declare(list);
   add_unique(place, [&] { writer_.add_mgmt_addr_list(list); });
   object.each("addresses",
               [&](const json &item, const Place &at) { read_mgmt_addr(item, at, list); });
 }
 
 void FabricImporter::read_mgmt_addr(const json &value, const Place &place, uint32_t list) {
-  const ObjectReader object(value, place, {"index", "address", "configured"});
-  const MgmtAddr address{list, object.get("index", read_number, 1U, kMaxIndex),
-                         object.get("address", read_octets, size_t{kMaxTextLength}),
-                         object.get_or(false, "configured", read_flag)};
+  MgmtAddrEntry address{static_cast<int32_t>(list)};
+  read_row(ObjectReader(value, place, members_of<MgmtAddrEntry>()), address);
   add_unique(place, [&] { writer_.add(address); });
 }
 

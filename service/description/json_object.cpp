@@ -171,12 +171,6 @@ const json &ObjectReader::required(std::string_view member) const {
   return *value;
 }
 
-void ObjectReader::fill(std::string_view member, std::span<uint8_t> octets) const {
-  if (const json *value = find(member)) {
-    read_hex(*value, at(member), octets);
-  }
-}
-
 void ObjectReader::check_array(const json &value, const Place &place) {
   if (!value.is_array()) {
     refuse_type(value, place, "an array");

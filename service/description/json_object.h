@@ -91,8 +91,6 @@ public:
     const nlohmann::json *value = find(member);
     return value == nullptr ? absent : Value(read(*value, at(member), arguments...));
   }
-  /** Reads a member of hexadecimal octets into `octets`, which stays as it is without one. */
-  void fill(std::string_view member, std::span<uint8_t> octets) const;
   /** Calls visit(item, place) for each item of an array; an absent member has none. */
   template <typename Visit> void each(std::string_view member, Visit visit) const {
     const nlohmann::json *array = find(member);

@@ -8,7 +8,6 @@
 
 #include <array>
 #include <cstdint>
-#include <string>
 
 namespace fcs {
 
@@ -30,48 +29,20 @@ struct Vsan {
 };
 
 /** An interconnect element: a domain id of 0 stands for none, a list index of 0 for no list. */
-struct Element {
-  IeEntry entry;
+struct Element : IeEntry {
   bool local; ///< The switch on which the agent runs; at most one in a VSAN.
 };
 
-/** A port of the element that has the port list `port_list`. */
-struct Port {
+/** A port; the index of its attached port name list is 0 for none. */
+struct Port : FcsPortRecord {
+  uint32_t port_list; ///< Of its element.
+  bool local;         ///< A port of the local element.
+};
+
+/** A name of an attached port name list, with its port's VSAN and whether that is local. */
+struct AttachedName : FcsAttachPortRecord {
   uint32_t vsan;
-  Wwn name;
-  uint32_t port_list;
-  bool local; ///< A port of the local element.
-  uint32_t type;
-  uint32_t tx_type;
-  uint32_t module_type;
-  uint32_t physical_port;
-  uint32_t attached_list; ///< Index of its attached port name list, 0 for none.
-  uint32_t state;
-};
-
-/** A platform: a host, a storage subsystem and so on. */
-struct Platform {
-  uint32_t vsan;
-  uint32_t index;
-  std::string name;
-  uint32_t type;
-  uint32_t node_name_list;
-  uint32_t mgmt_addr_list;
-  bool configured; ///< Set by configuration rather than registered.
-  uint32_t validation_result;
-};
-
-struct NodeName {
-  uint32_t list;
-  Wwn name;
-  bool configured;
-};
-
-struct MgmtAddr {
-  uint32_t list;
-  uint32_t index;
-  std::string address;
-  bool configured;
+  bool local;
 };
 
 /** How many rows the store holds. */

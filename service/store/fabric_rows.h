@@ -6,8 +6,7 @@
  */
 #pragma once
 
-#include "feature/fabric_conf_server/fcs_protocol.h"
-#include "sqlite.h"
+#include "row_sql.h"
 
 #include <algorithm>
 #include <array>
@@ -20,11 +19,13 @@ namespace fcs {
 /** Which row a key asks for: its own, or the first one after it. */
 enum class Lookup { kExact, kNext };
 
-/** Where the rows of a record come from. */
+/** What the queries for the rows of a table are made of. */
 struct KeyedTable {
-  const char *select;     ///< Columns and tables; the columns of the key come first.
-  const char *key;        ///< The columns of the key.
-  const char *parameters; ///< Their parameters.
+  std::string name;
+  std::string columns;    ///< Those of the key come first.
+  std::string word;       ///< The first column of the key.
+  std::string key;        ///< All columns of the key.
+  std::string parameters; ///< Of the key.
 };
 
 /** A table in which every row can be seen. */
@@ -34,11 +35,11 @@ public:
 
   /** Finds rows by key words and name, as many as there is room for; how many there are. */
   template <typename Row, typename... Key>
-  size_t find(Lookup lookup, Row (*read)(const Rows &), std::span<Row> room, const Key &...key) {
+  size_t find(Lookup lookup, std::span<Row> room, const Key &...key) {
     auto rows = statements_[static_cast<size_t>(lookup)].run(key...);
     size_t found = 0;
     while (found < room.size() && rows.next()) {
-      room[found++] = read(rows);
+      room[found++] = read_row<Row>(rows);
     }
     return found;
   }
@@ -48,22 +49,15 @@ private:
 };
 
 /** A table that the discovery status of VSANs hides rows of. Its keys are a word and a name. */
-struct HidingTable {
-  const char *columns; ///< Of t, as queries call the table; those of the key come first.
-  const char *table;
-  const char *word; ///< The column of the key's word.
-  /** Makes the query for HidingRows::next_discovered_, without its columns. */
-  std::string (*from_next_discovered)(const HidingTable &table);
-};
-
 class HidingRows {
 public:
-  HidingRows(Database &database, const HidingTable &table);
+  /** \param select_next_discovered makes the query for next_discovered_. */
+  HidingRows(Database &database, const KeyedTable &table,
+             std::string (*select_next_discovered)(const KeyedTable &table));
 
   /** Finds visible rows, as many as there is room for; how many there are. */
   template <typename Row>
-  size_t find(Lookup lookup, Row (*read)(const Rows &), std::span<Row> room, uint32_t word,
-              Octets name) {
+  size_t find(Lookup lookup, std::span<Row> room, uint32_t word, Octets name) {
     Key key(word, name);
     size_t found = 0;
     std::optional<ReadTransaction> moment;
@@ -71,7 +65,7 @@ public:
       auto stretch = statements_[static_cast<size_t>(lookup)].run(key.word, key.name());
       bool more = stretch.next();
       for (; more && !is_hidden(stretch); more = stretch.next()) {
-        room[found++] = read(stretch);
+        room[found++] = read_row<Row>(stretch);
         if (found == room.size()) {
           return found;
         }
@@ -90,7 +84,7 @@ public:
       if (first == nullptr) {
         return found;
       }
-      room[found++] = read(*first);
+      room[found++] = read_row<Row>(*first);
       key = Key(first->word(0), first->octets(1));
     }
     return found;
@@ -132,24 +126,39 @@ public:
   explicit FabricRows(Database &database);
 
   size_t find_discovery_status(Lookup lookup, const uint32_t &vsan,
-                               std::span<fcs_disc_status_record> room);
-  size_t find_element(Lookup lookup, const IeKey &key, std::span<IeEntry> room);
-  size_t find_mgmt_addr(Lookup lookup, const MgmtAddrEntry &key, std::span<MgmtAddrEntry> room);
+                               std::span<fcs_disc_status_record> room) {
+    return discovery_status_.find(lookup, room, vsan);
+  }
+  size_t find_element(Lookup lookup, const IeKey &key, std::span<IeEntry> room) {
+    return elements_.find(lookup, room, key.vsan, Octets(key.name));
+  }
+  size_t find_mgmt_addr(Lookup lookup, const MgmtAddrEntry &key, std::span<MgmtAddrEntry> room) {
+    return mgmt_addrs_.find(lookup, room, value_of(key.list_index), value_of(key.address_index));
+  }
   size_t find_port_list_entry(Lookup lookup, const FcsPortListRecord &key,
-                              std::span<FcsPortListRecord> room);
-  size_t find_port(Lookup lookup, const FcsPortKey &key, std::span<FcsPortRecord> room);
+                              std::span<FcsPortListRecord> room) {
+    return port_lists_.find(lookup, room, key.list_index, Octets(key.port_name));
+  }
+  size_t find_port(Lookup lookup, const FcsPortKey &key, std::span<FcsPortRecord> room) {
+    return ports_.find(lookup, room, key.vsan, Octets(key.name));
+  }
   size_t find_attached_name(Lookup lookup, const FcsAttachPortRecord &key,
-                            std::span<FcsAttachPortRecord> room);
-  size_t find_platform(Lookup lookup, const PlatformKey &key, std::span<PlatformEntry> room);
-  size_t find_node_name(Lookup lookup, const NodeNameEntry &key, std::span<NodeNameEntry> room);
-  size_t find_statistics(Lookup lookup, const uint32_t &vsan, std::span<FcsStatsRecord> room);
+                            std::span<FcsAttachPortRecord> room) {
+    return attached_names_.find(lookup, room, key.list_index, Octets(key.name));
+  }
+  size_t find_platform(Lookup lookup, const PlatformKey &key, std::span<PlatformEntry> room) {
+    return platforms_.find(lookup, room, value_of(key.vsan), value_of(key.platform_index));
+  }
+  size_t find_node_name(Lookup lookup, const NodeNameEntry &key, std::span<NodeNameEntry> room) {
+    return node_names_.find(lookup, room, value_of(key.list_index), Octets(key.name));
+  }
+  size_t find_statistics(Lookup lookup, const uint32_t &vsan, std::span<FcsStatsRecord> room) {
+    return statistics_.find(lookup, room, vsan);
+  }
 
 private:
   KeyedRows discovery_status_, mgmt_addrs_, platforms_, node_names_, statistics_;
   HidingRows elements_, port_lists_, ports_, attached_names_;
 };
-
-/** An interconnect element's row, in the column order of its table. */
-IeEntry read_element(const Rows &rows);
 
 } // namespace fcs

@@ -8,12 +8,15 @@ namespace fcs {
 
 /** Tells a store of this service from other databases: "FCSf". */
 constexpr int kApplicationId = 0x46435366;
-/** Changes with every change of the tables. */
+/** Changes with every change of the tables; each of them is one of kSchemaAdditions. */
 constexpr int kSchemaVersion = 5;
-/** The first version that can be brought up to date. */
+/** The first version that can be brought up to date: that of kSchema, where a new store begins. */
 constexpr int kOldestSchemaVersion = 2;
 
 /**
+ * Frozen, as there are stores that were made by it. What is new is added below, a column by ALTER
+ * TABLE with a default for the rows that are there, and described in fabric_columns.h.
+ *
  * The counts in `vsan` are kept by whoever adds or removes rows, because counting a large fabric
  * anew for every request would take longer than the agent waits.
  *
@@ -149,7 +152,7 @@ constexpr char kFabricGeneration[] = R"(
 ALTER TABLE fabric ADD COLUMN generation INTEGER NOT NULL DEFAULT 0;
 )";
 
-/** What has come since the oldest version, in its order. */
+/** What has come since the oldest version, in its order; frozen, too, but for its end. */
 struct SchemaAddition {
   int version; ///< The first that has it.
   const char *sql;

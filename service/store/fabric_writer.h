@@ -4,7 +4,7 @@
 #pragma once
 
 #include "fabric_store.h"
-#include "service/fabric/fabric.h"
+#include "row_sql.h"
 
 #include <stdexcept>
 #include <string>
@@ -35,26 +35,32 @@ public:
   explicit FabricWriter(FabricStore &store);
   FabricWriter(const FabricWriter &) = delete;
   FabricWriter &operator=(const FabricWriter &) = delete;
-  ~FabricWriter();
+  ~FabricWriter() = default;
 
   void set_comment(const std::string &comment);
-  void add(const Vsan &vsan);
-  void add(const Element &element);
-  void add(const Port &port);
-  /** Adds a name to the port's attached port name list. */
-  void add_attached_name(const Port &port, Octets name);
-  void add(const Platform &platform);
-  void add_node_name_list(uint32_t list);
-  void add(const NodeName &name);
-  void add_mgmt_addr_list(uint32_t list);
-  void add(const MgmtAddr &address);
+  void add(const Vsan &vsan) { insert(vsan_, vsan); }
+  void add(const Element &element) { insert(element_, element); }
+  void add(const Port &port) { insert(port_, port); }
+  void add(const AttachedName &name) { insert(attached_name_, name); }
+  void add(const PlatformEntry &platform) { insert(platform_, platform); }
+  void add_node_name_list(uint32_t list) { insert(node_name_list_, list); }
+  void add(const NodeNameEntry &name) { insert(node_name_, name); }
+  void add_mgmt_addr_list(uint32_t list) { insert(mgmt_addr_list_, list); }
+  void add(const MgmtAddrEntry &address) { insert(mgmt_addr_, address); }
   /** Brings the VSAN's counts of rows up to date; due after its last row. */
   void count_rows(uint32_t vsan);
   /** Makes the new fabric durable and visible to everybody. */
   void commit();
 
 private:
-  template <typename... Values> void insert(Statement &statement, const Values &...values);
+  template <typename Row> static void insert(Statement &statement, const Row &row) {
+    try {
+      insert_row(statement, row);
+    } catch (const SqliteError &error) {
+      refuse(error);
+    }
+  }
+  [[noreturn]] static void refuse(const SqliteError &error);
 
   /** Begins by removing the whole fabric. */
   struct Replacement {

@@ -125,6 +125,14 @@ public:
   Statement(Database &database, const char *sql);
   Statement(Database &database, const std::string &sql) : Statement(database, sql.c_str()) {}
 
+  /** Binds a value for runs to come; octets have to outlive their rows. */
+  void bind(int position, int64_t value);
+  void bind(int position, uint32_t value) { bind(position, int64_t{value}); }
+  void bind(int position, int32_t value) { bind(position, int64_t{value}); }
+  void bind(int position, bool value) { bind(position, int64_t{value ? 1 : 0}); }
+  void bind(int position, double value);
+  void bind(int position, Octets value);
+
   /** Runs the statement with these values; octets have to outlive the rows. */
   template <typename... Values> Rows run(const Values &...values) {
     int position = 0;
@@ -142,12 +150,6 @@ public:
   }
 
 private:
-  void bind(int position, int64_t value);
-  void bind(int position, uint32_t value) { bind(position, int64_t{value}); }
-  void bind(int position, int32_t value) { bind(position, int64_t{value}); }
-  void bind(int position, bool value) { bind(position, int64_t{value ? 1 : 0}); }
-  void bind(int position, double value);
-  void bind(int position, Octets value);
   void check(int code) const;
 
   struct Finalize {

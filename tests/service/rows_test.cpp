@@ -193,34 +193,37 @@ private:
   /** Rows that no discovery status hides. */
   void add_unhidden(uint32_t vsan) {
     const auto index = static_cast<uint32_t>(random_());
-    writer_.add(fcs::Platform{vsan, index, "", 0, 0, 0, false, 0});
+    writer_.add(PlatformEntry{static_cast<int32_t>(vsan), static_cast<int32_t>(index)});
     visible[kPlatforms.id].insert(key_of({vsan, index}));
-    writer_.add(fcs::MgmtAddr{index, vsan, "", false});
+    writer_.add(MgmtAddrEntry{static_cast<int32_t>(index), static_cast<int32_t>(vsan)});
     visible[kMgmtAddrs.id].insert(key_of({index, vsan}));
-    const fcs::Wwn node = name();
-    writer_.add(fcs::NodeName{index, node, false});
-    note(kNodeNames, true, index, node);
+    NodeNameEntry node{static_cast<int32_t>(index)};
+    std::ranges::copy(name(), node.name);
+    writer_.add(node);
+    note(kNodeNames, true, index, node.name);
   }
 
   void add_element(uint32_t vsan, bool local, bool shown) {
     fcs::Element element{};
-    element.entry.vsan = vsan;
-    std::ranges::copy(name(), element.entry.name);
+    element.vsan = vsan;
+    std::ranges::copy(name(), element.name);
     element.local = local;
-    element.entry.port_list_index = take_list();
+    element.port_list_index = take_list();
     writer_.add(element);
-    note(kElements, shown, vsan, element.entry.name);
+    note(kElements, shown, vsan, element.name);
     for (uint32_t i = below(5); i > 0; --i) {
-      const uint32_t list = element.entry.port_list_index;
-      const fcs::Port port{vsan, name(), list, local, 0, 0, 0, 0, take_list(), 0};
+      const uint32_t list = element.port_list_index;
+      fcs::Port port{{vsan}, list, local};
+      std::ranges::copy(name(), port.name);
+      port.attached_list_index = take_list();
       writer_.add(port);
       note(kPortLists, shown, list, port.name);
       note(kPorts, shown, vsan, port.name);
       for (uint32_t k = below(3); k > 0; --k) {
-        std::array<uint8_t, FCS_ATTACHED_NAME_LENGTH> attached{};
-        std::ranges::copy(name(), attached.begin() + 2);
-        writer_.add_attached_name(port, attached);
-        note(kAttachedNames, shown, port.attached_list, attached);
+        fcs::AttachedName attached{{port.attached_list_index}, vsan, local};
+        std::ranges::copy(name(), attached.name + 2);
+        writer_.add(attached);
+        note(kAttachedNames, shown, port.attached_list_index, attached.name);
       }
     }
   }
@@ -263,6 +266,7 @@ TEST_F(Rows, RecordsCarryEveryField) {
   text.back() = '\xFF';
   const fcs::Vsan vsan{
       {5, FCS_DISCOVERY_COMPLETED, 1714557605, 250}, 0, {5, 1, 2, 3, 4, 5, 6, 7, 8, 0xFFFFFFFF}};
+  const FcsPortRecord port{5, {0xC0, 0, 0, 0, 0x5e, 0, 0x53, 1}, 0xFFFFFFFF, 9, 8, 7, 6, 77};
   IeEntry element{5, {0xC0, 0, 0, 0, 0x5e, 0, 0x53, 1}, 3, 239, {0, 0xFF, 0xFC, 9}};
   std::ranges::copy(kName, element.fabric_name);
   element.logical_name_length = 255;
@@ -274,31 +278,31 @@ TEST_F(Rows, RecordsCarryEveryField) {
   std::ranges::copy(text, platform.name);
   MgmtAddrEntry address{4, 1, 255, {}, 1, FCS_ROW_ACTIVE};
   std::ranges::copy(text, address.address);
+  const PlatformEntry nameless{5, 2, 0, {}, 1, 0, 0, 0, FCS_NOT_VALIDATED, 0, FCS_ROW_ACTIVE};
+  const NodeNameEntry node{4, {0xC0, 0, 0, 0, 0x5e, 0, 0x53, 1}, 1, 0};
+  const MgmtAddrEntry no_address{4, 2, 0, {}, 0, FCS_ROW_ACTIVE};
   {
     fcs::FabricWriter writer(store_);
     writer.add(vsan);
     writer.add(fcs::Element{element, true});
-    writer.add(fcs::Port{5, kName, 31, true, 0xFFFFFFFF, 9, 8, 7, 6, 77});
-    writer.add(fcs::Platform{5, 1, text, 14, 21, 22, true, FCS_INVALID});
-    writer.add(fcs::Platform{5, 2, "", 1, 0, 0, false, FCS_NOT_VALIDATED});
-    writer.add(fcs::NodeName{4, kName, true});
-    writer.add(fcs::MgmtAddr{4, 1, text, true});
-    writer.add(fcs::MgmtAddr{4, 2, "", false});
+    writer.add(fcs::Port{port, 31, true});
+    writer.add(platform);
+    writer.add(nameless);
+    writer.add(node);
+    writer.add(address);
+    writer.add(no_address);
     writer.commit();
   }
   expect_record(kVsans, key_of({5}), vsan.discovery);
   expect_record(kStatistics, key_of({5}), vsan.statistics);
   expect_record(kElements, key_of({5}, kName), element);
-  expect_record(kPorts, key_of({5}, kName),
-                FcsPortRecord{5, {0xC0, 0, 0, 0, 0x5e, 0, 0x53, 1}, 0xFFFFFFFF, 9, 8, 7, 6, 77});
+  expect_record(kPorts, key_of({5}, kName), port);
   expect_record(kPlatforms, key_of({5, 1}), platform);
-  expect_record(kPlatforms, key_of({5, 2}),
-                PlatformEntry{5, 2, 0, {}, 1, 0, 0, 0, FCS_NOT_VALIDATED, 0, FCS_ROW_ACTIVE});
-  expect_record(kNodeNames, key_of({4}, kName),
-                NodeNameEntry{4, {0xC0, 0, 0, 0, 0x5e, 0, 0x53, 1}, 1, 0});
+  expect_record(kPlatforms, key_of({5, 2}), nameless);
+  expect_record(kNodeNames, key_of({4}, kName), node);
   expect_record(kMgmtAddrs, key_of({4, 1}), address);
   // Nothing of the request comes back.
-  expect_record(kMgmtAddrs, key_of({4, 2}), MgmtAddrEntry{4, 2, 0, {}, 0, FCS_ROW_ACTIVE});
+  expect_record(kMgmtAddrs, key_of({4, 2}), no_address);
 }
 
 } // namespace

@@ -86,7 +86,7 @@ void GeneratedFabric::attached_names(uint32_t list, const Visit<fcs::Octets> &vi
   visit_list(vsan_of_list(list, attached_lists_per_vsan(shape_)).attached, list, visit);
 }
 
-void GeneratedFabric::platforms(uint32_t vsan_id, const Visit<fcs::Platform> &visit) {
+void GeneratedFabric::platforms(uint32_t vsan_id, const Visit<PlatformEntry> &visit) {
   for (const auto &platform : vsan(vsan_id).platforms) {
     visit(platform);
   }
@@ -100,7 +100,7 @@ void GeneratedFabric::node_name_lists(const Visit<uint32_t> &visit) {
   }
 }
 
-void GeneratedFabric::node_names(uint32_t list, const Visit<fcs::NodeName> &visit) {
+void GeneratedFabric::node_names(uint32_t list, const Visit<NodeNameEntry> &visit) {
   visit_list(vsan_of_list(list, node_name_lists_per_vsan(shape_)).node_names, list, visit);
 }
 
@@ -112,7 +112,7 @@ void GeneratedFabric::mgmt_addr_lists(const Visit<uint32_t> &visit) {
   }
 }
 
-void GeneratedFabric::mgmt_addrs(uint32_t list, const Visit<fcs::MgmtAddr> &visit) {
+void GeneratedFabric::mgmt_addrs(uint32_t list, const Visit<MgmtAddrEntry> &visit) {
   visit_list(vsan_of_list(list, mgmt_addr_lists_per_vsan(shape_)).mgmt_addrs, list, visit);
 }
 

@@ -58,11 +58,11 @@ public:
   void elements(uint32_t vsan, const Visit<fcs::Element> &visit) override;
   void ports(uint32_t port_list, const Visit<fcs::Port> &visit) override;
   void attached_names(uint32_t list, const Visit<fcs::Octets> &visit) override;
-  void platforms(uint32_t vsan, const Visit<fcs::Platform> &visit) override;
+  void platforms(uint32_t vsan, const Visit<PlatformEntry> &visit) override;
   void node_name_lists(const Visit<uint32_t> &visit) override;
-  void node_names(uint32_t list, const Visit<fcs::NodeName> &visit) override;
+  void node_names(uint32_t list, const Visit<NodeNameEntry> &visit) override;
   void mgmt_addr_lists(const Visit<uint32_t> &visit) override;
-  void mgmt_addrs(uint32_t list, const Visit<fcs::MgmtAddr> &visit) override;
+  void mgmt_addrs(uint32_t list, const Visit<MgmtAddrEntry> &visit) override;
 
 private:
   const GeneratedVsan &vsan(uint32_t id);

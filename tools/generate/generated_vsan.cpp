@@ -1,6 +1,6 @@
 #include "generated_vsan.h"
 
-#include "service/fabric/fabric_counters.h"
+#include "service/fabric/fabric_columns.h"
 
 #include <algorithm>
 #include <optional>
@@ -69,7 +69,7 @@ fcs::Wwn port_name(uint32_t number, uint8_t mac) {
   return make_name(2, number, mac);
 }
 
-AttachedName attach(const fcs::Wwn &name, uint8_t domain, uint8_t area, uint8_t port) {
+AttachedName attach(fcs::Octets name, uint8_t domain, uint8_t area, uint8_t port) {
   AttachedName attached{};
   std::ranges::copy(name, attached.begin());
   attached[9] = domain;
@@ -143,29 +143,29 @@ void VsanGenerator::add_vsan() {
   made_.vsan.discovery.completed_microseconds = static_cast<int32_t>(dice_.below(1000000));
   made_.vsan.discovery_takes_seconds = (1 + dice_.below(16)) / 4.0;
   made_.vsan.statistics.vsan = id_;
-  for (const auto counter : fcs::kCounterWords) {
-    made_.vsan.statistics.*counter = dice_.below(5000);
-  }
+  fcs::visit_counters(made_.vsan.statistics,
+                      [this](const char *, uint32_t &counter, const fcs::JsonMember &) {
+                        counter = dice_.below(5000);
+                      });
 }
 
 void VsanGenerator::add_switch(uint32_t index) {
   const auto mac = static_cast<uint8_t>(index + 1);
   fcs::Element element{};
   element.local = index == 0;
-  IeEntry &entry = element.entry;
-  entry.vsan = id_;
-  std::ranges::copy(local_name(id_, mac), entry.name);
-  entry.type = kSwitch;
-  entry.domain_id = mac;
+  element.vsan = id_;
+  std::ranges::copy(local_name(id_, mac), element.name);
+  element.type = kSwitch;
+  element.domain_id = mac;
   // The well-known address identifier of a domain controller.
-  entry.mgmt_id[1] = 0xFF;
-  entry.mgmt_id[2] = 0xFC;
-  entry.mgmt_id[3] = mac;
-  std::ranges::copy(local_name(id_, 1), entry.fabric_name);
+  element.mgmt_id[1] = 0xFF;
+  element.mgmt_id[2] = 0xFC;
+  element.mgmt_id[3] = mac;
+  std::ranges::copy(local_name(id_, 1), element.fabric_name);
   const std::string name = dice_.once_in(16) ? "" : host_name("switch", index + 1);
-  entry.logical_name_length = static_cast<uint8_t>(name.size());
-  std::ranges::copy(name, entry.logical_name);
-  entry.mgmt_addr_list_index = add_mgmt_addrs(index, dice_.once_in(4) ? 2 : 1);
+  fcs::set_value(fcs::Text{element.logical_name_length, element.logical_name},
+                 fcs::octets_of(name));
+  element.mgmt_addr_list_index = add_mgmt_addrs(index, dice_.once_in(4) ? 2 : 1);
   std::string info("Zephrin\0", 8);
   info += element.local ? "Director" : "Edge Switch";
   info += '\0';
@@ -173,8 +173,8 @@ void VsanGenerator::add_switch(uint32_t index) {
   const uint32_t patch = dice_.below(9);
   const uint32_t minor = dice_.below(4);
   info += "4." + std::to_string(minor) + "." + std::to_string(patch);
-  std::ranges::copy(info, entry.info_list);
-  entry.port_list_index = list(port_lists_per_vsan(shape_), index);
+  std::ranges::copy(info, element.info_list);
+  element.port_list_index = list(port_lists_per_vsan(shape_), index);
   made_.switches.push_back({element, {}});
 }
 
@@ -186,19 +186,21 @@ void VsanGenerator::add_platform(uint32_t index) {
   static constexpr Kind kKinds[] = {{"host", 10},  {"host", 10}, {"host", 10}, {"host", 10},
                                     {"array", 11}, {"vault", 9}, {"host", 10}, {"gateway", 5}};
   const Kind &kind = kKinds[dice_.below(std::size(kKinds))];
-  fcs::Platform platform{};
-  platform.vsan = id_;
-  platform.index = index + 1;
-  platform.name = host_name(kind.name, platform.index);
+  PlatformEntry platform{};
+  platform.vsan = static_cast<int32_t>(id_);
+  platform.platform_index = static_cast<int32_t>(index + 1);
+  fcs::set_value(fcs::Text{platform.name_length, platform.name},
+                 fcs::octets_of(host_name(kind.name, index + 1)));
   platform.type = kind.type;
-  platform.node_name_list = list(node_name_lists_per_vsan(shape_), index);
-  platform.mgmt_addr_list = add_mgmt_addrs(shape_.switches + index, dice_.below(3));
-  platform.configured = dice_.once_in(8);
+  platform.node_name_list_index = list(node_name_lists_per_vsan(shape_), index);
+  platform.mgmt_addr_list_index = add_mgmt_addrs(shape_.switches + index, dice_.below(3));
+  platform.config_source = dice_.once_in(8) ? 1 : 0;
   platform.validation_result = dice_.one_of({1, 1, 1, 1, 2, 3});
-  const auto mac = static_cast<uint8_t>(0xFF - index);
-  made_.node_names[platform.node_name_list] = {
-      {platform.node_name_list, local_name(id_, mac), platform.configured}};
-  made_.platforms.push_back(std::move(platform));
+  NodeNameEntry node{static_cast<int32_t>(platform.node_name_list_index)};
+  std::ranges::copy(local_name(id_, static_cast<uint8_t>(0xFF - index)), node.name);
+  node.config_source = platform.config_source;
+  made_.node_names[platform.node_name_list_index] = {node};
+  made_.platforms.push_back(platform);
 }
 
 /** Gives the index of a list with so many addresses, 0 for none. */
@@ -209,9 +211,12 @@ uint32_t VsanGenerator::add_mgmt_addrs(uint32_t offset, uint32_t count) {
   const uint32_t index = list(mgmt_addr_lists_per_vsan(shape_), offset);
   for (uint32_t i = 1; i <= count; ++i) {
     // The prefix is reserved for documentation.
-    std::string address =
+    const std::string text =
         "2001:db8:" + std::to_string(id_) + ":" + std::to_string(offset) + "::" + std::to_string(i);
-    made_.mgmt_addrs[index].push_back({index, i, std::move(address), dice_.once_in(8)});
+    MgmtAddrEntry address{static_cast<int32_t>(index), static_cast<int32_t>(i)};
+    fcs::set_value(fcs::Text{address.address_length, address.address}, fcs::octets_of(text));
+    address.config_source = dice_.once_in(8) ? 1 : 0;
+    made_.mgmt_addrs[index].push_back(address);
   }
   return index;
 }
@@ -257,12 +262,11 @@ fcs::Port &VsanGenerator::add_link_end(uint32_t end, uint32_t state) {
 }
 
 fcs::Port &VsanGenerator::add_port(Switch &each, uint32_t type) {
-  const IeEntry &entry = each.element.entry;
   fcs::Port port{};
-  port.vsan = entry.vsan;
+  port.vsan = each.element.vsan;
   port.physical_port = static_cast<uint32_t>(each.ports.size()) + 1;
-  port.name = port_name(port.physical_port, entry.name[7]);
-  port.port_list = entry.port_list_index;
+  std::ranges::copy(port_name(port.physical_port, each.element.name[7]), port.name);
+  port.port_list = each.element.port_list_index;
   port.local = each.element.local;
   port.type = type;
   port.module_type = 1;
@@ -272,10 +276,10 @@ fcs::Port &VsanGenerator::add_port(Switch &each, uint32_t type) {
 
 /** The names attached to the port, which has a list from now on. */
 std::vector<AttachedName> &VsanGenerator::attached_list(const Switch &each, fcs::Port &port) {
-  const uint32_t index = each.element.entry.domain_id - 1;
-  port.attached_list =
+  const uint32_t index = each.element.domain_id - 1;
+  port.attached_list_index =
       list(attached_lists_per_vsan(shape_), index * shape_.ports + port.physical_port - 1);
-  return made_.attached[port.attached_list];
+  return made_.attached[port.attached_list_index];
 }
 
 void VsanGenerator::attach_devices(Switch &each) {
@@ -310,7 +314,7 @@ bool VsanGenerator::add_attached(const Switch &each, fcs::Port &port, uint8_t ma
   if (device_ports_[mac] == kMaxSwitchPorts) {
     return false;
   }
-  const auto domain = static_cast<uint8_t>(each.element.entry.domain_id);
+  const auto domain = static_cast<uint8_t>(each.element.domain_id);
   attached_list(each, port)
       .push_back(attach(port_name(++device_ports_[mac], mac), domain,
                         static_cast<uint8_t>(port.physical_port), loop_address));

@@ -23,11 +23,11 @@ struct GeneratedVsan {
 
   fcs::Vsan vsan;
   std::vector<Switch> switches;
-  std::vector<fcs::Platform> platforms;
+  std::vector<PlatformEntry> platforms;
   /** By list index. */
   std::map<uint32_t, std::vector<AttachedName>> attached;
-  std::map<uint32_t, std::vector<fcs::NodeName>> node_names;
-  std::map<uint32_t, std::vector<fcs::MgmtAddr>> mgmt_addrs;
+  std::map<uint32_t, std::vector<NodeNameEntry>> node_names;
+  std::map<uint32_t, std::vector<MgmtAddrEntry>> mgmt_addrs;
 };
 
 /** How many list indexes each VSAN has: the first VSAN has 1 and up, and so on. */

@@ -10,15 +10,17 @@ namespace {
 
 using Mac = std::array<uint8_t, 6>;
 
-fcs::Wwn port_name_of(fcs::Octets attached_name) {
+/** The first octets of a name that is as long or longer. */
+fcs::Wwn wwn_of(fcs::Octets octets) {
   fcs::Wwn name{};
-  std::ranges::copy(attached_name.first(name.size()), name.begin());
+  std::copy_n(octets.begin(), name.size(), name.begin());
   return name;
 }
 
-Mac mac_of(const fcs::Wwn &name) {
+/** The last octets of a world-wide name. */
+Mac mac_of(fcs::Octets name) {
   Mac mac{};
-  std::copy_n(name.end() - mac.size(), mac.size(), mac.begin());
+  std::ranges::copy(name.last(mac.size()), mac.begin());
   return mac;
 }
 
@@ -45,36 +47,36 @@ private:
     });
     for (size_t i = 0; i < map_.elements.size(); ++i) {
       MappedElement &mapped = map_.elements[i];
-      if (mapped.element.entry.port_list_index == 0) {
+      if (mapped.element.port_list_index == 0) {
         continue;
       }
-      fabric_.ports(mapped.element.entry.port_list_index, [&](const fcs::Port &port) {
-        ports_.emplace(port.name, PortPlace{i, mapped.ports.size()});
+      fabric_.ports(mapped.element.port_list_index, [&](const fcs::Port &port) {
+        ports_.emplace(wwn_of(port.name), PortPlace{i, mapped.ports.size()});
         mapped.ports.push_back(port);
       });
     }
   }
 
   void read_platforms() {
-    fabric_.platforms(map_.vsan.discovery.vsan, [this](const fcs::Platform &platform) {
+    fabric_.platforms(map_.vsan.discovery.vsan, [this](const PlatformEntry &platform) {
       map_.platforms.push_back(platform);
     });
     for (size_t i = 0; i < map_.platforms.size(); ++i) {
-      if (map_.platforms[i].node_name_list != 0) {
-        fabric_.node_names(map_.platforms[i].node_name_list, [this, i](const fcs::NodeName &name) {
-          platforms_.emplace(mac_of(name.name), i);
-        });
+      if (map_.platforms[i].node_name_list_index != 0) {
+        fabric_.node_names(
+            map_.platforms[i].node_name_list_index,
+            [this, i](const NodeNameEntry &name) { platforms_.emplace(mac_of(name.name), i); });
       }
     }
   }
 
   void attach(PortPlace place) {
-    const uint32_t list = map_.elements[place.element].ports[place.port].attached_list;
+    const uint32_t list = map_.elements[place.element].ports[place.port].attached_list_index;
     if (list == 0) {
       return;
     }
     fabric_.attached_names(list, [&](const fcs::Octets &attached_name) {
-      const fcs::Wwn name = port_name_of(attached_name);
+      const fcs::Wwn name = wwn_of(attached_name);
       const auto peer = ports_.find(name);
       if (peer != ports_.end()) {
         links_.insert({std::min(place, peer->second), std::max(place, peer->second)});

@@ -51,7 +51,7 @@ struct Attachment {
 struct FabricMap {
   fcs::Vsan vsan;
   std::vector<MappedElement> elements;
-  std::vector<fcs::Platform> platforms; ///< Attached or not.
+  std::vector<PlatformEntry> platforms; ///< Attached or not.
   std::vector<fcs::Wwn> strangers;
   std::vector<Link> links; ///< Each once, however many of its ends tell of it.
   std::vector<Attachment> attachments;

@@ -111,16 +111,16 @@ std::string port_rows(const std::vector<fcs::Port> &ports, const Chosen &chosen)
 }
 
 std::string element_head(const fcs::Element &element) {
-  const IeEntry &entry = element.entry;
   const std::string_view name =
-      fcs::text_of(fcs::Octets(entry.logical_name, entry.logical_name_length));
-  std::string text = "<B>" + (name.empty() ? fcs::to_wwn(entry.name) : label_name(name)) + "</B>";
-  text += "<BR/>" +
-          small(word_or_code(fcs::kElementTypes, entry.type) +
-                (entry.domain_id == 0 ? "" : " &#183; domain " + std::to_string(entry.domain_id)) +
-                (element.local ? " &#183; local" : ""));
+      fcs::text_of(fcs::Octets(element.logical_name, element.logical_name_length));
+  std::string text = "<B>" + (name.empty() ? fcs::to_wwn(element.name) : label_name(name)) + "</B>";
+  text +=
+      "<BR/>" +
+      small(word_or_code(fcs::kElementTypes, element.type) +
+            (element.domain_id == 0 ? "" : " &#183; domain " + std::to_string(element.domain_id)) +
+            (element.local ? " &#183; local" : ""));
   if (!name.empty()) {
-    text += "<BR/>" + small(fcs::to_wwn(entry.name));
+    text += "<BR/>" + small(fcs::to_wwn(element.name));
   }
   return text;
 }
@@ -139,17 +139,16 @@ std::string element_label(const FabricMap &map, size_t index) {
   return R"(<TABLE BORDER="0" CELLBORDER="0" CELLSPACING="2" CELLPADDING="4" BGCOLOR="white">)" +
          port_rows(mapped.ports, [&upper](size_t port) { return upper.contains(port); }) +
          R"(<TR><TD COLSPAN=")" + std::to_string(columns) + R"(" BGCOLOR=")" +
-         look_of_element(mapped.element.entry.type).fill +
-         R"(" CELLPADDING="7"><FONT COLOR="white">)" + element_head(mapped.element) +
-         "</FONT></TD></TR>" +
+         look_of_element(mapped.element.type).fill + R"(" CELLPADDING="7"><FONT COLOR="white">)" +
+         element_head(mapped.element) + "</FONT></TD></TR>" +
          port_rows(mapped.ports, [&upper](size_t port) { return !upper.contains(port); }) +
          "</TABLE>";
 }
 
-std::string platform_label(const fcs::Platform &platform) {
-  return (platform.name.empty() ? "<I>(no&#160;name)</I>"
-                                : "<B>" + label_name(platform.name) + "</B>") +
-         "<BR/>" + small(word_or_code(fcs::kPlatformTypes, platform.type));
+std::string platform_label(const PlatformEntry &platform) {
+  const std::string_view name = fcs::text_of(fcs::Octets(platform.name, platform.name_length));
+  return (name.empty() ? "<I>(no&#160;name)</I>" : "<B>" + label_name(name) + "</B>") + "<BR/>" +
+         small(word_or_code(fcs::kPlatformTypes, platform.type));
 }
 
 void write_device(std::ostream &out, const std::string &id, const DeviceLook &look,
