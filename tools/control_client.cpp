@@ -2,7 +2,7 @@
 
 #include "common/wire/ipc_wire.h"
 #include "feature/fabric_conf_server/fcs_protocol.h"
-#include "service_connection.h"
+#include "tool_connection.h"
 
 #include <algorithm>
 
@@ -26,7 +26,7 @@ std::string result_text(int32_t result) {
 
 std::string control_request(const std::string &socket, FcsControlMessage opcode,
                             std::string_view payload) {
-  ServiceConnection connection(socket, ipc_wire::kControl);
+  ToolConnection connection(socket, ipc_wire::kControl);
   ipc_wire::Frame frame{};
   frame.header.sequence = 1;
   frame.header.opcode = opcode;

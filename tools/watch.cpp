@@ -1,9 +1,9 @@
 #include "fcsctl.h"
 #include "feature/fabric_conf_server/fcs_protocol.h"
 #include "service/fabric/octets.h"
-#include "service_connection.h"
 #include "time_text.h"
 
+#include "tool_connection.h"
 #include <algorithm>
 #include <chrono>
 #include <cstring>
@@ -69,7 +69,7 @@ int64_t now_ns() {
 }
 
 void watch(const std::string &socket) {
-  ServiceConnection connection(socket, ipc_wire::kNotification);
+  ToolConnection connection(socket, ipc_wire::kNotification);
   for (;;) {
     ipc_wire::Frame frame{};
     const size_t length = connection.receive_patiently(&frame, sizeof(frame));

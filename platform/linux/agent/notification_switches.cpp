@@ -17,19 +17,19 @@ namespace {
 /** A line of the store: the token, the message opcode, and 0 or 1. */
 constexpr char kToken[] = "fcsNotifyEnabled";
 
-struct Switch {
+struct NotificationSwitch {
   uint32_t opcode;
   int32_t enabled;
 };
 
 /** Off until a manager switches them on. */
-Switch switches[] = {{FCS_MSG_REG_REQ_REJ, 0}, {FCS_MSG_DISC_COMPLETE, 0}};
+NotificationSwitch switches[] = {{FCS_MSG_REG_REQ_REJ, 0}, {FCS_MSG_DISC_COMPLETE, 0}};
 
 /** Of the turn of the agent's loop in which they are stored; 0 when the store is up to date. */
 unsigned int store_alarm;
 
-Switch *switch_of(uint32_t opcode) {
-  for (Switch &candidate : switches) {
+NotificationSwitch *switch_of(uint32_t opcode) {
+  for (NotificationSwitch &candidate : switches) {
     if (candidate.opcode == opcode) {
       return &candidate;
     }
@@ -49,7 +49,7 @@ void read_line(const char * /*token*/, char *arguments) {
 }
 
 int write_lines(int /*major*/, int /*minor*/, void * /*server*/, void * /*client*/) {
-  for (const Switch &entry : switches) {
+  for (const NotificationSwitch &entry : switches) {
     std::string line = std::string(kToken) + " " + std::to_string(entry.opcode) + " " +
                        std::to_string(entry.enabled);
     snmpd_store_config(line.data());
@@ -85,12 +85,12 @@ void notification_switches_unregister() {
 }
 
 int32_t agent_notif_enable_get(uint32_t opcode) {
-  const Switch *entry = switch_of(opcode);
+  const NotificationSwitch *entry = switch_of(opcode);
   return entry == nullptr ? 0 : entry->enabled;
 }
 
 int32_t agent_notif_enable_set(uint32_t opcode, int32_t enable) {
-  Switch *entry = switch_of(opcode);
+  NotificationSwitch *entry = switch_of(opcode);
   if (entry == nullptr) {
     return -1;
   }

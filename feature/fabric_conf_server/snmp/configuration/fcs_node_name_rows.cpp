@@ -31,7 +31,7 @@ int reserve(const FcsRowWrite &write) {
 int confirm(const FcsRowWrite &write) {
   const int32_t status = write.integer();
   FCS_DETAIL_AS(write.handler, "%s:enter rev2\n");
-  fcs_mark_current_value(write);
+  fcs_make_current_status_active(write);
   const bool live = fcs_is_live(header_fcs_node_name_list_table, write);
   if (live && status != RS_DESTROY && status != RS_ACTIVE) {
     FCS_DETAIL_AS(write.handler, "%s:inconsis\n");

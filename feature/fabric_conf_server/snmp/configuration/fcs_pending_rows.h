@@ -177,7 +177,7 @@ template <typename Row>
 int fcs_confirm_status(const FcsAssembledTable<Row> &table, const FcsRowWrite &write) {
   const int32_t status = write.integer();
   FCS_DETAIL_AS(write.handler, "%s:enter rev2\n");
-  fcs_mark_current_value(write);
+  fcs_make_current_status_active(write);
   if (fcs_is_live(table.lookup, write) && status != RS_DESTROY && status != RS_ACTIVE) {
     FCS_DETAIL_LINE(write.handler, table.status.live);
     return SNMP_ERR_INCONSISTENTVALUE;

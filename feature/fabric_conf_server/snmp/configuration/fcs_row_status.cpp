@@ -26,7 +26,7 @@ int fcs_check_row_status(const FcsRowStatusLimits &limits, const FcsRowWrite &wr
   return SNMP_ERR_NOERROR;
 }
 
-void fcs_mark_current_value(const FcsRowWrite &write) {
+void fcs_make_current_status_active(const FcsRowWrite &write) {
   if (write.current != nullptr) {
     *write.current = RS_ACTIVE;
   }

@@ -17,8 +17,8 @@ struct FcsRowStatusLimits {
  */
 int fcs_check_row_status(const FcsRowStatusLimits &limits, const FcsRowWrite &write);
 
-/** Puts 1, active, into the value that the read handler returned, if it returned one. */
-void fcs_mark_current_value(const FcsRowWrite &write);
+/** Makes the status that the read handler returned active, if it returned one. */
+void fcs_make_current_status_active(const FcsRowWrite &write);
 
 /** "Create" or "Delete", as events call what a RowStatus asks for. */
 const char *fcs_row_status_verb(int32_t status);

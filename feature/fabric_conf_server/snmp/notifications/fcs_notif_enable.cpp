@@ -7,17 +7,17 @@
 namespace {
 
 /** One switch: its key at the agent host, and its texts. */
-struct Switch {
+struct NotificationSwitch {
   FcsMessage opcode;
   FcsWriteLimits limits;
   FcsLine failed;
 };
 
-constexpr Switch kReqRej = {
+constexpr NotificationSwitch kReqRej = {
     FCS_MSG_REG_REQ_REJ,
     {"fcsReqRejNotifyEnable", ASN_INTEGER, 4, "%s:wr type\n", "%s:bad len\n"},
     "%s:gen error\n"};
-constexpr Switch kDiscoveryComplete = {
+constexpr NotificationSwitch kDiscoveryComplete = {
     FCS_MSG_DISC_COMPLETE,
     {"fcsDiscoveryCompleteNotifyEnable", ASN_INTEGER, 4, "%s:wrong type\n", "%s:wrong len\n"},
     "%s:gen err\n"};
@@ -26,8 +26,8 @@ constexpr Switch kDiscoveryComplete = {
 constexpr int32_t kTrue = 1;
 constexpr int32_t kFalse = 2;
 
-int reserve(const Switch &notification, const char *handler, const u_char *value, u_char type,
-            size_t length) {
+int reserve(const NotificationSwitch &notification, const char *handler, const u_char *value,
+            u_char type, size_t length) {
   FCS_DETAIL_AS(handler, "%s:enter rev1\n");
   if (const int refusal = fcs_check_value(notification.limits, handler, type, length);
       refusal != SNMP_ERR_NOERROR) {
@@ -42,7 +42,7 @@ int reserve(const Switch &notification, const char *handler, const u_char *value
   return SNMP_ERR_NOERROR;
 }
 
-int act(const Switch &notification, const char *handler, const u_char *value) {
+int act(const NotificationSwitch &notification, const char *handler, const u_char *value) {
   FCS_DETAIL_AS(handler, "%s:enter action\n");
   const bool enable = static_cast<int32_t>(fcs_value_word(value)) == kTrue;
   const int32_t error = agent_notif_enable_set(notification.opcode, enable ? 1 : 0);
@@ -55,8 +55,8 @@ int act(const Switch &notification, const char *handler, const u_char *value) {
   return SNMP_ERR_NOERROR;
 }
 
-int write(const Switch &notification, const char *handler, int action, const u_char *value,
-          u_char type, size_t length) {
+int write(const NotificationSwitch &notification, const char *handler, int action,
+          const u_char *value, u_char type, size_t length) {
   switch (action) {
   case RESERVE1: return reserve(notification, handler, value, type, length);
   case ACTION: return act(notification, handler, value);

@@ -1,4 +1,4 @@
-#include "service_connection.h"
+#include "tool_connection.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -29,7 +29,7 @@ bool wait_until_readable(int fd, Clock::time_point deadline) {
 
 } // namespace
 
-ServiceConnection::ServiceConnection(const std::string &path, ipc_wire::Purpose purpose)
+ToolConnection::ToolConnection(const std::string &path, ipc_wire::Purpose purpose)
     : path_(path), fd_(ipc_wire::connect_to(path, SOCK_NONBLOCK)) {
   if (fd_) {
     greet(purpose);
@@ -42,7 +42,7 @@ ServiceConnection::ServiceConnection(const std::string &path, ipc_wire::Purpose 
                        : std::string("cannot connect: ") + std::strerror(errno));
 }
 
-void ServiceConnection::greet(ipc_wire::Purpose purpose) {
+void ToolConnection::greet(ipc_wire::Purpose purpose) {
   const ipc_wire::Greeting greeting = ipc_wire::greeting_for(purpose);
   send(&greeting, sizeof(greeting));
   ipc_wire::GreetingReply reply{};
@@ -53,13 +53,13 @@ void ServiceConnection::greet(ipc_wire::Purpose purpose) {
   }
 }
 
-void ServiceConnection::send(const void *message, size_t length) {
+void ToolConnection::send(const void *message, size_t length) {
   if (::send(fd_.get(), message, length, MSG_NOSIGNAL) < 0) {
     fail(std::string("cannot send: ") + std::strerror(errno));
   }
 }
 
-size_t ServiceConnection::receive(void *room, size_t length) {
+size_t ToolConnection::receive(void *room, size_t length) {
   if (!wait_until_readable(fd_.get(), Clock::now() + kPatience)) {
     fail("the FCS service does not answer");
   }
@@ -70,13 +70,13 @@ size_t ServiceConnection::receive(void *room, size_t length) {
   return static_cast<size_t>(got);
 }
 
-size_t ServiceConnection::receive_patiently(void *room, size_t length) {
+size_t ToolConnection::receive_patiently(void *room, size_t length) {
   while (!wait_until_readable(fd_.get(), Clock::now() + std::chrono::hours(1))) {
   }
   return receive(room, length);
 }
 
-void ServiceConnection::fail(const std::string &fault) const {
+void ToolConnection::fail(const std::string &fault) const {
   throw std::runtime_error(path_ + ": " + fault);
 }
 

@@ -12,10 +12,10 @@
 namespace fcsctl {
 
 /** A greeted connection. The functions throw std::runtime_error naming the socket and the fault. */
-class ServiceConnection {
+class ToolConnection {
 public:
   /** Connects to the service at `path`; waits for two seconds at most. */
-  ServiceConnection(const std::string &path, ipc_wire::Purpose purpose);
+  ToolConnection(const std::string &path, ipc_wire::Purpose purpose);
 
   void send(const void *message, size_t length);
   /** Waits for a message, two seconds at most; how many octets it has. */
