@@ -95,7 +95,7 @@ void trace(benchmark::State &state, const char *level) {
   record_history(level);
   int number = 0;
   while (state.KeepRunning()) {
-    FCS_DETAIL("%s:vsan index %d\n", ++number);
+    FCS_DETAIL_VALUES("%s:vsan index %d\n", ++number);
   }
 }
 

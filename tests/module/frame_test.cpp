@@ -196,7 +196,7 @@ TEST(Exchange, SetReturnsTheResultAndKeepsTheStatus) {
 }
 
 void trace_one_line(int number) {
-  FCS_DETAIL("%s:%d\n", number);
+  FCS_DETAIL_VALUES("%s:%d\n", number);
 }
 
 TEST(Trace, HistoryAndConsoleAreFilteredIndependently) {

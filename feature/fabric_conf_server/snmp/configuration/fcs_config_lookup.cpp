@@ -41,8 +41,8 @@ int32_t header_fcs_platform_table(const oid *base, size_t base_length, oid *name
   if (!fcs_read_pair_index(request, record)) {
     return kNoRow;
   }
-  FCS_DETAIL("%s:vsan index %d, platform index %d\n", record->record.vsan,
-             record->record.platform_index);
+  FCS_DETAIL_VALUES("%s:vsan index %d, platform index %d\n", record->record.vsan,
+                    record->record.platform_index);
   const FcsVsanTable table = {.record_id = FCS_REC_PLATFORM,
                               .key = &platform_key,
                               .key_length = sizeof(platform_key),
@@ -67,7 +67,7 @@ int32_t header_fcs_node_name_list_table(const oid *base, size_t base_length, oid
   if (!fcs_read_index(kNodeNameIndex, request, record)) {
     return kNoRow;
   }
-  FCS_DETAIL("%s:node name index %d\n", record->record.list_index);
+  FCS_DETAIL_VALUES("%s:node name index %d\n", record->record.list_index);
   if (!fcs_fetch_row(FCS_REC_NODE_NAME, request, record, sizeof(NodeNameEntry))) {
     return kNoRow;
   }

@@ -87,7 +87,7 @@ int write_fcsVsanDiscoveryName(int action, u_char *value, u_char type, size_t le
     fcs_discovery_name_len = static_cast<uint32_t>(length);
     const int printed_length = static_cast<int>(length);
     fprintf(stderr, "Len of discovery name %d\n", printed_length);
-    FCS_DETAIL("%s:Len of discovery name %d\n", printed_length);
+    FCS_DETAIL_VALUES("%s:Len of discovery name %d\n", printed_length);
     copy_text(fcs_discovery_name_staged, reinterpret_cast<const char *>(value), length);
     FCS_DETAIL("%s:exit rev2\n");
     return SNMP_ERR_NOERROR;

@@ -25,7 +25,7 @@ bool header_fcs_disc_status_table(const FcsRowRequest &request) {
   if (!fcs_read_index(kIndex, request, &discovery)) {
     return false;
   }
-  FCS_DETAIL("%s:vsan index %d\n", static_cast<int32_t>(discovery.record.vsan));
+  FCS_DETAIL_VALUES("%s:vsan index %d\n", static_cast<int32_t>(discovery.record.vsan));
   if (!fcs_fetch_visible_row(kTable, request)) {
     return false;
   }

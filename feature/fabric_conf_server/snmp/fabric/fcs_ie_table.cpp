@@ -24,7 +24,7 @@ bool header_fcs_ie_table(const FcsRowRequest &request) {
   if (!fcs_read_index(kIndex, request, &ie)) {
     return false;
   }
-  FCS_DETAIL("%s:vsan index %d\n", static_cast<int32_t>(ie.record.vsan));
+  FCS_DETAIL_VALUES("%s:vsan index %d\n", static_cast<int32_t>(ie.record.vsan));
   if (!fcs_fetch_visible_row(kTable, request)) {
     return false;
   }

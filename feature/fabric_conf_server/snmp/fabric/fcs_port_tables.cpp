@@ -38,7 +38,7 @@ bool header_fcs_port_list_table(const FcsRowRequest &request) {
   if (!fcs_read_index(kPortListIndex, request, &port_list)) {
     return false;
   }
-  FCS_DETAIL("%s:port list index %d\n", static_cast<int32_t>(port_list.record.list_index));
+  FCS_DETAIL_VALUES("%s:port list index %d\n", static_cast<int32_t>(port_list.record.list_index));
   if (!fcs_fetch_row(FCS_REC_PORT_LIST, request, &port_list, sizeof(port_list.record))) {
     return false;
   }
@@ -71,8 +71,8 @@ bool header_fcs_attach_port_table(const FcsRowRequest &request) {
   if (!fcs_read_index(kAttachedIndex, request, &attached)) {
     return false;
   }
-  FCS_DETAIL("%s:entry attach port name index %d\n",
-             static_cast<int32_t>(attached.record.list_index));
+  FCS_DETAIL_VALUES("%s:entry attach port name index %d\n",
+                    static_cast<int32_t>(attached.record.list_index));
   if (!fcs_fetch_row(FCS_REC_ATTACH_PORT, request, &attached, sizeof(attached.record))) {
     return false;
   }

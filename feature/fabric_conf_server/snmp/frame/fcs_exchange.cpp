@@ -37,7 +37,7 @@ void fcs_get_data(uint32_t record_id, uint32_t operation, const void *payload,
   FCS_DETAIL("%s:before sending cmi\n");
   void *response = nullptr;
   fcs_req_status = static_cast<uint8_t>(exchange(operation, &request, &response, &length));
-  FCS_DETAIL("%s:err %d\n", fcs_req_status);
+  FCS_DETAIL_VALUES("%s:err %d\n", fcs_req_status);
   if (fcs_req_status != 0) {
     return;
   }
@@ -48,7 +48,7 @@ void fcs_get_data(uint32_t record_id, uint32_t operation, const void *payload,
   std::copy_n(octets, std::min<size_t>(received, sizeof(first_word)),
               reinterpret_cast<uint8_t *>(&first_word));
   const int printed_length = static_cast<int>(received);
-  FCS_DETAIL("%s:len = %d val = %d \n", printed_length, first_word);
+  FCS_DETAIL_VALUES("%s:len = %d val = %d \n", printed_length, first_word);
   printf("len = %d val = %d\n", printed_length, first_word);
   std::copy_n(octets, received, static_cast<uint8_t *>(answer));
   free(response);

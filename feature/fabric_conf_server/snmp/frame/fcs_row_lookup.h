@@ -33,8 +33,9 @@ struct FcsRowRequest {
 
 /** Traces a request in the index step of a table, under the step's own name. */
 #define FCS_DETAIL_REQUEST(request)                                                                \
-  FCS_DETAIL("%s:length %d, vp->namelen %d exact %d\n", static_cast<int>(*(request).length),       \
-             static_cast<int>((request).base_length), (request).exact)
+  FCS_DETAIL_VALUES("%s:length %d, vp->namelen %d exact %d\n",                                     \
+                    static_cast<int>(*(request).length), static_cast<int>((request).base_length),  \
+                    (request).exact)
 
 /** The request that a read handler got. */
 FcsRowRequest fcs_row_request(const variable *vp, oid *name, size_t *length, int exact,

@@ -95,13 +95,11 @@ template <size_t kTextSize> void fcs_trace_history(const FcsFixedDetail<kTextSiz
 /** Traces a detail that is data, an FcsLine; the text that it takes is the name of the function. */
 #define FCS_DETAIL_LINE(function, line) FCS_DETAIL_AS(function, (line).format("%s"))
 
-/** Traces a detail of the calling function. */
-#define FCS_DETAIL(format, ...)                                                                    \
-  FCS_DETAIL_##__VA_OPT__(NOT_)##FIXED(format __VA_OPT__(, ) __VA_ARGS__)
+/** Traces a detail of the calling function that has values in it. */
+#define FCS_DETAIL_VALUES(format, ...) FCS_DETAIL_AS(__func__, format, __VA_ARGS__)
 
-#define FCS_DETAIL_NOT_FIXED(...) FCS_DETAIL_AS(__func__, __VA_ARGS__)
-
-#define FCS_DETAIL_FIXED(format)                                                                   \
+/** Traces a detail of the calling function that has none. */
+#define FCS_DETAIL(format)                                                                         \
   FCS_TRACE_BY(static constexpr FcsFixedDetail<sizeof(__func__) + sizeof(format) - sizeof("%s")>   \
                    fixed_detail(__func__, format);                                                 \
                fcs_trace_history(fixed_detail), FCS_TRACE_DETAIL, format,                          \

@@ -197,14 +197,14 @@ u_char *var_zephrinFcsMIB(variable *vp, oid *name, size_t *length, int exact, si
 
   case fcsReqRejNotifyEnable: {
     const int32_t enabled = agent_notif_enable_get(FCS_MSG_REG_REQ_REJ);
-    FCS_DETAIL("%s:ret_code Rejnotif enable: 0x%x\n", static_cast<uint32_t>(enabled));
+    FCS_DETAIL_VALUES("%s:ret_code Rejnotif enable: 0x%x\n", static_cast<uint32_t>(enabled));
     FCS_DETAIL("%s:return Rejnotif number\n");
     return truth(enabled);
   }
 
   case fcsDiscoveryCompleteNotifyEnable: {
     const int32_t enabled = agent_notif_enable_get(FCS_MSG_DISC_COMPLETE);
-    FCS_DETAIL("%s:ret_code ComplteNotify enable: 0x%x\n", static_cast<uint32_t>(enabled));
+    FCS_DETAIL_VALUES("%s:ret_code ComplteNotify enable: 0x%x\n", static_cast<uint32_t>(enabled));
     FCS_DETAIL("%s:return Comnoti number\n");
     return truth(enabled);
   }
