@@ -1,6 +1,7 @@
 #include "generated_vsan.h"
 
 #include "service/fabric/fabric_columns.h"
+#include "service/fabric/fabric_terms.h"
 
 #include <algorithm>
 #include <optional>
@@ -11,15 +12,18 @@ namespace fcsctl {
 
 namespace {
 
-// FC-GS codes; their names in a description stand in service/fabric_terms.cpp.
-constexpr uint32_t kSwitch = 1;
-constexpr uint32_t kFPort = 0x81;
-constexpr uint32_t kFlPort = 0x82;
-constexpr uint32_t kEPort = 0x84;
-constexpr uint32_t kOnline = 1;
-constexpr uint32_t kOffline = 2;
-constexpr uint32_t kTesting = 3;
-constexpr uint32_t kFault = 4;
+constexpr uint32_t kSwitch = fcs::code(fcs::kElementTypes, "switch");
+constexpr uint32_t kFPort = fcs::code(fcs::kPortTypes, "F_Port");
+constexpr uint32_t kFlPort = fcs::code(fcs::kPortTypes, "FL_Port");
+constexpr uint32_t kEPort = fcs::code(fcs::kPortTypes, "E_Port");
+constexpr uint32_t kOnline = fcs::code(fcs::kPortStates, "online");
+constexpr uint32_t kOffline = fcs::code(fcs::kPortStates, "offline");
+constexpr uint32_t kTesting = fcs::code(fcs::kPortStates, "testing");
+constexpr uint32_t kFault = fcs::code(fcs::kPortStates, "fault");
+constexpr uint32_t kHost = fcs::code(fcs::kPlatformTypes, "host");
+constexpr uint32_t kArray = fcs::code(fcs::kPlatformTypes, "storageSubsystem");
+constexpr uint32_t kVault = fcs::code(fcs::kPlatformTypes, "storageDevice");
+constexpr uint32_t kGateway = fcs::code(fcs::kPlatformTypes, "gateway");
 
 /** The MAC address of what is attached and is no platform. */
 constexpr uint8_t kStrangerMac = 0x00;
@@ -183,8 +187,9 @@ void VsanGenerator::add_platform(uint32_t index) {
     const char *name;
     uint32_t type;
   };
-  static constexpr Kind kKinds[] = {{"host", 10},  {"host", 10}, {"host", 10}, {"host", 10},
-                                    {"array", 11}, {"vault", 9}, {"host", 10}, {"gateway", 5}};
+  static constexpr Kind kKinds[] = {{"host", kHost}, {"host", kHost},      {"host", kHost},
+                                    {"host", kHost}, {"array", kArray},    {"vault", kVault},
+                                    {"host", kHost}, {"gateway", kGateway}};
   const Kind &kind = kKinds[dice_.below(std::size(kKinds))];
   PlatformEntry platform{};
   platform.vsan = static_cast<int32_t>(id_);

@@ -19,12 +19,12 @@ struct StateLook {
   const char *text;
 };
 
-/** By FC-GS port state; whatever is beyond looks like the last. */
+/** A state that has no word looks like the last. */
 constexpr StateLook kStates[] = {
     {"unknown", "#e2e8f0", "#475569"}, {"online", "#16a34a", "white"},
     {"offline", "#94a3b8", "white"},   {"testing", "#eab308", "#422006"},
     {"fault", "#dc2626", "white"},     {"other", "#a855f7", "white"}};
-constexpr uint32_t kOnline = 1;
+constexpr uint32_t kOnline = fcs::code(fcs::kPortStates, "online");
 
 /** How an element looks: the colour of its head. */
 struct ElementLook {
@@ -32,7 +32,7 @@ struct ElementLook {
   const char *fill;
 };
 
-/** By FC-GS element type; whatever is beyond looks like the first. */
+/** A type that has no word looks like the first. */
 constexpr ElementLook kElementLooks[] = {
     {"unknown", "#64748b"}, {"switch", "#1e3a5f"}, {"hub", "#0f766e"}, {"bridge", "#7c2d12"}};
 
@@ -50,17 +50,21 @@ constexpr DeviceLook kStranger = {"device without a platform", "ellipse", "white
 /** Ports of an element beside each other. */
 constexpr size_t kPortsInRow = 8;
 
+/** The look of a code, which has its word for a name; `other` if there is none. */
 template <typename Look, size_t kCount>
-const Look &look_of(const Look (&looks)[kCount], uint32_t code, size_t beyond) {
-  return looks[code < kCount ? code : beyond];
+const Look &look_of(const Look (&looks)[kCount], fcs::Terms terms, uint32_t code,
+                    const Look &other) {
+  const auto word = fcs::word_of(terms, code).value_or("");
+  const auto look = std::ranges::find(looks, word, &Look::name);
+  return look == std::end(looks) ? other : *look;
 }
 
 const StateLook &look_of_state(uint32_t state) {
-  return look_of(kStates, state, std::size(kStates) - 1);
+  return look_of(kStates, fcs::kPortStates, state, *std::rbegin(kStates));
 }
 
 const ElementLook &look_of_element(uint32_t type) {
-  return look_of(kElementLooks, type, 0);
+  return look_of(kElementLooks, fcs::kElementTypes, type, *std::begin(kElementLooks));
 }
 
 const DeviceLook &look_of_platform(uint32_t type) {
