@@ -1,5 +1,6 @@
 #include "common/history/event_history.h"
 #include "fcsctl.h"
+#include "output.h"
 #include "time_text.h"
 
 #include <array>
@@ -7,7 +8,6 @@
 #include <cstdio>
 #include <ctime>
 #include <deque>
-#include <iostream>
 #include <map>
 #include <memory>
 #include <optional>
@@ -75,13 +75,6 @@ void read_records(EventHistoryReader &reader, const Options &options, Print prin
     if (!options.level || record.level == *options.level) {
       print(record_line(record));
     }
-  }
-}
-
-void print_line(const std::string &line) {
-  std::cout << line << '\n' << std::flush;
-  if (!std::cout) {
-    throw std::runtime_error("standard output: cannot be written");
   }
 }
 

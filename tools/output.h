@@ -9,6 +9,9 @@
 
 namespace fcsctl {
 
+/** Writes a line to standard output at once. Throws std::runtime_error when it cannot. */
+void print_line(const std::string &line);
+
 /**
  * Writes what `write` makes to the file at `path`, - for standard output. A file that is there
  * stays as it was until the new one is whole, and when anything fails. Throws std::runtime_error

@@ -1,5 +1,6 @@
 #include "fcsctl.h"
 #include "feature/fabric_conf_server/fcs_protocol.h"
+#include "output.h"
 #include "service/fabric/octets.h"
 #include "time_text.h"
 
@@ -7,8 +8,6 @@
 #include <algorithm>
 #include <chrono>
 #include <cstring>
-#include <iostream>
-#include <stdexcept>
 
 namespace fcsctl {
 
@@ -77,12 +76,7 @@ void watch(const std::string &socket) {
       connection.fail("the FCS service's notification makes no sense");
     }
     const fcs::Octets payload(frame.payload, length - sizeof(frame.header));
-    std::cout << time_text(now_ns()) << ' ' << notification_text(frame.header.opcode, payload)
-              << '\n'
-              << std::flush;
-    if (!std::cout) {
-      throw std::runtime_error("standard output: cannot be written");
-    }
+    print_line(time_text(now_ns()) + " " + notification_text(frame.header.opcode, payload));
   }
 }
 
