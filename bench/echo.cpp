@@ -2,13 +2,13 @@
  * bench_echo: what the transport of an exchange costs by itself. Two processes, a SOCK_SEQPACKET
  * socket between them, both block; the records are as long as those of an exchange.
  */
+#include "common/program/program.h"
 #include "sample.h"
 
 #include <CLI/CLI.hpp>
 
 #include <cerrno>
 #include <cstdint>
-#include <exception>
 #include <iostream>
 #include <sys/socket.h>
 #include <sys/wait.h>
@@ -73,28 +73,18 @@ void measure(const Options &options) {
   waitpid(server, nullptr, 0);
 }
 
-int run(int argc, char **argv) {
-  Options options;
-  CLI::App app("Exchanges records over a socket, and tells what it took as JSON.", "bench_echo");
+void describe(CLI::App &app) {
+  static Options options;
   app.add_option("--request", options.request, "Octets of a request");
   app.add_option("--reply", options.reply, "Octets of a reply");
   app.add_option("--seconds", options.seconds, "How long");
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::ParseError &error) {
-    return app.exit(error) == 0 ? 0 : 2;
-  }
-  measure(options);
-  return 0;
+  app.callback([] { measure(options); });
 }
 
 } // namespace
 
 int main(int argc, char **argv) {
-  try {
-    return run(argc, argv);
-  } catch (const std::exception &error) {
-    std::cerr << "bench_echo: " << error.what() << '\n';
-    return 1;
-  }
+  return run_program(
+      {"bench_echo", "Exchanges records over a socket, and tells what it took as JSON.", describe},
+      argc, argv);
 }

@@ -2,6 +2,7 @@
  * bench_manager: a manager that costs next to nothing, so that a walk's time is the agent's. One
  * request at a time, SNMPv2c on loopback.
  */
+#include "common/program/program.h"
 #include "library_walk.h"
 #include "sample.h"
 #include "snmp_message.h"
@@ -13,7 +14,6 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
-#include <exception>
 #include <iostream>
 #include <netinet/in.h>
 #include <stdexcept>
@@ -260,9 +260,8 @@ constexpr WalkCommand kWalkCommands[] = {
     {"rows", print_rows, "Prints a subtree: INDEX TYPE VALUE"},
 };
 
-int run(int argc, char **argv) {
-  Options options;
-  CLI::App app("Walks and sets, and tells what it took as JSON.", "bench_manager");
+void describe(CLI::App &app) {
+  static Options options;
   app.require_subcommand(1);
   app.fallthrough();
   app.add_option("--port", options.port, "UDP port of the agent on loopback")->required();
@@ -276,26 +275,16 @@ int run(int argc, char **argv) {
     command->add_option("--bulk", options.bulk, "Repetitions of a GETBULK; 0 for GETNEXT");
     command->add_option("--seconds", options.seconds, "How long; 0 for one walk");
     command->add_option("--warm-up", options.warm_up, "Seconds of walking before that");
-    command->callback([&options, action = walker.action] { action(options); });
+    command->callback([action = walker.action] { action(options); });
   }
   CLI::App *command = app.add_subcommand("set", "Sends a SET for each binding");
   command->add_option("bindings", options.bindings, "OID=i:NUMBER or OID=x:HEX")->required();
-  command->callback([&options] { set(options); });
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::ParseError &error) {
-    return app.exit(error) == 0 ? 0 : 2;
-  }
-  return 0;
+  command->callback([] { set(options); });
 }
 
 } // namespace
 
 int main(int argc, char **argv) {
-  try {
-    return run(argc, argv);
-  } catch (const std::exception &error) {
-    std::cerr << "bench_manager: " << error.what() << '\n';
-    return 1;
-  }
+  return run_program({"bench_manager", "Walks and sets, and tells what it took as JSON.", describe},
+                     argc, argv);
 }

@@ -1,6 +1,7 @@
 /**
  * fcsd: the FCS service. Owns the fabric and answers the SNMP module's requests.
  */
+#include "common/program/program.h"
 #include "service/configuration/configuration.h"
 #include "service/description/fabric_json.h"
 #include "service/discovery/discovery.h"
@@ -123,10 +124,8 @@ void serve(const Options &options) {
   fcs::log_line("stopped");
 }
 
-int run(int argc, char **argv) {
-  Options options;
-  CLI::App app("The FCS service: keeps the fabric and answers the SNMP module's requests.", "fcsd");
-  app.option_defaults()->always_capture_default();
+void describe(CLI::App &app) {
+  static Options options;
   app.add_option("--socket", options.socket, "Socket to listen on");
   app.add_option("--store", options.store, "Database that holds the fabric");
   app.add_option("--group", options.group, "Group whose members may connect, besides root");
@@ -139,27 +138,20 @@ int run(int argc, char **argv) {
                  "Whether notifications of rejects are wanted from now on (0 or 1)");
   app.add_option("--complete-notifications", options.wants_completions,
                  "Whether notifications of completed discoveries are wanted from now on (0 or 1)");
-  app.set_version_flag("--version", "fcsd " FCS_VERSION);
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::ParseError &error) {
-    return app.exit(error) == 0 ? 0 : 2;
-  }
-  try {
-    serve(options);
-  } catch (const Stopped &) {
-    fcs::log_line("stopped before it was ready");
-  }
-  return 0;
+  app.callback([] {
+    try {
+      serve(options);
+    } catch (const Stopped &) {
+      fcs::log_line("stopped before it was ready");
+    }
+  });
 }
 
 } // namespace
 
 int main(int argc, char **argv) {
-  try {
-    return run(argc, argv);
-  } catch (const std::exception &error) {
-    fcs::log_line("%s", error.what());
-    return 1;
-  }
+  return run_program({"fcsd",
+                      "The FCS service: keeps the fabric and answers the SNMP module's requests.",
+                      describe, [](const char *error) { fcs::log_line("%s", error); }},
+                     argc, argv);
 }

@@ -1,0 +1,28 @@
+#include "program.h"
+
+#include <CLI/CLI.hpp>
+#include <exception>
+#include <iostream>
+
+int run_program(const Program &program, int argc, char **argv) {
+  try {
+    CLI::App app(program.purpose, program.name);
+    app.option_defaults()->always_capture_default();
+    app.set_version_flag("--version", std::string(program.name) + " " FCS_VERSION);
+    program.describe(app);
+    try {
+      app.parse(argc, argv);
+    } catch (const CLI::ParseError &error) {
+      return app.exit(error) == 0 ? 0 : 2;
+    }
+    return 0;
+  } catch (const std::exception &error) {
+    std::cout.flush();
+    if (program.report != nullptr) {
+      program.report(error.what());
+    } else {
+      std::cerr << program.name << ": " << error.what() << '\n';
+    }
+    return 1;
+  }
+}
