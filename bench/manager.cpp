@@ -99,8 +99,8 @@ public:
         start_(options.from.empty() ? root_ : encode_name(options.root + "." + options.from)),
         position_(start_) {}
 
-  /** Takes the next varbinds, each handed to `visit`. \return false when the walk has ended; the
-   * next step begins it anew. */
+  /** Hands the next varbinds to `visit`.
+   *  \return false when the walk has ended; the next step begins it anew. */
   template <typename Visit> bool step(Visit visit) {
     const Binding asked{position_, kNull, {}};
     const Response &response =

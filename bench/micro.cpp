@@ -212,8 +212,7 @@ template <void shift(const VsanBitmap *, VsanBitmap *)> void bitmap_shift(benchm
 BENCHMARK(bitmap_shift<fcs_vsan_shift_up>);
 BENCHMARK(bitmap_shift<fcs_vsan_shift_down>);
 
-/** Runs the benchmarks with their results on the real standard output: the module prints there,
- * too. */
+/** Runs the benchmarks; standard output gets their results and not what the module prints there. */
 void run() {
   const TemporaryDirectory directory;
   __gnu_cxx::stdio_filebuf<char> real_output(dup(STDOUT_FILENO), std::ios::out);

@@ -25,7 +25,8 @@ using Table = std::map<std::vector<oid>, Row>;
 
 /**
  * Reads lines "TABLE.1.COLUMN.INDEX... TYPE VALUE": a decimal number, or octets in hexadecimal with
- * "-" for none. \return the tables by their number.
+ * "-" for none.
+ * \return the tables by their number.
  * \throws std::runtime_error naming the file, and the line that is wrong.
  */
 std::map<unsigned, Table> read_tables(const std::string &path);

@@ -1,7 +1,6 @@
 /**
  * Bitmap operations. Position p lies in byte p / 8 and, as in SNMP's BITS, position 0 is the most
- * significant bit of its byte. Positions outside the byte count are ignored: setting one does
- * nothing.
+ * significant bit of its byte. Positions outside the byte count are ignored: none is ever set.
  */
 #pragma once
 

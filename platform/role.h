@@ -43,6 +43,7 @@ int role_vsan_allowed(uint32_t vsan, VsanBitmap allowed);
 
 /**
  * Moves `*vsan` to the next VSAN of `allowed` that is strictly above it. Every call is handed a
- * copy of its own. \return 0 when there is none; `*vsan` is then unchanged.
+ * copy of its own.
+ * \return 0 when there is none; `*vsan` is then unchanged.
  */
 int role_next_allowed_vsan(uint32_t *vsan, VsanBitmap allowed);

@@ -22,8 +22,7 @@ using Write = std::function<void(std::ostream &)>;
   throw std::runtime_error(path + ": cannot be written: " + std::strerror(errno));
 }
 
-/** Writes to a file beside the one that is meant, so that a failure leaves the old one as it was.
- */
+/** Writes to a file beside the one that is meant: a failure leaves the old one as it was. */
 void write_file(const std::string &path, const Write &write) {
   std::string beside = path + ".XXXXXX";
   const Fd file(mkostemp(beside.data(), O_CLOEXEC));

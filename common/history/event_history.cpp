@@ -18,6 +18,7 @@ namespace {
 
 constexpr char kMagic[8] = "FCSHIST";
 constexpr uint32_t kByteOrderMark = 0x01020304;
+/** Of the file's shape: a reader knows the places of the records by it alone. */
 constexpr uint32_t kVersion = 2;
 /** Octets of the ring: some 6,000 lines, and little enough to stay in a processor's cache. */
 constexpr size_t kRing = 512 << 10;

@@ -1,7 +1,6 @@
 /**
  * The event history: a fixed ring of octets in a memory-mapped file, full of records as long as
- * their texts. One process writes; any number may read, while the writer runs and after it has
- * died.
+ * their texts. One process writes; any number may read, also after the writer has died.
  */
 #pragma once
 
@@ -74,8 +73,7 @@ public:
    */
   [[nodiscard]] bool append(uint32_t module, const void *record, size_t length);
 
-  /** Starts the history anew in its file, which must be open. \throws std::runtime_error as above.
-   */
+  /** Starts the history anew in its open file. \throws std::runtime_error as above. */
   void start_anew();
 
 private:
@@ -83,8 +81,8 @@ private:
   void clear();
   /** Whether the file says what was last written there. */
   bool is_as_it_was_left() const;
-  /** Gives up the oldest records until there is room up to the position `end`. \return false when
-   * something else stands in their place. */
+  /** Gives up the oldest records until there is room up to the position `end`.
+   *  \return false when something else stands in their place. */
   bool make_room(uint64_t end);
 
   std::string path_;
@@ -117,7 +115,6 @@ private:
 
   HistoryMapping mapping_;
   uint64_t position_ = 0; ///< Where the next record begins.
-  /** Number of the last record that was read, or of the one before the first; none behind damage.
-   */
+  /** Number of the last record read, or of the one before the first; none behind damage. */
   std::optional<uint64_t> read_;
 };

@@ -1,7 +1,6 @@
 /**
  * The protocol between the SNMP module and the FCS service: message opcodes, record ids, operation
- * codes, results and record layouts. Both sides include this header; nothing of it stands
- * elsewhere.
+ * codes, results and record layouts. Both sides include this header; all of it stands here alone.
  *
  * Both ends live on one machine, so words travel as they lie in memory and are never converted.
  * World-wide names, management identifiers and texts are octets, and octets keep their order.

@@ -43,8 +43,7 @@ enum Phase : int {
   kUndo = UNDO
 };
 
-/** A variable binding of a SET. Its value has as much room as the agent gives it, and no octet
- * more. */
+/** A variable binding of a SET. Its value has as much room as the agent gives it, and no more. */
 class Binding {
 public:
   Binding(const variable &object, Name name, u_char type, const Bytes &value);

@@ -318,8 +318,7 @@ void trace_hist_event(uint32_t module, uint32_t length, const void *event) {
   uint32_t level = 0;
   memcpy(&level, event, sizeof(level));
   const char *text = static_cast<const char *>(event) + sizeof(level);
-  // The common lines stand as "level text"; only a record whose length is not its text's is spelt
-  // out.
+  // Common lines stand as "level text"; a record whose length is not its text's is spelt out.
   if (module == 0x730000 && length == strlen(text) + 5) {
     record("%u %s", level, text);
   } else {

@@ -71,8 +71,7 @@ struct RecordingPlatform {
   const variable &registered_for(FcsObject object) const;
 };
 
-/** The platform of the test that is running; every test starts with a new one and an initialised
- * module. */
+/** The running test's platform; every test starts with a new one and an initialised module. */
 extern RecordingPlatform platform;
 
 /** Gives the platform back its defaults, what the module has registered apart. */

@@ -99,8 +99,7 @@ TEST(RequestRows, OneMessageServesAWalkAndLittleIsAskedForBehindHiddenRows) {
   }
   EXPECT_EQ(table.messages, 1);
 
-  // A role that shows each twentieth VSAN: a message for each, of little more than the last one
-  // used.
+  // A role that shows each twentieth VSAN: a message for each, of little more than the last used.
   known.serve(2);
   table.messages = 0;
   table.rows_sent = 0;

@@ -85,8 +85,7 @@ void clear_bitmaps() {
   }
 }
 
-/** Without its pending-row stores the module gives up its variables, but still hears notifications.
- */
+/** Without its pending-row stores the module has no variables, but still hears notifications. */
 void create_pending_row_stores() {
   if (row_index_create(&temp_mgmt_addr_table, 0, 1, mgmt_addr_cmp, 1) != ROW_INDEX_CREATED) {
     unregister_variables();

@@ -148,8 +148,7 @@ AgentNotifHandler handle_fcs_ip_addr_change_notif;
 RowIndexCompare mgmt_addr_cmp; // fcs_mgmt_addr_rows.cpp
 RowIndexCompare platform_cmp;  // fcs_platform_rows.cpp
 
-/** Sets what `write_fcsPlatformName` gives a row that it creates; index, name and row status stay.
- */
+/** Gives a row what `write_fcsPlatformName` creates it with; index, name and row status stay. */
 void set_platform_defaults(PlatformEntry *row);
 
 // ---- Module state. A 2k bitmap holds VSANs 1 to 2048, a 4k bitmap VSANs 2049 to 4096.

@@ -1,5 +1,4 @@
-/** The variable table: each registered object with its OID under the module root and its handler.
- */
+/** The variable table: each registered object with its OID behind the module root, its handler. */
 #pragma once
 
 #include "fcs_mib.h"

@@ -8,6 +8,5 @@
 /** Rows in all containers that were added while a request of `user` was served. */
 size_t row_index_rows_of(const char *user);
 
-/** Destroys a container whose owner is about to go, and frees the rows left in it. A null store is
- * ignored. */
+/** Destroys a container whose owner is about to go, and frees the rows left in it; null is none. */
 void row_index_release(RowIndex *store);

@@ -15,8 +15,7 @@
 
 #include <net-snmp/agent/net-snmp-agent-includes.h>
 
-/** A notification as the handlers see it: the payload is followed by zeros to the end of the room.
- */
+/** A notification as the handlers see it: zeros follow the payload up to the end of the room. */
 struct IpcMessage {
   uint32_t opcode;
   uint8_t payload[IPC_MESSAGE_ROOM];

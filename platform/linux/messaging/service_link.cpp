@@ -177,8 +177,7 @@ void ServiceLink::read_greeting_reply() {
   }
 }
 
-/** What arrives outside of an exchange: the end of the connection, or the service's own messages.
- */
+/** What arrives outside of an exchange: the connection's end, or the service's own messages. */
 void ServiceLink::read_unasked() {
   const auto began = Clock::now();
   for (int i = 0; i < kMessagesPerTurn && state_ == State::kUp; ++i) {
@@ -203,8 +202,7 @@ void ServiceLink::read_unasked() {
   }
 }
 
-/** Leaves what arrives next where it is: requests have the agent for as long as they had to wait.
- */
+/** Leaves alone what arrives next: requests have the agent for as long as they had to wait. */
 void ServiceLink::rest(std::chrono::microseconds duration) {
   unregister_readfd(fd_);
   rest_alarm_ = snmp_alarm_register_hr(to_timeval(duration), 0, on_rested, this);

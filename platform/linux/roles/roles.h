@@ -14,14 +14,15 @@ constexpr uint32_t kLastRoleVsan = 4095;
 /**
  * Takes the rest of an `fcsRole NAME READ-LIST WRITE-LIST` line. A list is `all`, `none`, or VSANs
  * and ranges such as `1-100,2100`. A line with a fault leaves its role without any VSAN, and so
- * does a second line for the same role. \return what is wrong with the line; empty when nothing is.
+ * does a second line for the same role.
+ * \return what is wrong with the line; empty when nothing is.
  */
 std::string roles_define(const char *arguments);
 
 /**
  * Takes the rest of an `fcsRoleUser SECURITY-NAME ROLE` line; the role is defined above it. A
- * second line for the same user leaves the user without a role. \return what is wrong with the
- * line; empty when nothing is.
+ * second line for the same user leaves the user without a role.
+ * \return what is wrong with the line; empty when nothing is.
  */
 std::string roles_assign(const char *arguments);
 

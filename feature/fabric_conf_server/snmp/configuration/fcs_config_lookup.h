@@ -53,7 +53,8 @@ using FcsRowLookup = int32_t(const oid *base, size_t base_length, oid *name, siz
 
 /**
  * The live row of a write, into `row`; the write stays with the instance that it names, whatever
- * row the answer is about. \return false when the FCS service has none.
+ * row the answer is about.
+ * \return false when the FCS service has none.
  */
 template <typename Row>
 bool fcs_find_live_row(FcsRowLookup<Row> *lookup, const FcsRowWrite &write, FcsAnswer<Row> *row) {

@@ -16,8 +16,7 @@ constexpr int32_t kActive = 1;
 /** What fcsPlatformValidation always reads as: no validation requested. */
 constexpr int32_t kNoValidation = 2;
 
-/** The columns of a table that are computed rather than read are returned through a word of its
- * own. */
+/** Columns that are computed rather than read are returned through a word of their table's own. */
 u_char *computed(int32_t &word, int32_t value) {
   word = value;
   return reinterpret_cast<u_char *>(&word);

@@ -1,5 +1,4 @@
-/** What the write handlers share with the read side of the three tables that managers can write to.
- */
+/** What the write handlers share with the read side of the tables that managers can write to. */
 #pragma once
 
 #include <cstdint>

@@ -35,8 +35,7 @@ void trace_failure(int32_t status, int32_t result) {
             fcs_exchange_error_text(result));
 }
 
-// Only a row whose name comes first has the defaults: deliberately, the row status creates one of
-// zeros.
+// Only a row whose name comes first has the defaults; its status deliberately creates one of zeros.
 constexpr FcsAssembledTable<PlatformEntry> kTable = {
     .record_id = FCS_REC_PLATFORM,
     .store = &temp_platform_table,

@@ -33,8 +33,7 @@ int32_t fcs_invalidate_cache_on_vsan(uint32_t vsan) {
   return fcs_send_message(FCS_MSG_INVALIDATE_CACHE, FCS_OP_SET, &vsan, sizeof(vsan));
 }
 
-/** \return false when the service did not answer; the VSANs that were not reached stay outstanding.
- */
+/** \return false when the service did not answer; VSANs that were not reached stay outstanding. */
 static bool reset_outstanding(const VsanHalf &half) {
   for (int32_t bit = bitmap_first_bit(half.outstanding); bit >= 0;
        bit = bitmap_next_bit(half.outstanding, bit)) {

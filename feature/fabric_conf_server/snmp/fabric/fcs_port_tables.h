@@ -3,8 +3,7 @@
 
 #include <cstdint>
 
-/** Maps a port type to the value of fcsPortType; one that has no value of its own stays as it is.
- */
+/** Maps a port type to the value of fcsPortType; one without a value of its own stays as it is. */
 void fcs_map_port_type(uint32_t *type);
 
 /** Maps a port state to the value of fcsPortState. */

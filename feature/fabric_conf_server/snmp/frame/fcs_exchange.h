@@ -28,8 +28,7 @@ template <typename Record> struct FcsAnswer {
  * \param payload        The key; null for none. At most 1020 octets, unchecked.
  * \param payload_length Its octets.
  * \param answer         An FcsAnswer, or as much room: receives the response as long as it is. It
- *                       keeps its contents when the exchange fails. May be the payload's own
- * buffer.
+ *                       keeps its contents when the exchange fails. May be the payload's buffer.
  */
 void fcs_get_data(uint32_t record_id, uint32_t operation, const void *payload,
                   uint32_t payload_length, void *answer);

@@ -30,8 +30,7 @@ FcsRowRequest fcs_row_request(const variable *vp, oid *name, size_t *length, int
 
 // ---- Indexes
 
-/** How many sub-identifiers a GETNEXT request has behind the column; 0 when it lies outside of it.
- */
+/** How many sub-identifiers a GETNEXT request has behind the column; 0 when it lies outside. */
 static size_t sub_identifiers_within_column(const FcsRowRequest &request) {
   const bool within =
       *request.length > request.base_length &&

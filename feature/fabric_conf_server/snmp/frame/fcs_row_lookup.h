@@ -91,7 +91,8 @@ struct FcsVsanTable {
 /**
  * Fetches the row whose key stands at the beginning of `table.record` (exact) or the one that
  * follows it, past the VSANs that the requesting user's role may not read. The row lands in
- * `table.record`. \return false when there is none that the user may see, or the exchange failed.
+ * `table.record`.
+ * \return false when there is none that the user may see, or the exchange failed.
  */
 bool fcs_fetch_visible_row(const FcsVsanTable &table, const FcsRowRequest &request);
 

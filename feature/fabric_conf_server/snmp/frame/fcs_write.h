@@ -48,8 +48,7 @@ struct FcsWriteLimits {
  */
 int fcs_check_value(const FcsWriteLimits &limits, const char *handler, u_char type, size_t length);
 
-/** The 32-bit word of an INTEGER or Unsigned32 value, which is there whatever the value's length.
- */
+/** The 32-bit word of an INTEGER or Unsigned32 value, there whatever the value's length. */
 uint32_t fcs_value_word(const u_char *value);
 
 /** Reports error `code` of a write to the agent host's log, with its text. */

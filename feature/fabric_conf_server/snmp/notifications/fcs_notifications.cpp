@@ -44,8 +44,7 @@ void raise(const ObjectName &notification, oid *trap_oid, size_t *trap_oid_lengt
   *send = 1;
 }
 
-/** Sends the module a message that its discovery is complete; its own handler raises the
- * notification. */
+/** Sends the module the message of a complete discovery; its handler raises the notification. */
 void loop_back_completion() {
   constexpr IpcAddress kOwnNotifications = {{0xFE}};
   char name[FCS_DISCOVERY_NAME_SIZE];
