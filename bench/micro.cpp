@@ -184,7 +184,7 @@ BENCHMARK(index_step);
 void role_copy_and_test(benchmark::State &state) {
   VsanBitmap allowed;
   while (state.KeepRunning()) {
-    fcs_bitmap_init(&allowed, FCS_WHOLE_BYTES);
+    fcs_bitmap_init(&allowed, VSAN_WHOLE_BYTES);
     benchmark::DoNotOptimize(role_allowed_vsans(&allowed, nullptr, 0, ROLE_ACCESS_READ));
     benchmark::DoNotOptimize(role_vsan_allowed(100, allowed));
   }
@@ -201,9 +201,9 @@ VsanBitmap every_tenth(uint32_t byte_count) {
 }
 
 template <void shift(const VsanBitmap *, VsanBitmap *)> void bitmap_shift(benchmark::State &state) {
-  const VsanBitmap source = every_tenth(FCS_HALF_BYTES);
+  const VsanBitmap source = every_tenth(VSAN_HALF_BYTES);
   VsanBitmap target;
-  fcs_bitmap_init(&target, FCS_WHOLE_BYTES);
+  fcs_bitmap_init(&target, VSAN_WHOLE_BYTES);
   while (state.KeepRunning()) {
     shift(&source, &target);
     benchmark::DoNotOptimize(target);

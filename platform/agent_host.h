@@ -30,11 +30,14 @@ const char *agent_session_user(int request);
  */
 uint32_t agent_session_id(int request);
 
+/** Sub-identifiers of the OID of an SNMP notification of the module. */
+constexpr size_t AGENT_TRAP_OID_ROOM = 13;
+
 /**
  * A handler of one of the service's notifications.
  *
  * \param message         The notification; null for none, which the handler passes over.
- * \param trap_oid        Room for 13 sub-identifiers, for the OID of the SNMP notification.
+ * \param trap_oid        Room for AGENT_TRAP_OID_ROOM sub-identifiers.
  * \param trap_oid_length Its length, set when `*send` becomes 1.
  * \param send            Set to 1 when the agent host is to send an SNMP notification, else to 0.
  * \return the notification's variable bindings, owned by the agent host; null for none. The agent
@@ -91,7 +94,6 @@ void agent_log_role_error(uint32_t message);
 
 /**
  * Records in the agent host's log that a role refused a SET of a VSAN list; `message` says why.
- * \param number 584, whatever was refused: it tells log scanners this place, and an operator
- * nothing.
+ * \param number 584, whatever was refused: it tells log scanners this place, an operator nothing.
  */
 void agent_log_set_error(uint32_t message, uint32_t number);

@@ -6,15 +6,18 @@
 
 #include <cstdint>
 
+/** Byte count of a bitmap that holds one half of the VSANs, and of one that holds them all. */
+constexpr uint32_t VSAN_HALF_BYTES = 256;
+constexpr uint32_t VSAN_WHOLE_BYTES = 2 * VSAN_HALF_BYTES;
+
 /**
  * A set of VSANs. Zero-initialised it is empty and holds nothing: set the byte count first. The
  * bytes behind the count stay zero, so that an image read one byte too far shows a zero.
  */
 struct VsanBitmap {
-  uint32_t byte_count; ///< 256 for one half of the VSANs, 512 for all.
-  uint8_t bytes[512];
+  uint32_t byte_count; ///< VSAN_HALF_BYTES or VSAN_WHOLE_BYTES.
+  uint8_t bytes[VSAN_WHOLE_BYTES];
 };
-static_assert(sizeof(VsanBitmap) == 516);
 
 /** Clears all bits. */
 void bitmap_clear(VsanBitmap *bitmap);

@@ -13,8 +13,7 @@ constexpr uint32_t IPC_MESSAGE_ROOM = 1024;
 struct IpcMessage;
 
 /**
- * The payload of a message: IPC_MESSAGE_ROOM octets, of which those behind the payload's end are
- * zero.
+ * The payload of a message: IPC_MESSAGE_ROOM octets; those behind the payload's end are zero.
  */
 const void *ipc_payload_get(const IpcMessage *message);
 
@@ -53,8 +52,10 @@ int32_t ipc_req_resp(uint32_t opcode, uint32_t flag, const void *request, void *
  *
  * \param queue       ipc_response_queue.
  * \param destination FE followed by zeros: the module's own notifications. Such a message reaches
- * the handler of its opcode later, never during the call. \param opcode      Message opcode. \param
- * payload     `length` octets, at most IPC_MESSAGE_ROOM. \return 0 on success.
+ *                    the handler of its opcode later, never during the call.
+ * \param opcode      Message opcode.
+ * \param payload     `length` octets, at most IPC_MESSAGE_ROOM.
+ * \return 0 on success.
  */
 int32_t ipc_send(uint32_t queue, const IpcAddress *destination, uint32_t opcode,
                  const void *payload, uint32_t length, uint32_t reserved1, uint32_t reserved2,

@@ -1,6 +1,6 @@
 /**
  * Role service: which VSANs the user of the request being served may read or write. Its sets have a
- * byte count of 512, and VSAN v is bit v.
+ * byte count of VSAN_WHOLE_BYTES, and VSAN v is bit v.
  */
 #pragma once
 

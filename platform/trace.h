@@ -4,7 +4,18 @@
  */
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+
+/** Levels of the module's lines. */
+enum FcsTraceLevel : uint32_t {
+  FCS_TRACE_EVENT = 100,  ///< Notable events and failures.
+  FCS_TRACE_DETAIL = 101, ///< Function entry and exit, values returned and other detail.
+};
+
+/** Most octets of a record's text, its NUL included, and of a record. */
+constexpr size_t TRACE_TEXT_ROOM = 512;
+constexpr size_t TRACE_RECORD_ROOM = sizeof(uint32_t) + TRACE_TEXT_ROOM;
 
 /** Name of the module on the debug console. */
 extern const char *const trace_module_name;
@@ -14,7 +25,7 @@ int trace_hist_filtered(uint32_t module, uint32_t level);
 
 /**
  * Records one event.
- * \param length Octets of `record`, at most 516.
+ * \param length Octets of `record`, at most TRACE_RECORD_ROOM.
  * \param record A 32-bit level word, then the text with its NUL.
  */
 void trace_hist_event(uint32_t module, uint32_t length, const void *record);

@@ -2,12 +2,12 @@
  * fcsd: the FCS service. Owns the fabric and answers the SNMP module's requests.
  */
 #include "common/program/program.h"
+#include "common/system/defaults.h"
 #include "service/configuration/configuration.h"
 #include "service/description/fabric_json.h"
 #include "service/discovery/discovery.h"
 #include "service/reports/log.h"
 #include "service/reports/notification_queue.h"
-#include "service/server/defaults.h"
 #include "service/server/listener.h"
 #include "service/server/privileges.h"
 #include "service/server/server.h"
@@ -29,8 +29,9 @@
 
 namespace {
 
-/** How long an answer may wait for another program's write to the store. */
-constexpr std::chrono::milliseconds kBusyWait{100};
+/** How long an answer may wait for another program's write to the store: half of the time after
+ *  which the agent has no more use for it. */
+constexpr std::chrono::milliseconds kBusyWait = fcs::kDefaultExchangeTimeout / 2;
 
 struct Options {
   std::string socket = fcs::kDefaultSocket;

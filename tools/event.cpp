@@ -67,7 +67,9 @@ void set_wanted(const std::string &socket, const Options &options) {
 
 CLI::App *add_vsan_event(CLI::App &events, const char *name, const char *what, Options &options) {
   CLI::App *event = events.add_subcommand(name, what);
-  event->add_option("--vsan", options.vsan, "VSAN")->required()->check(CLI::Range(1, 4096));
+  event->add_option("--vsan", options.vsan, "VSAN")
+      ->required()
+      ->check(CLI::Range(1U, FCS_MAX_VSAN));
   return event;
 }
 

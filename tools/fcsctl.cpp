@@ -4,14 +4,12 @@
 #include "fcsctl.h"
 
 #include "common/program/program.h"
-#include "service/server/defaults.h"
+#include "common/system/defaults.h"
 
 namespace {
 
-constexpr char kDefaultHistory[] = "/var/lib/snmp/fcs-history";
-
 void describe(CLI::App &app) {
-  static fcsctl::Places places{fcs::kDefaultSocket, fcs::kDefaultStore, kDefaultHistory};
+  static fcsctl::Places places{fcs::kDefaultSocket, fcs::kDefaultStore, fcs::kDefaultHistory};
   app.require_subcommand(1);
   app.fallthrough();
   app.add_option("--socket", places.socket, "Socket of the service")->envname("FCS_SOCKET");

@@ -1,6 +1,7 @@
 #include "common/history/event_history.h"
 #include "fcsctl.h"
 #include "output.h"
+#include "platform/trace.h"
 #include "time_text.h"
 
 #include <array>
@@ -19,7 +20,8 @@ namespace fcsctl {
 namespace {
 
 /** Levels of records, by the names that the command line and the output give them. */
-const std::map<std::string, uint32_t> kLevels = {{"event", 100}, {"detail", 101}};
+const std::map<std::string, uint32_t> kLevels = {{"event", FCS_TRACE_EVENT},
+                                                 {"detail", FCS_TRACE_DETAIL}};
 
 constexpr std::chrono::milliseconds kPollInterval{100};
 

@@ -54,13 +54,13 @@ void write_stream(std::ostream &out, const std::string &name, const Write &write
 }
 
 } // namespace
+
 void print_line(const std::string &line) {
   std::cout << line << '\n' << std::flush;
   if (!std::cout) {
     throw std::runtime_error("standard output: cannot be written");
   }
 }
-
 
 void write_output(const std::string &path, const Write &write) {
   if (path == "-") {

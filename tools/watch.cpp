@@ -3,8 +3,8 @@
 #include "output.h"
 #include "service/fabric/octets.h"
 #include "time_text.h"
-
 #include "tool_connection.h"
+
 #include <algorithm>
 #include <chrono>
 #include <cstring>

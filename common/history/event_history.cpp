@@ -22,8 +22,7 @@ constexpr uint32_t kByteOrderMark = 0x01020304;
 constexpr uint32_t kVersion = 2;
 /** Octets of the ring: some 6,000 lines, and little enough to stay in a processor's cache. */
 constexpr size_t kRing = 512 << 10;
-/** Octets of a record: the level word, 511 characters and a NUL. */
-constexpr size_t kRecordRoom = 516;
+constexpr size_t kRecordRoom = EventHistoryWriter::kRecordRoom;
 
 using Counter = std::atomic<uint64_t>;
 static_assert(Counter::is_always_lock_free && sizeof(Counter) == 8);
@@ -57,6 +56,7 @@ struct HistoryFile {
   Counter end;    ///< Position behind the last whole entry.
   char ring[kRing + kMostEntry];
 };
+static_assert(kVersion == 2 && sizeof(HistoryFile) == 524864, "another shape is another version");
 
 namespace {
 

@@ -53,6 +53,9 @@ struct HistoryExtent {
 
 class EventHistoryWriter {
 public:
+  /** Most octets of a record: a 32-bit level word, 511 characters and a NUL. */
+  static constexpr size_t kRecordRoom = 516;
+
   /** A writer without a file: what it records is dropped. */
   EventHistoryWriter() = default;
 
@@ -67,7 +70,7 @@ public:
   bool is_open() const { return mapping_.get() != nullptr; }
 
   /**
-   * Appends a record: `record` is a 32-bit level word and a text, cut to 516 octets.
+   * Appends a record: `record` is a 32-bit level word and a text, cut to kRecordRoom.
    * \return false when the file is not as it was left, because somebody has truncated it or written
    * into it: nothing is appended then until it has been started anew.
    */

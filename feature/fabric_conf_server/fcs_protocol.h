@@ -88,6 +88,9 @@ enum FcsResult : int32_t {
  */
 constexpr uint32_t FCS_END_OF_TABLE = 0xFFFFFFFF;
 
+/** Highest VSAN id; the lowest is 1. */
+constexpr uint32_t FCS_MAX_VSAN = 4096;
+
 /** Octets of a world-wide name. */
 constexpr size_t FCS_WWN_LENGTH = 8;
 
@@ -345,6 +348,8 @@ static_assert(offsetof(FcsStartDiscovery, reserved) == 4 && sizeof(FcsStartDisco
 /** Range of the payload of FCS_MSG_SET_DISC_TIMEOUT, in seconds. */
 constexpr uint32_t FCS_MIN_DISC_TIMEOUT = 300;
 constexpr uint32_t FCS_MAX_DISC_TIMEOUT = 1800;
+/** The time-out before anybody sets it. */
+constexpr uint32_t FCS_DEFAULT_DISC_TIMEOUT = 900;
 
 /** Octets of a discovery name with its NUL; payload of FCS_MSG_DISC_COMPLETE. */
 constexpr size_t FCS_DISCOVERY_NAME_SIZE = 33;

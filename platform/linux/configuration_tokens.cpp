@@ -68,9 +68,9 @@ std::string set_history_level(const char *arguments) {
   if (level == "none") {
     settings_for_change().history_level = 0;
   } else if (level == "event") {
-    settings_for_change().history_level = 100;
+    settings_for_change().history_level = FCS_TRACE_EVENT;
   } else if (level == "detail") {
-    settings_for_change().history_level = 101;
+    settings_for_change().history_level = FCS_TRACE_DETAIL;
   } else {
     return "'" + level + "' is none of none, event, detail";
   }

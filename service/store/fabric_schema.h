@@ -4,6 +4,8 @@
  */
 #pragma once
 
+#include "feature/fabric_conf_server/fcs_protocol.h"
+
 namespace fcs {
 
 /** Tells a store of this service from other databases: "FCSf". */
@@ -141,6 +143,7 @@ CREATE TABLE settings (
 ) STRICT;
 INSERT INTO settings VALUES (1, 900, 1, 1);
 )";
+static_assert(FCS_DEFAULT_DISC_TIMEOUT == 900, "a new store begins with what a new agent shows");
 
 /** Leads from a management address to the elements that have it. */
 constexpr char kElementAddressIndex[] = R"(

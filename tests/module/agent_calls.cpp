@@ -116,7 +116,7 @@ Raised notify(uint32_t opcode, const std::optional<Bytes> &payload) {
   if (payload) {
     message.emplace(*payload);
   }
-  oid trap_oid[13] = {};
+  oid trap_oid[AGENT_TRAP_OID_ROOM] = {};
   size_t length = 0;
   int send = 42;
   netsnmp_variable_list *bindings =

@@ -1,6 +1,7 @@
 /** Registration and lifecycle, the exchange, the trace pattern. */
 #include "recording_platform.h"
 
+#include "feature/fabric_conf_server/snmp/fcs_variables.h"
 #include "feature/fabric_conf_server/snmp/frame/fcs_trace.h"
 
 #include <fstream>
@@ -14,8 +15,8 @@ using testing::ElementsAreArray;
 
 namespace {
 
-const Lines kRegister = {"register fcs_mib 56 x " + std::to_string(sizeof(variable7)) +
-                         " at length 9"};
+const Lines kRegister = {"register fcs_mib " + std::to_string(std::size(fcs_mib_variables)) +
+                         " x " + std::to_string(sizeof(variable7)) + " at length 9"};
 const std::string kUnregister = "unregister at length 9";
 const std::string kStore1 = "store 1 create 0 1 mgmt_addr_cmp 1";
 const std::string kStore2 = "store 2 create 0 1 platform_cmp 1";

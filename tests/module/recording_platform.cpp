@@ -313,7 +313,7 @@ int trace_hist_filtered(uint32_t module, uint32_t /*level*/) {
 }
 
 void trace_hist_event(uint32_t module, uint32_t length, const void *event) {
-  require(length <= 516 && static_cast<const char *>(event)[length - 1] == '\0',
+  require(length <= TRACE_RECORD_ROOM && static_cast<const char *>(event)[length - 1] == '\0',
           "an event is a text of at most 511 octets");
   uint32_t level = 0;
   memcpy(&level, event, sizeof(level));

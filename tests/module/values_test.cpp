@@ -25,18 +25,18 @@ TEST(Values, TrimmedLength) {
       {{15}, 2},     {{16}, 4},     {{0, 23}, 3},  {{2039}, 255},   {{2040}, 257},
       {{2041}, 257}, {{2046}, 257}, {{2047}, 256}, {{3, 2044}, 257}};
   for (const auto &[bits, length] : cases) {
-    const VsanBitmap bitmap = bitmap_of(bits, FCS_HALF_BYTES);
+    const VsanBitmap bitmap = bitmap_of(bits, VSAN_HALF_BYTES);
     EXPECT_EQ(fcs_trim_trailing_blanks(&bitmap), length) << "highest bit " << bits.back();
     EXPECT_EQ(bitmap.bytes[256], 0);
   }
 }
 
 TEST(Values, ShiftsMoveByOneAndKeepTheTarget) {
-  const VsanBitmap source = bitmap_of({0, 7, 2047, 4094, 4095}, FCS_WHOLE_BYTES);
-  VsanBitmap target = bitmap_of({3}, FCS_WHOLE_BYTES);
+  const VsanBitmap source = bitmap_of({0, 7, 2047, 4094, 4095}, VSAN_WHOLE_BYTES);
+  VsanBitmap target = bitmap_of({3}, VSAN_WHOLE_BYTES);
   fcs_vsan_shift_up(&source, &target); // 4096 lies outside.
   EXPECT_THAT(bits_of(target), ElementsAre(1, 3, 8, 2048, 4095));
-  target = bitmap_of({3}, FCS_WHOLE_BYTES);
+  target = bitmap_of({3}, VSAN_WHOLE_BYTES);
   fcs_vsan_shift_down(&source, &target); // -1 lies outside.
   EXPECT_THAT(bits_of(target), ElementsAre(3, 6, 2046, 4093, 4094));
 }

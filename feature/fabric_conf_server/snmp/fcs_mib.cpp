@@ -2,6 +2,7 @@
 
 #include "fcs_variables.h"
 #include "feature/fabric_conf_server/fcs_protocol.h"
+#include "frame/fcs_row_lookup.h"
 #include "frame/fcs_values.h"
 
 #include <cstdio>
@@ -16,9 +17,9 @@ VsanBitmap fcs_notif_4k;
 VsanBitmap fcs_invalidate_cache_2k;
 VsanBitmap fcs_invalidate_cache_4k;
 
-char fcs_discovery_name[33];
+char fcs_discovery_name[FCS_DISCOVERY_NAME_SIZE];
 int32_t fcs_spin_lock;
-int32_t fcs_discovery_timeout = 900;
+int32_t fcs_discovery_timeout = FCS_DEFAULT_DISC_TIMEOUT;
 int32_t fcs_start_discovery = 2;
 int32_t fcs_rej_reason_code = 1;
 int32_t fcs_rej_reason_code_expl = 1;
@@ -34,7 +35,7 @@ constexpr char kModuleName[] = "fcs_mib";
 
 /** The module root; the build configuration holds its value. */
 constexpr oid fcs_mib_variables_oid[] = {FCS_MODULE_ROOT};
-static_assert(std::size(fcs_mib_variables_oid) == 9);
+static_assert(std::size(fcs_mib_variables_oid) == FCS_ROOT_LENGTH);
 
 struct NotificationHandler {
   uint32_t opcode;
@@ -81,7 +82,7 @@ void clear_bitmaps() {
       &fcs_invalidate_cache_4k,
   };
   for (VsanBitmap *bitmap : bitmaps) {
-    fcs_bitmap_init(bitmap, FCS_HALF_BYTES);
+    fcs_bitmap_init(bitmap, VSAN_HALF_BYTES);
   }
 }
 

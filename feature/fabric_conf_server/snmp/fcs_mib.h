@@ -162,7 +162,7 @@ extern VsanBitmap fcs_notif_4k;
 extern VsanBitmap fcs_invalidate_cache_2k; ///< VSANs of the last cache invalidation.
 extern VsanBitmap fcs_invalidate_cache_4k;
 
-extern char fcs_discovery_name[33];
+extern char fcs_discovery_name[FCS_DISCOVERY_NAME_SIZE];
 extern int32_t fcs_spin_lock;
 extern int32_t fcs_discovery_timeout;
 extern int32_t fcs_start_discovery;

@@ -23,7 +23,7 @@ constexpr VsanHalf kHalf2k = {.first_vsan = 1,
                               .notified = &fcs_notif_2k,
                               .invalidated = &fcs_invalidate_cache_2k};
 constexpr VsanHalf kHalf4k = {.first_vsan = 2049,
-                              .offset = FCS_HALF_BYTES,
+                              .offset = VSAN_HALF_BYTES,
                               .staged = &fcs_vsan_4k,
                               .outstanding = &fcs_vsan_total_4k,
                               .notified = &fcs_notif_4k,

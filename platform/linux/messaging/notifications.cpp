@@ -23,9 +23,6 @@ struct IpcMessage {
 
 namespace {
 
-/** Length of the OIDs of the module's SNMP notifications. */
-constexpr size_t kTrapOidLength = 13;
-
 std::map<uint32_t, AgentNotifHandler *> handlers;
 
 /** Messages on their way to their handlers: one of the service, then those that its handler sends.
@@ -73,7 +70,7 @@ void deliver(const IpcMessage &message) {
     }
     return;
   }
-  oid trap_oid[kTrapOidLength] = {};
+  oid trap_oid[AGENT_TRAP_OID_ROOM] = {};
   size_t trap_oid_length = 0;
   int send = 0;
   netsnmp_variable_list *bindings = handler->second(&message, trap_oid, &trap_oid_length, &send);

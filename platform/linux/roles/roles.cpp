@@ -13,11 +13,9 @@
 
 namespace {
 
-constexpr uint32_t kWholeRange = 512;
-
 struct Role {
-  VsanBitmap readable{kWholeRange, {}};
-  VsanBitmap writable{kWholeRange, {}};
+  VsanBitmap readable{VSAN_WHOLE_BYTES, {}};
+  VsanBitmap writable{VSAN_WHOLE_BYTES, {}};
   std::string read_list = "none";
   std::string write_list = "none";
 };
@@ -162,7 +160,7 @@ int role_allowed_vsans(VsanBitmap *allowed, const oid * /*name*/, size_t /*name_
 int role_allowed_vsans_from_list(const VsanBitmap *list, VsanBitmap *allowed, const oid *name,
                                  size_t name_length, int access) {
   bitmap_copy(allowed, list);
-  VsanBitmap role_vsans{kWholeRange, {}};
+  VsanBitmap role_vsans{VSAN_WHOLE_BYTES, {}};
   if (role_allowed_vsans(&role_vsans, name, name_length, access) != 0) {
     if (*agent_session_user(0) == '\0') {
       return -1;
@@ -176,7 +174,7 @@ int role_allowed_vsans_from_list(const VsanBitmap *list, VsanBitmap *allowed, co
 
 int role_vsan_bitmap_allowed(const VsanBitmap *vsans, const oid *name, size_t name_length,
                              int access) {
-  VsanBitmap allowed{kWholeRange, {}};
+  VsanBitmap allowed{VSAN_WHOLE_BYTES, {}};
   if (role_allowed_vsans(&allowed, name, name_length, access) == 0) {
     return 1;
   }

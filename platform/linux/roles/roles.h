@@ -9,7 +9,7 @@
 #include <string>
 
 /** Highest VSAN that a role can name. */
-constexpr uint32_t kLastRoleVsan = 4095;
+constexpr uint32_t kLastRoleVsan = VSAN_WHOLE_BYTES * 8 - 1;
 
 /**
  * Takes the rest of an `fcsRole NAME READ-LIST WRITE-LIST` line. A list is `all`, `none`, or VSANs

@@ -12,6 +12,8 @@
 
 #include <net-snmp/net-snmp-includes.h>
 
+static_assert(TRACE_RECORD_ROOM == EventHistoryWriter::kRecordRoom);
+
 const char *const trace_module_name = "fcs_mib";
 
 static EventHistoryWriter history;

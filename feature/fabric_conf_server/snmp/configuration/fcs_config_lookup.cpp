@@ -1,7 +1,5 @@
 #include "fcs_config_lookup.h"
 
-#include "frame/fcs_row_lookup.h"
-
 #include <cstring>
 
 namespace {

@@ -3,6 +3,7 @@
 
 #include "feature/fabric_conf_server/fcs_protocol.h"
 #include "frame/fcs_exchange.h"
+#include "frame/fcs_row_lookup.h"
 #include "frame/fcs_write.h"
 
 #include <algorithm>
@@ -12,9 +13,6 @@
 #include <net-snmp/net-snmp-includes.h>
 
 #include <net-snmp/agent/net-snmp-agent-includes.h>
-
-/** Sub-identifiers of a column of these tables; the index of an instance follows. */
-constexpr size_t FCS_COLUMN_LENGTH = 14;
 
 /**
  * Locates a row of the management-address table: the one that `name` names (exact nonzero) or the

@@ -19,7 +19,7 @@ int refuse_blanks(const FcsRowWrite &write) {
 /** Refuses a VSAN that the user's role may not write. */
 int authorize(const FcsRowWrite &write) {
   VsanBitmap allowed;
-  fcs_bitmap_init(&allowed, FCS_WHOLE_BYTES);
+  fcs_bitmap_init(&allowed, VSAN_WHOLE_BYTES);
   const auto vsan = static_cast<uint32_t>(fcs_row_key(write).words[0]);
   if (role_allowed_vsans(&allowed, write.name, write.name_length, ROLE_ACCESS_WRITE) == 0 ||
       role_vsan_allowed(vsan, allowed) != 0) {

@@ -14,10 +14,10 @@ constexpr int32_t kDoNothing = 2;
 constexpr FcsWriteLimits kStartLimits = {"fcsStartDiscovery", ASN_INTEGER, 4, "%s:wrong type\n",
                                          "%s:bad length\n"};
 constexpr VsanListLimits kInvalidate2k = {{"fcsDiscoveryInvalidateCache2k", ASN_OCTET_STR,
-                                           FCS_HALF_BYTES, "%s:wrong type\n", "%s:bad length\n"},
+                                           VSAN_HALF_BYTES, "%s:wrong type\n", "%s:bad length\n"},
                                           "%s:non writable\n"};
 constexpr VsanListLimits kInvalidate4k = {{"fcsDiscoveryInvalidateCache4k", ASN_OCTET_STR,
-                                           FCS_HALF_BYTES, "%s:wrong type\n", "%s:bad length\n"},
+                                           VSAN_HALF_BYTES, "%s:wrong type\n", "%s:bad length\n"},
                                           "%s:not writable\n"};
 
 /** The value of the SET in progress, kept from RESERVE2 to ACTION; null outside of one. */
@@ -33,7 +33,7 @@ template <typename Act> void for_each_vsan(const VsanHalf &half, const VsanBitma
 /** The VSANs that are staged and not outstanding yet. */
 VsanBitmap to_be_started(const VsanHalf &half) {
   VsanBitmap vsans;
-  fcs_bitmap_init(&vsans, FCS_HALF_BYTES);
+  fcs_bitmap_init(&vsans, VSAN_HALF_BYTES);
   bitmap_copy(&vsans, half.staged);
   bitmap_subtract(&vsans, half.outstanding);
   return vsans;

@@ -17,16 +17,12 @@ constexpr FcsWriteLimits kName = {"fcsVsanDiscoveryName", ASN_OCTET_STR, 32,
 constexpr FcsWriteLimits kTimeOut = {"fcsVsanDiscoveryTimeOut", ASN_UNSIGNED, 4, "%s:wrong type\n",
                                      "%s:wrong length\n"};
 // Standard error knows the two lists by older names.
-constexpr VsanListLimits kList2k = {{"fcsVsanDiscoveryBitMap1", ASN_OCTET_STR, FCS_HALF_BYTES,
+constexpr VsanListLimits kList2k = {{"fcsVsanDiscoveryBitMap1", ASN_OCTET_STR, VSAN_HALF_BYTES,
                                      "%s:return wrong type\n", "%s:return wrong len\n"},
                                     "%s:return non writable\n"};
-constexpr VsanListLimits kList4k = {{"fcsVsanDiscoveryBitMap2", ASN_OCTET_STR, FCS_HALF_BYTES,
+constexpr VsanListLimits kList4k = {{"fcsVsanDiscoveryBitMap2", ASN_OCTET_STR, VSAN_HALF_BYTES,
                                      "%s:wrong type\n", "%s:bad length\n"},
                                     "%s:non writable\n"};
-
-/** Range of the discovery time-out. */
-constexpr uint32_t kShortestTimeOut = 300;
-constexpr uint32_t kLongestTimeOut = 1800;
 
 /** The name and its length as staged in RESERVE2. */
 char fcs_discovery_name_staged[32];
@@ -140,7 +136,7 @@ int write_fcsVsanDiscoveryTimeOut(int action, u_char *value, u_char type, size_t
     }
     fcs_discovery_timeout_pending = value;
     const uint32_t seconds = fcs_value_word(value);
-    if (seconds < kShortestTimeOut || seconds > kLongestTimeOut) {
+    if (seconds < FCS_MIN_DISC_TIMEOUT || seconds > FCS_MAX_DISC_TIMEOUT) {
       FCS_DETAIL("%s:bad value\n");
       return SNMP_ERR_BADVALUE; // Deliberately the status of SNMPv1.
     }

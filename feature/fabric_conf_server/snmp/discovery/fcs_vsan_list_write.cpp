@@ -10,8 +10,8 @@ static bool may_write(const VsanHalf &half, const u_char *value, size_t length, 
                       size_t name_length) {
   VsanBitmap by_position;
   VsanBitmap by_id;
-  fcs_bitmap_init(&by_position, FCS_WHOLE_BYTES);
-  fcs_bitmap_init(&by_id, FCS_WHOLE_BYTES);
+  fcs_bitmap_init(&by_position, VSAN_WHOLE_BYTES);
+  fcs_bitmap_init(&by_id, VSAN_WHOLE_BYTES);
   memcpy(by_position.bytes + half.offset, value, length);
   fcs_vsan_shift_up(&by_position, &by_id);
   return role_vsan_bitmap_allowed(&by_id, name, name_length, ROLE_ACCESS_WRITE) == 1;
@@ -36,5 +36,5 @@ int fcs_reserve_vsan_list(const VsanListLimits &limits, const VsanHalf &half, co
 
 void fcs_store_vsan_list(VsanBitmap *list, const u_char *value, size_t length) {
   bitmap_clear(list);
-  memcpy(list->bytes, value, std::min<size_t>(length, FCS_HALF_BYTES));
+  memcpy(list->bytes, value, std::min<size_t>(length, VSAN_HALF_BYTES));
 }

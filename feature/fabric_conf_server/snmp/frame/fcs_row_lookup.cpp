@@ -64,8 +64,8 @@ bool fcs_read_index(const FcsNameIndex &form, const FcsRowRequest &request, void
 }
 
 bool fcs_read_pair_index(const FcsRowRequest &request, void *record) {
-  constexpr size_t kFirst = 14;
-  constexpr size_t kSecond = 15;
+  constexpr size_t kFirst = FCS_COLUMN_LENGTH;
+  constexpr size_t kSecond = kFirst + 1;
   if (request.exact != 0) {
     const size_t length = *request.length;
     if (length > request.base_length + 2) {
@@ -139,7 +139,7 @@ static bool skip_hidden_vsans(const FcsVsanTable &table, const VsanBitmap &allow
 bool fcs_fetch_visible_row(const FcsVsanTable &table, const FcsRowRequest &request) {
   memmove(table.key, table.record, table.key_length);
   VsanBitmap allowed;
-  fcs_bitmap_init(&allowed, FCS_WHOLE_BYTES);
+  fcs_bitmap_init(&allowed, VSAN_WHOLE_BYTES);
   const int restricted =
       role_allowed_vsans(&allowed, request.name, *request.length, ROLE_ACCESS_READ);
   if (restricted == 0) {

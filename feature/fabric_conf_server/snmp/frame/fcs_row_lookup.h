@@ -20,6 +20,10 @@
 
 #include <net-snmp/agent/net-snmp-agent-includes.h>
 
+/** Sub-identifiers of the module root, and of a column; the index of an instance follows. */
+constexpr size_t FCS_ROOT_LENGTH = 9;
+constexpr size_t FCS_COLUMN_LENGTH = FCS_ROOT_LENGTH + 5;
+
 /** A request for an instance of a column, as the agent hands it to a handler. */
 struct FcsRowRequest {
   const oid *base; ///< The column.
@@ -67,10 +71,10 @@ bool fcs_read_index(const FcsNameIndex &form, const FcsRowRequest &request, void
 void fcs_write_index(const FcsNameIndex &form, const FcsRowRequest &request, const void *record);
 
 /**
- * fcs_read_index for an index of two words. Of an exact request they are read at their places in an
- * instance of 16 sub-identifiers, whatever the column is; what a short OID lacks is deliberately
- * not refused and counts as 0. \return false when an exact request is longer than an instance of
- * the table.
+ * fcs_read_index for an index of two words. Of an exact request they are read behind
+ * FCS_COLUMN_LENGTH, whatever the column is; what a short OID lacks is deliberately not refused and
+ * counts as 0.
+ * \return false when an exact request is longer than an instance of the table.
  */
 bool fcs_read_pair_index(const FcsRowRequest &request, void *record);
 

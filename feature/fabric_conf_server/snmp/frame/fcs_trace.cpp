@@ -14,7 +14,7 @@ namespace {
 /** What the event history keeps of a line. */
 struct HistoryRecord {
   uint32_t level;
-  char text[FCS_TRACE_TEXT_SIZE];
+  char text[TRACE_TEXT_ROOM];
 };
 
 /** Where a line is being written; what goes beyond its end is dropped. */

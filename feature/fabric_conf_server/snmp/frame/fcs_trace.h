@@ -15,14 +15,6 @@
 /** The module's id in the event history. */
 constexpr uint32_t FCS_TRACE_MODULE = 0x730000;
 
-/** Octets of a line in the event history, its NUL included. */
-constexpr size_t FCS_TRACE_TEXT_SIZE = 512;
-
-enum FcsTraceLevel : uint32_t {
-  FCS_TRACE_EVENT = 100,  ///< Notable events and failures.
-  FCS_TRACE_DETAIL = 101, ///< Function entry and exit, values returned and other detail.
-};
-
 /**
  * The format of a line that is data: it stands there as it is traced, and takes one text. A format
  * that takes anything else does not compile; what it is given is checked where it is traced.
@@ -58,7 +50,7 @@ template <size_t kTextSize> struct FcsFixedDetail {
 
   /** \param format "%s" for the name, and a text without further conversions. */
   consteval FcsFixedDetail(std::string_view function, std::string_view format) {
-    static_assert(kTextSize <= FCS_TRACE_TEXT_SIZE);
+    static_assert(kTextSize <= TRACE_TEXT_ROOM);
     if (!format.starts_with("%s") || format.rfind('%') != 0) {
       throw "the format takes arguments";
     }

@@ -10,10 +10,6 @@
 
 #include <cstdint>
 
-/** Octets of a bitmap that holds one half of the VSANs, and of one that holds them all. */
-constexpr uint32_t FCS_HALF_BYTES = 256;
-constexpr uint32_t FCS_WHOLE_BYTES = 512;
-
 /** Gives `bitmap` its byte count and clears it. */
 void fcs_bitmap_init(VsanBitmap *bitmap, uint32_t byte_count);
 

@@ -1,5 +1,6 @@
 #include "fcs_vsan_half.h"
 #include "feature/fabric_conf_server/fcs_protocol.h"
+#include "frame/fcs_row_lookup.h"
 #include "frame/fcs_trace.h"
 
 #include <algorithm>
@@ -10,8 +11,9 @@ namespace {
 
 /** An OID of four sub-identifiers under the module root. */
 struct ObjectName {
-  oid name[13];
+  oid name[FCS_ROOT_LENGTH + 4];
 };
+static_assert(std::size(ObjectName().name) == AGENT_TRAP_OID_ROOM);
 
 constexpr ObjectName under_root(oid a, oid b, oid c, oid d) {
   return {{FCS_MODULE_ROOT, a, b, c, d}};

@@ -91,25 +91,25 @@ u_char *truth(int32_t enabled) {
 bool filter_list(VsanBitmap *list, const VsanHalf &half, const oid *name, size_t length) {
   VsanBitmap by_position;
   VsanBitmap by_id;
-  fcs_bitmap_init(&by_position, FCS_WHOLE_BYTES);
-  fcs_bitmap_init(&by_id, FCS_WHOLE_BYTES);
-  memcpy(by_position.bytes + half.offset, list->bytes, FCS_HALF_BYTES);
+  fcs_bitmap_init(&by_position, VSAN_WHOLE_BYTES);
+  fcs_bitmap_init(&by_id, VSAN_WHOLE_BYTES);
+  memcpy(by_position.bytes + half.offset, list->bytes, VSAN_HALF_BYTES);
   fcs_vsan_shift_up(&by_position, &by_id);
 
   VsanBitmap readable;
-  fcs_bitmap_init(&readable, FCS_WHOLE_BYTES);
+  fcs_bitmap_init(&readable, VSAN_WHOLE_BYTES);
   if (role_allowed_vsans_from_list(&by_id, &readable, name, length, ROLE_ACCESS_READ) != 0) {
     return false;
   }
   bitmap_clear(&by_position);
   fcs_vsan_shift_down(&readable, &by_position);
-  memcpy(list->bytes, by_position.bytes + half.offset, FCS_HALF_BYTES);
+  memcpy(list->bytes, by_position.bytes + half.offset, VSAN_HALF_BYTES);
   return true;
 }
 
 /** The VSANs that are staged for a discovery and those on which one is outstanding. */
 VsanBitmap *discovery_list(const VsanHalf &half) {
-  fcs_bitmap_init(&fcs_vsan_list_buf, FCS_HALF_BYTES);
+  fcs_bitmap_init(&fcs_vsan_list_buf, VSAN_HALF_BYTES);
   bitmap_copy(&fcs_vsan_list_buf, half.staged);
   bitmap_union(&fcs_vsan_list_buf, half.outstanding);
   return &fcs_vsan_list_buf;

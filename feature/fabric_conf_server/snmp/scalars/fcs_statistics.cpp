@@ -15,9 +15,6 @@ constexpr FcsVsanTable kTable = {.record_id = FCS_REC_STATISTICS,
                                  .key_length = sizeof(stats.record.vsan),
                                  .record = &stats};
 
-/** Highest VSAN that a walk may start from. */
-constexpr uint32_t kLastVsan = 4096;
-
 /** A column's counter, and the trace of its answer. */
 struct Column {
   FcsObject object;
@@ -43,7 +40,7 @@ bool header_fcs_stats_table(const FcsRowRequest &request) {
   if (!fcs_read_index(kIndex, request, &stats)) {
     return false;
   }
-  if (request.exact == 0 && stats.record.vsan > kLastVsan) {
+  if (request.exact == 0 && stats.record.vsan > FCS_MAX_VSAN) {
     return false;
   }
   if (!fcs_fetch_visible_row(kTable, request)) {
