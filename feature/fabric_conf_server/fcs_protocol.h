@@ -52,8 +52,7 @@ enum FcsRecordId : uint32_t {
   FCS_REC_IE_COUNT = 110,        ///< One word: number of interconnect elements.
   FCS_REC_PORT_COUNT = 120,      ///< One word: number of ports.
   FCS_REC_PLATFORM_COUNT = 130,  ///< One word: number of platforms.
-  /** One word, asked before a reject notification: nonzero lets it pass, 0 or no answer holds it.
-   */
+  /** One word, asked before a reject notification: it passes unless that is 0, or no answer. */
   FCS_REC_REJECT_TRAP = 140,
   /** One word, asked before a completion notification, which passes whatever it is. */
   FCS_REC_COMPLETE_TRAP = 150,

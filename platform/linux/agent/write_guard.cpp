@@ -10,8 +10,6 @@ namespace {
 
 /** Under which a request keeps that it is refused. */
 constexpr char kRefused[] = "fcs_refused";
-/** Octets of the role service's sets. */
-constexpr uint32_t kRoleSetBytes = 512;
 /** More than the largest SET begins. */
 constexpr size_t kMostUnsentRows = 2048;
 
@@ -25,7 +23,7 @@ int role_status(const WritableInstance &instance, const netsnmp_variable_list &b
   if (is_known && (instance.object->scope != VsanScope::kGuarded || instance.index.empty())) {
     return SNMP_ERR_NOERROR;
   }
-  VsanBitmap allowed{.byte_count = kRoleSetBytes, .bytes = {}};
+  VsanBitmap allowed{.byte_count = VSAN_WHOLE_BYTES, .bytes = {}};
   if (role_allowed_vsans(&allowed, binding.name, binding.name_length, ROLE_ACCESS_WRITE) == 0) {
     return SNMP_ERR_NOERROR;
   }

@@ -1,13 +1,11 @@
 #include "writable_object.h"
 
 #include "feature/fabric_conf_server/snmp/fcs_variables.h"
+#include "feature/fabric_conf_server/snmp/frame/fcs_row_lookup.h"
 
 #include <algorithm>
 
 namespace {
-
-/** Sub-identifiers of the module root. */
-constexpr size_t kRootLength = 9;
 
 /** That of a writable object in the variable table; what is none does not compile. */
 consteval ObjectPath path_of(FcsObject object) {
@@ -46,7 +44,7 @@ static_assert(std::ranges::count(fcs_mib_variables, kWrite, &variable7::acl) ==
 } // namespace
 
 WritableInstance writable_instance(std::span<const oid> name) {
-  const auto behind_root = name.subspan(std::min(name.size(), kRootLength));
+  const auto behind_root = name.subspan(std::min(name.size(), FCS_ROOT_LENGTH));
   for (const WritableObject &object : kWritable) {
     const std::span path = std::span(object.path.ids).first(object.path.length);
     if (behind_root.size() >= path.size() &&
