@@ -69,6 +69,8 @@ extern "C" void deinit_fcs() {
   row_index_release(temp_platform_table);
   service_connection_close();
   snmp_alarm_unregister(first_turn_alarm);
+  first_turn_alarm = 0;
+  configuration_read = false;
   snmp_unregister_callback(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_POST_READ_CONFIG,
                            on_configuration_read, nullptr, 0);
   notification_switches_unregister();

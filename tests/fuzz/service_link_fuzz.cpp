@@ -3,8 +3,7 @@
  * sequence numbers and results, with more replies than requests, with messages unasked for, and
  * with batches of rows of every shape.
  *
- * A socket pair takes the place of the connection. What the service says is on its way before the
- * agent listens, and the service hangs up where it does not answer, so that nothing has to wait.
+ * The service hangs up where it does not answer, so that nothing has to wait.
  */
 #include "fuzz_input.h"
 
@@ -18,22 +17,22 @@
 #include "platform/linux/messaging/request_rows.h"
 #include "platform/linux/messaging/service_connection.h"
 #include "platform/linux/settings/settings.h"
+#include "tests/service_peer.h"
 
 #include <array>
 #include <cerrno>
-#include <sys/select.h>
 #include <sys/socket.h>
 
 #include <net-snmp/net-snmp-config.h>
 
 #include <net-snmp/net-snmp-includes.h>
 
-#include <net-snmp/library/fd_event_manager.h>
-
 namespace {
 
 using ipc_wire::Frame;
 using ipc_wire::FrameHeader;
+using service_peer::send_to_agent;
+using service_peer::serve_agent;
 
 /** The service's ends of the agent's connections. */
 struct LyingService {
@@ -48,12 +47,6 @@ struct LyingService {
   void say_several(const Fd &peer, uint32_t meant_sequence);
   void answer();
 } service;
-
-void send_to_agent(const Fd &peer, const void *message, size_t length) {
-  if (peer) {
-    send(peer.get(), message, length, MSG_DONTWAIT | MSG_NOSIGNAL);
-  }
-}
 
 /** Most often as it should be. */
 void LyingService::greet(const Fd &peer) const {
@@ -143,23 +136,6 @@ void exchange() {
   service.hear_requests();
 }
 
-/** A turn of the agent's select loop. */
-void serve_agent() {
-  fd_set readable;
-  fd_set writable;
-  fd_set exceptional;
-  FD_ZERO(&readable);
-  FD_ZERO(&writable);
-  FD_ZERO(&exceptional);
-  int descriptors = 0;
-  netsnmp_external_event_info(&descriptors, &readable, &writable, &exceptional);
-  timeval now{};
-  int ready = select(descriptors, &readable, &writable, &exceptional, &now);
-  if (ready > 0) {
-    netsnmp_dispatch_external_events(&ready, &readable, &writable, &exceptional);
-  }
-}
-
 netsnmp_variable_list *receive(const IpcMessage *message, oid * /*trap_oid*/,
                                size_t * /*trap_oid_length*/, int *send) {
   const auto *payload = static_cast<const uint8_t *>(ipc_payload_get(message));
@@ -169,7 +145,18 @@ netsnmp_variable_list *receive(const IpcMessage *message, oid * /*trap_oid*/,
   return nullptr;
 }
 
+/** The exchanges' connection is opened first. */
+int take_connection(Fd end) {
+  static bool for_exchanges = false;
+  for_exchanges = !for_exchanges;
+  Fd &peer = for_exchanges ? service.exchanges : service.notifications;
+  peer = std::move(end);
+  service.greet(peer);
+  return 0;
+}
+
 void start_agent_end() {
+  service_peer::on_connection = take_connection;
   snmp_disable_log();
   netsnmp_ds_set_string(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_APPTYPE, "snmpd");
   netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_ALARM_DONT_USE_SIG, 1);
@@ -258,19 +245,6 @@ void take_step(FuzzInput &input) {
 }
 
 } // namespace
-
-/** In place of the platform's own: the exchanges' connection is opened first. */
-int ipc_wire::connect_to(const std::string & /*path*/, int type_flags) {
-  int ends[2] = {-1, -1};
-  require(socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | type_flags, 0, ends) == 0,
-          "there are sockets");
-  static bool for_exchanges = false;
-  for_exchanges = !for_exchanges;
-  Fd &peer = for_exchanges ? service.exchanges : service.notifications;
-  peer = Fd(ends[1]);
-  service.greet(peer);
-  return ends[0];
-}
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *octets, size_t length) {
   constexpr int kMostSteps = 8;
