@@ -3,9 +3,9 @@ from lab import Lab
 
 
 @pytest.fixture(scope="module")
-def lab(tmp_path_factory):
+def lab(request, tmp_path_factory):
     """One lab for the tests of a file; a test that harms it mends it."""
-    lab = Lab(tmp_path_factory.mktemp("lab"))
+    lab = Lab(tmp_path_factory.mktemp("lab"), **getattr(request.module, "LAB", {}))
     try:
         lab.up()
         yield lab

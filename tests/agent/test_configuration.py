@@ -17,10 +17,10 @@ ACTIVE, CREATE, DESTROY = "1", "4", "6"
 KILLS = int(os.environ.get("FCS_KILLS", "20"))
 
 
-def put(lab, *bindings, options=WRITER, timeout=5):
+def put(lab, *bindings, options=WRITER):
     """Sends a SET of (oid, type, value)s: "noError", or the error's name."""
     words = [word for binding in bindings for word in binding]
-    answer = lab.run("snmpset", options, *words, timeout=timeout)
+    answer = lab.run("snmpset", options, *words)
     for line in answer.splitlines():
         if line.startswith("Reason: "):
             return line.split()[1].strip("()")
@@ -110,27 +110,12 @@ def test_requests(lab, what, bindings, expected, reversed_too):
         assert put(lab, *bindings[::-1]) == reversed_too
 
 
-def test_a_platform_carries_what_came_first(lab):
-    assert put(lab, name(93), status(93, CREATE)) == "noError"
-    assert row(lab, 93, columns=[TYPE, NODE_NAMES, ADDRESSES, SOURCE, RESULT]) == ["1", "0", "0", "1", "1"]
-    assert put(lab, status(94, CREATE), name(94, "second")) == "noError"
-    assert row(lab, 94, columns=[TYPE, NODE_NAMES, ADDRESSES, SOURCE, RESULT]) == ["0", "0", "0", "1", "0"]
-
-
-@pytest.mark.parametrize("oid, value, expected", [
-    (TYPE, "0", "badValue"), (TYPE, "1", "noError"), (TYPE, "12", "noError"), (TYPE, "13", "badValue"),
-    (TYPE, "-2147483648", "badValue"), (VALIDATION, "0", "badValue"), (VALIDATION, "3", "badValue"),
-    (VALIDATION, "1", "noError"), (VALIDATION, "2", "noError"), (NODE_NAMES, "2147483647", "noError"),
-    (NODE_NAMES, "-1", "genError"), (ADDRESSES, "-2147483648", "genError"), (ADDRESSES, "0", "noError")])
-def test_integers_at_their_ends(lab, oid, value, expected):
-    before = row(lab, 1)
-    assert put(lab, column(oid, 1, value)) == expected
-    after = row(lab, 1)
-    if expected != "noError":
-        assert after == before
-    elif oid != VALIDATION:
-        assert lab.get(f"{oid}.1.1")[2] == value
-    assert put(lab, column(oid, 95, "1")) == "inconsistentValue"
+def test_integers_at_their_ends(lab):
+    for oid, value, expected in [(TYPE, "13", "badValue"), (TYPE, "-2147483648", "badValue"), (TYPE, "12", "noError"),
+                                 (NODE_NAMES, "-1", "genError"), (NODE_NAMES, "2147483647", "noError")]:
+        before = lab.get(f"{oid}.1.1")[2]
+        assert put(lab, column(oid, 1, value)) == expected
+        assert lab.get(f"{oid}.1.1")[2] == (value if expected == "noError" else before)
 
 
 def test_octets_at_their_ends(lab):

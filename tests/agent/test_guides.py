@@ -1,6 +1,8 @@
 """The guides for managers, typed in as they are written."""
 
+import os
 import re
+import signal
 import subprocess
 import threading
 
@@ -20,21 +22,31 @@ def guide_steps(text):
     return steps
 
 
+def answer_of(shell, command):
+    """What a command prints; an error when the shell has been ended meanwhile."""
+    shell.stdin.write(f"{command}\necho '--'\n")
+    shell.stdin.flush()
+    lines = []
+    for line in shell.stdout:
+        if line == "--\n":
+            return lines
+        lines.append(line.rstrip())
+    raise AssertionError(f"{command}: no end of it after a minute")
+
+
 @pytest.mark.parametrize("guide", ["discovery.md", "configuration.md"])
 def test_the_guide_is_true(lab, guide):
     shell = subprocess.Popen(["bash"], cwd=REPOSITORY, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
-                             stderr=subprocess.DEVNULL, text=True)
-    watchdog = threading.Timer(60, shell.kill)
+                             stderr=subprocess.DEVNULL, text=True, start_new_session=True)
+    watchdog = threading.Timer(60, os.killpg, (shell.pid, signal.SIGKILL))  # With the command that hangs.
     watchdog.start()
     try:
         steps = guide_steps((REPOSITORY / "docs" / guide).read_text())
         assert len(steps) > 15
         for command, expected in steps:
             command = command.replace("127.0.0.1:1161", f"127.0.0.1:{lab.port}")
-            shell.stdin.write(command.replace("build/lab", str(lab.directory)) + "\necho '--'\n")
-            shell.stdin.flush()
-            answer = [line.rstrip("\n") for line in iter(shell.stdout.readline, "--\n")]
-            assert [line.rstrip() for line in answer] == [line.rstrip() for line in expected], command
+            answer = answer_of(shell, command.replace("build/lab", str(lab.directory)))
+            assert answer == [line.rstrip() for line in expected], command
     finally:
         watchdog.cancel()
         shell.stdin.close()

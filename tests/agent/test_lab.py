@@ -63,7 +63,7 @@ def test_logs_are_bounded(lab):
     for log in last_lines:
         with open(lab.directory / log, "a") as file:
             file.write("an older line\n" * 700_000)
-    eventually(lambda: all((lab.directory / log).stat().st_size < 1e6 for log in last_lines), seconds=20)
+    eventually(lambda: all((lab.directory / log).stat().st_size < 1e6 for log in last_lines))
     provoke()
     for log, text in last_lines.items():
         eventually(lambda: text in (lab.directory / log).read_text())
@@ -127,7 +127,7 @@ def test_an_interrupted_up_stops_what_it_started(tmp_path, broken, part):
                            str(lab.port), "--trap-port", str(lab.trap_port)], start_new_session=True,
                           stderr=subprocess.PIPE, text=True)
     try:
-        eventually(lambda: (lab.directory / f"{part}.pid").exists(), seconds=20)
+        eventually(lambda: (lab.directory / f"{part}.pid").exists())
         os.killpg(up.pid, signal.SIGINT)
         _, said = up.communicate(timeout=20)
         assert up.returncode == 130 and "stopped what it had started" in said

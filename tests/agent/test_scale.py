@@ -7,7 +7,7 @@ import pytest
 from fabric_view import expected_varbinds
 from lab import BUILD, READER, ROOT, Lab, resident_kilobytes
 
-VARBINDS = 1_000_000
+VARBINDS = 300_000
 
 
 @pytest.fixture(scope="module")

@@ -28,6 +28,7 @@ from lab import BUILD, READER, ROOT, Lab, eventually, resident_kilobytes, v3  # 
 from message import GET, GETBULK, INTEGER, NULL, OCTETS, SET, message  # noqa: E402
 
 UPTIME = "1.3.6.1.2.1.1.3.0"
+LAB = {"exchange_timeout": 200}
 PATIENCE = 60.0  # Seconds after which an agent counts as one that does not answer.
 ACTIVE, DESTROY = b"\x01", b"\x06"  # RowStatus.
 ALL_2K, SOME_4K = b"\xff" * 256, b"\xff" * 244  # VSANs 1 to 2048, 2049 to 4000.
@@ -254,7 +255,7 @@ def report(case):
     """Prints the case's line. \return whether it has kept its limit."""
     limit, vsans = CASES[case]
     with tempfile.TemporaryDirectory(prefix="fcs-hostile.") as directory:
-        lab = Lab(Path(directory, "lab"), fabric_of(vsans, directory))
+        lab = Lab(Path(directory, "lab"), fabric_of(vsans, directory), **LAB)
         try:
             lab.up()
             waits, growth, note = inflict(lab, case)

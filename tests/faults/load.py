@@ -5,7 +5,7 @@ import re
 import threading
 import time
 
-from lab import READER, ROOT, WRITER, resident_kilobytes
+from lab import ROOT, WRITER, resident_kilobytes
 
 PLATFORM_NAME, PLATFORM_STATUS = f"{ROOT}.1.1.18.1.2", f"{ROOT}.1.1.18.1.9"
 

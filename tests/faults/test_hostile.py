@@ -1,7 +1,7 @@
 """The worst that a manager or the service can do holds nobody else up. How long it takes is for hostile.py to measure."""
 
 import pytest
-from hostile import CASES, completions, failing_sets, inflict, rejections, slow_invalidation, switches
+from hostile import CASES, LAB, completions, failing_sets, inflict, rejections, slow_invalidation, switches  # noqa: F401 - the fixture takes LAB
 
 
 @pytest.mark.parametrize("case", [switches, slow_invalidation, rejections, completions, failing_sets],

@@ -13,6 +13,7 @@ from lab import READER, ROOT, WRITER, eventually
 from load import PLATFORM_NAME, PLATFORM_STATUS, Load, footprint
 
 CHANCE = random.Random(7)
+LAB = {"exchange_timeout": 200}
 
 
 def moment(most=0.3):
@@ -109,13 +110,13 @@ def test_fault(lab, rounds, fault):
     rows = eventually(lambda: lab.walk())
     agent = lab.agent
     with Load(lab) as load:
-        eventually(lambda: load.walks > 1 and load.writes > 5, seconds=20)
+        eventually(lambda: load.walks > 1 and load.writes > 5)
         descriptors, resident = footprint(agent)
         for _ in range(rounds):
             fault(lab)
             eventually(lambda: "INTEGER" in lab.run("snmpget", READER, f"{ROOT}.1.1.10.0"))
         writes = load.writes
-        eventually(lambda: load.writes > writes, seconds=20)
+        eventually(lambda: load.writes > writes)
     print(f"{fault.__name__}: {rounds} times, {load.walks} walks, {load.writes} writes ({load.refused} refused), another MIB "
           f"within {load.percentile(0.5) * 1e3:.0f} ms, 99 % within {load.percentile(0.99) * 1e3:.0f} ms")
     assert lab.agent == agent
@@ -134,8 +135,8 @@ def test_agent_killed_while_a_discovery_runs(lab, rounds):
         os.kill(lab.agent, signal.SIGKILL)
         eventually(lambda: lab.env()["FCS_AGENT_PID"] == "")
         lab.up()
-        assert eventually(lambda: lab.get(status)[2] == "2", seconds=10)
+        assert eventually(lambda: lab.get(status)[2] == "2")
     lab.run("snmpset", WRITER, f"{ROOT}.1.1.21.0", "i", "1")
     traps = (lab.directory / "traps.log").read_text().count("fcsDiscoveryCompleteNotify")
     lab.run("snmpset", WRITER, f"{ROOT}.1.1.3.0", "x", "80", f"{ROOT}.1.1.5.0", "i", "1")
-    eventually(lambda: (lab.directory / "traps.log").read_text().count("fcsDiscoveryCompleteNotify") > traps, seconds=10)
+    eventually(lambda: (lab.directory / "traps.log").read_text().count("fcsDiscoveryCompleteNotify") > traps)
