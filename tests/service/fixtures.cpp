@@ -95,7 +95,14 @@ std::string Process::log() const {
 }
 
 bool Process::logs(const std::string &text) const {
-  return eventually([&] { return log().find(text) != std::string::npos; });
+  bool is_logged = false;
+  (void)eventually([&] {
+    siginfo_t ended{};
+    waitid(P_PID, static_cast<id_t>(pid_), &ended, WEXITED | WNOHANG | WNOWAIT);
+    is_logged = log().find(text) != std::string::npos;
+    return is_logged || ended.si_pid == pid_; // A dead one says no more.
+  });
+  return is_logged;
 }
 
 bool eventually(const std::function<bool()> &condition) {
