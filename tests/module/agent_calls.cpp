@@ -3,21 +3,11 @@
 #include "tests/require.h"
 
 #include <algorithm>
-#include <stdexcept>
 #include <utility>
 
 Name::Name(const variable &object, const std::vector<oid> &index)
     : length(object.namelen + index.size()) {
   std::copy(index.begin(), index.end(), std::copy_n(object.name, object.namelen, room.begin()));
-}
-
-int64_t Answer::word() const {
-  int32_t word = 0;
-  if (!value || value->size() != sizeof(word)) {
-    throw std::logic_error("not a word");
-  }
-  memcpy(&word, value->data(), sizeof(word));
-  return word;
 }
 
 Answer read_name(const variable &object, Name &name, bool exact) {
@@ -28,9 +18,6 @@ Answer read_name(const variable &object, Name &name, bool exact) {
   answer.answered = entry.findVar(&entry, name.room.data(), &name.length, exact ? 1 : 0, &length,
                                   &answer.write_method);
   require(name.length <= MAX_OID_LEN, "an OID has room");
-  if (name.length > object.namelen) {
-    answer.index.assign(name.room.data() + object.namelen, name.room.data() + name.length);
-  }
   if (answer.answered != nullptr) {
     require(length <= kLongestValue, "a value has its object's length");
     require(object.type == ASN_OCTET_STR || length == sizeof(uint32_t), "a number is one word");
@@ -42,22 +29,12 @@ Answer read_name(const variable &object, Name &name, bool exact) {
   return answer;
 }
 
-Answer read_object(FcsObject object, const std::vector<oid> &index, bool exact) {
-  const variable &entry = platform.registered_for(object);
-  Name name(entry, index);
-  return read_name(entry, name, exact);
-}
-
 Binding::Binding(const variable &object, Name name, u_char type, const Bytes &value)
     : object_(&object), name_(std::move(name)), type_(type), length_(value.size()) {
   // The agent has numbers in a long, and even a text of no octets somewhere.
   value_.reset(new u_char[type == ASN_OCTET_STR ? length_ : std::max(length_, sizeof(long))]());
   std::copy(value.begin(), value.end(), value_.get());
 }
-
-Binding::Binding(FcsObject object, const std::vector<oid> &index, u_char type, const Bytes &value)
-    : Binding(platform.registered_for(object), Name(platform.registered_for(object), index), type,
-              value) {}
 
 void Binding::read() {
   const bool recording = std::exchange(platform.recording, false);
@@ -78,63 +55,54 @@ int Binding::write(int phase) {
   return status;
 }
 
-int write_set(std::vector<Binding> &bindings) {
+int write_set(size_t bindings, const std::function<int(size_t binding, int phase)> &write) {
   int status = SNMP_ERR_NOERROR;
   const auto run = [&](int phase) {
-    for (Binding &binding : bindings) {
-      if (phase == kReserve1) {
-        binding.read();
-      }
-      if (const int refusal = binding.write(phase); status == SNMP_ERR_NOERROR) {
-        status = refusal;
-      }
+    for (size_t i = 0; i < bindings; ++i) {
+      const int refusal = write(i, phase);
+      status = status == SNMP_ERR_NOERROR ? refusal : status;
     }
   };
-  for (const int phase : {kReserve1, kReserve2, kAction}) {
+  for (const int phase : {RESERVE1, RESERVE2, ACTION}) {
     run(phase);
     if (status != SNMP_ERR_NOERROR) {
-      run(phase == kAction ? kUndo : kFree);
+      run(phase == ACTION ? UNDO : FREE);
       return status;
     }
   }
-  run(kCommit);
+  run(COMMIT);
   return status;
 }
 
-int write_object(FcsObject object, const Bytes &value, const std::vector<int> &phases) {
-  Binding binding(object, {0}, static_cast<u_char>(platform.registered_for(object).type), value);
-  binding.read();
-  int status = SNMP_ERR_NOERROR;
-  for (auto phase = phases.begin(); phase != phases.end() && status == SNMP_ERR_NOERROR; ++phase) {
-    status = binding.write(*phase);
-  }
-  return status;
+int write_set(std::vector<Binding> &bindings) {
+  return write_set(bindings.size(), [&](size_t i, int phase) {
+    if (phase == RESERVE1) {
+      bindings[i].read();
+    }
+    return bindings[i].write(phase);
+  });
 }
 
-Raised notify(uint32_t opcode, const std::optional<Bytes> &payload) {
+void notify(uint32_t opcode, const std::optional<Bytes> &payload) {
   std::optional<IpcMessage> message;
   if (payload) {
     message.emplace(*payload);
   }
-  oid trap_oid[AGENT_TRAP_OID_ROOM] = {};
+  oid trap[AGENT_TRAP_OID_ROOM] = {};
   size_t length = 0;
   int send = 42;
   netsnmp_variable_list *bindings =
-      platform.handlers.at(opcode)(message ? &*message : nullptr, trap_oid, &length, &send);
-  require(send == 0 || (send == 1 && length == std::size(trap_oid)),
+      platform.handlers.at(opcode)(message ? &*message : nullptr, trap, &length, &send);
+  require(send == 0 || (send == 1 && length == std::size(trap)),
           "a notification that is to be sent has an OID");
   require(send == 1 || bindings == nullptr, "bindings come with a notification");
-  Raised raised{send == 1, {trap_oid, trap_oid + length}, {}};
-  for (auto *b = bindings; platform.recording && b != nullptr; b = b->next_variable) {
-    std::string line;
-    for (size_t i = 0; i < b->name_length; ++i) {
-      line += "." + std::to_string(b->name[i]);
-    }
-    line += " " + std::to_string(b->type) + ": ";
-    line += b->type == ASN_INTEGER ? std::to_string(*b->val.integer)
-                                   : std::string(b->val.string, b->val.string + b->val_len);
-    raised.bindings.push_back(line);
+  if (send == 1) {
+    record("trap " + text_of(trap, length));
+  }
+  for (const auto *b = bindings; platform.recording && b != nullptr; b = b->next_variable) {
+    const Bytes octets(b->val.string, b->val.string + b->val_len);
+    record("with " + text_of(b->name, b->name_length) + " type " + std::to_string(b->type) + " = " +
+           (b->type == ASN_INTEGER ? std::to_string(*b->val.integer) : text_of_octets(octets)));
   }
   snmp_free_varbind(bindings);
-  return raised;
 }

@@ -7,160 +7,167 @@
 
 #include <algorithm>
 #include <cstdarg>
-#include <cstdio>
-#include <cstdlib>
+#include <cstring>
 #include <memory>
-#include <stdexcept>
+#include <sstream>
 #include <string_view>
+#include <utility>
 
 RecordingPlatform platform;
 
 namespace {
 
-[[gnu::format(printf, 2, 0)]] void record_arguments(const std::string &label, const char *format,
-                                                    va_list arguments) {
+template <typename... Parts> void record_parts(const Parts &...parts) {
   if (platform.recording) {
-    char line[2048];
-    vsnprintf(line, sizeof(line), format, arguments);
-    platform.lines.push_back(label + line);
+    std::ostringstream line;
+    (line << ... << parts);
+    platform.lines.push_back(line.str());
   }
 }
 
-[[gnu::format(printf, 1, 2)]] void record(const char *format, ...) {
-  va_list arguments;
-  va_start(arguments, format);
-  record_arguments("", format, arguments);
-  va_end(arguments);
+[[gnu::format(printf, 1, 0)]] std::string formatted(const char *format, va_list arguments) {
+  char line[2048];
+  vsnprintf(line, sizeof(line), format, arguments);
+  return line;
 }
 
-/** Numbers in a line, each behind a separator. */
-template <typename Number>
-std::string text_of(const Number *numbers, size_t count, const char *separator) {
-  std::string text;
-  for (size_t i = 0; platform.recording && i < count; ++i) {
-    text += separator + std::to_string(numbers[i]);
-  }
-  return text;
-}
-
-/** The beginning of each line on a question to the role service. */
-std::string question(int access, const oid *name, size_t name_length, const VsanBitmap &vsans) {
-  if (!platform.recording) {
-    return {};
-  }
-  return std::to_string(access) + " " + text_of(name, name_length, ".") + " bytes " +
-         std::to_string(vsans.byte_count);
-}
-
-std::string text_of(const VsanBitmap &vsans) {
-  const auto bits = platform.recording ? bits_of(vsans) : std::vector<int32_t>();
-  return ":" + text_of(bits.data(), bits.size(), " ");
-}
-
-/** Turns a standard stream into lines of the record, as long as it lives. */
-class RecordedStream {
-public:
-  RecordedStream(FILE *&stream, const char *label) : stream_(stream), original_(stream) {
-    fflush(original_);
-    const cookie_io_functions_t functions{nullptr, write, nullptr, nullptr};
-    stream_ = fopencookie(const_cast<char *>(label), "w", functions);
-    setvbuf(stream_, nullptr, _IONBF, 0);
-  }
-  ~RecordedStream() {
-    fclose(stream_);
-    stream_ = original_;
-  }
-  RecordedStream(const RecordedStream &) = delete;
-  RecordedStream &operator=(const RecordedStream &) = delete;
-
-private:
-  static ssize_t write(void *label, const char *text, size_t length) {
-    record("%s %.*s", static_cast<const char *>(label), static_cast<int>(length), text);
+/** A stream whose every print becomes a line behind the label. */
+FILE *recorded_stream(const char *label) {
+  const auto write = [](void *name, const char *text, size_t length) {
+    record_parts(static_cast<const char *>(name), std::string_view(text, length));
     return static_cast<ssize_t>(length);
-  }
+  };
+  FILE *stream = fopencookie(const_cast<char *>(label), "w", {nullptr, write, nullptr, nullptr});
+  setvbuf(stream, nullptr, _IONBF, 0);
+  return stream;
+}
 
-  FILE *&stream_;
-  FILE *original_;
-};
+/** What a question to the role service says beyond the usual. */
+std::string question(int access, const oid *name, size_t length, const VsanBitmap &vsans) {
+  return std::to_string(access) + " " + text_of(name, length) +
+         (vsans.byte_count == sizeof(vsans.bytes) ? ""
+                                                  : " bytes " + std::to_string(vsans.byte_count));
+}
 
-/** What is asked: a record, or with a message of its own, of words alone. */
-std::string text_of(const Request &request, uint32_t opcode, bool wants_response) {
-  if (!platform.recording) {
-    return {};
+/** The lines that go with an exchange by fcs_get_data or fcs_set_data. */
+Exchange exchange_of(const Request &request, const Reply &reply) {
+  const bool reads = request.flag == FCS_OP_GET || request.flag == FCS_OP_GETNEXT;
+  Exchange exchange{platform.lines.size() - 1, {}, {}};
+  if (request.opcode == FCS_MSG_REQUEST) {
+    exchange.before = {reads ? "101 fcs_get_data:before sending cmi\n"
+                             : "101 fcs_set_data:before cmi set\n",
+                       "2>Before CMI\n"};
   }
-  if (opcode == FCS_MSG_REQUEST) {
-    return " record " + std::to_string(request.record_id) + " length " +
-           std::to_string(sizeof(request.record_id) + request.payload.size());
+  if (request.opcode == FCS_MSG_REQUEST && reads) {
+    const int status = reply.result & 255;
+    exchange.after = {"101 fcs_get_data:err " + std::to_string(status) + "\n"};
+    if (status == 0) {
+      const Bytes response = reply.response.value_or(Bytes());
+      int32_t word = 0;
+      memcpy(&word, response.data(), std::min(response.size(), sizeof(word)));
+      const std::string length = "len = " + std::to_string(response.size());
+      const std::string value = " val = " + std::to_string(word);
+      exchange.after.push_back("101 fcs_get_data:" + length + value + " \n");
+      exchange.after.push_back("1>" + length + value + "\n");
+    }
   }
-  std::string words;
-  for (size_t offset = 0; offset < request.payload.size(); offset += sizeof(uint32_t)) {
-    words += " " + std::to_string(request.word(offset));
+  return exchange;
+}
+
+/** Gives the module the state that it was loaded with. */
+void reset_module() {
+  int32_t *const numbers[] = {
+      &fcs_spin_lock,       &fcs_discovery_timeout,    &fcs_start_discovery,
+      &fcs_rej_reason_code, &fcs_rej_reason_code_expl, &fcs_return_value.record};
+  static const std::vector<int32_t> loaded = [&] {
+    std::vector<int32_t> values;
+    std::ranges::transform(numbers, std::back_inserter(values),
+                           [](const int32_t *n) { return *n; });
+    return values;
+  }();
+  for (size_t i = 0; i < loaded.size(); ++i) {
+    *numbers[i] = loaded[i];
   }
-  return words + (wants_response ? " with response" : "");
+  memset(fcs_discovery_name, 0, sizeof(fcs_discovery_name));
+  // Ends a SET that a test has left open: what it has pending is released with the test.
+  write_fcsStartDiscovery(UNDO, nullptr, 0, 0, nullptr, nullptr, 0);
+  write_fcsVsanDiscoveryTimeOut(UNDO, nullptr, 0, 0, nullptr, nullptr, 0);
 }
 
 } // namespace
 
-uint32_t Request::word(size_t offset) const {
-  uint32_t word = 0;
-  memcpy(&word, payload.data() + offset, sizeof(word));
-  return word;
-}
-
-Vsans::Vsans(std::initializer_list<uint32_t> vsans) : VsanBitmap{sizeof(bytes), {}} {
-  for (const uint32_t vsan : vsans) {
-    bitmap_set_bit(this, static_cast<int32_t>(vsan));
+std::string text_of(const oid *name, size_t length) {
+  constexpr size_t kRootLength = 9;
+  const oid *root = platform.registered.front().name;
+  const bool ours = length > kRootLength && std::equal(root, root + kRootLength, name);
+  std::string text;
+  for (size_t i = ours ? kRootLength : 0; platform.recording && i < length; ++i) {
+    text += (text.empty() ? "" : ".") + std::to_string(name[i]);
   }
+  return text;
 }
 
-const variable &RecordingPlatform::registered_for(FcsObject object) const {
-  for (const variable &entry : registered) {
-    if (entry.magic == object) {
-      return entry;
-    }
+std::string text_of(const VsanBitmap &bitmap) {
+  std::string text;
+  for (int32_t bit = bitmap_first_bit(&bitmap); platform.recording && bit >= 0;
+       bit = bitmap_next_bit(&bitmap, bit)) {
+    text += (text.empty() ? "" : " ") + std::to_string(bit);
   }
-  throw std::logic_error("no object with magic " + std::to_string(object));
+  return text;
 }
 
-void reset_platform() {
-  RecordingPlatform last = std::move(platform);
-  platform = RecordingPlatform();
-  platform.registered = std::move(last.registered);
-  platform.handlers = std::move(last.handlers);
+std::string text_of(const Request &request) {
+  constexpr const char *kOperations[] = {"?", "get", "next", "set", "delete"};
+  if (request.opcode != FCS_MSG_REQUEST) {
+    return "send " + std::to_string(request.opcode) + "/" + std::to_string(request.flag) + " " +
+           text_of_record(form_of(request.opcode), request.payload);
+  }
+  const bool reads = request.flag == FCS_OP_GET || request.flag == FCS_OP_GETNEXT;
+  const FcsKeyForm *key = fcs_key_form(request.record_id);
+  std::string form = reads ? "" : form_of(request.record_id);
+  if (reads && key != nullptr) {
+    form = key->words == 2         ? "w w"
+           : key->name_octets == 0 ? "w"
+                                   : "w " + std::to_string(key->name_octets);
+  }
+  const std::string fields = text_of_record(form, request.payload);
+  return std::string(kOperations[request.flag % std::size(kOperations)]) + " " +
+         std::to_string(request.record_id) + (fields.empty() ? "" : " " + fields);
 }
 
 void start_module() {
-  reset_platform();
+  RecordingPlatform last = std::exchange(platform, RecordingPlatform());
+  platform.registered = std::move(last.registered);
+  platform.handlers = std::move(last.handlers);
+  lines_of(reset_module);
   lines_of(init_fcs_mib);
   platform.lines.clear();
 }
 
 Lines lines_of(const std::function<void()> &action) {
+  static FILE *const recorded_output = recorded_stream("1>");
+  static FILE *const recorded_error = recorded_stream("2>");
+  struct Streams {
+    FILE *output = std::exchange(stdout, recorded_output);
+    FILE *error = std::exchange(stderr, recorded_error);
+    ~Streams() {
+      stdout = output;
+      stderr = error;
+    }
+  };
   platform.lines.clear();
-  const RecordedStream out(stdout, "stdout");
-  const RecordedStream err(stderr, "stderr");
+  platform.exchanges.clear();
+  const Streams recorded;
   action();
   return platform.lines;
 }
 
-Lines traces_of(const std::function<void()> &action) {
-  Lines traces = lines_of(action);
-  std::erase_if(traces, [](const std::string &line) {
-    return !line.starts_with("10") || line.find("fcs_get_data") != std::string::npos;
-  });
-  return traces;
+void record(const std::string &line) {
+  record_parts(line);
 }
 
 IpcMessage::IpcMessage(const Bytes &octets) : payload{} {
   std::copy(octets.begin(), octets.end(), payload);
-}
-
-std::vector<int32_t> bits_of(const VsanBitmap &bitmap) {
-  std::vector<int32_t> bits;
-  for (int32_t bit = bitmap_first_bit(&bitmap); bit >= 0; bit = bitmap_next_bit(&bitmap, bit)) {
-    bits.push_back(bit);
-  }
-  return bits;
 }
 
 // ---- Messaging
@@ -172,15 +179,22 @@ int32_t ipc_req_resp(uint32_t opcode, uint32_t flag, const void *request, void *
                      uint32_t queue, uint32_t reserved) {
   require(*length <= IPC_MESSAGE_ROOM, "a request has room in a message");
   const auto *octets = static_cast<const uint8_t *>(request);
-  Request asked{flag, opcode, Bytes(octets, octets + *length)};
+  Request asked{opcode, flag, 0, Bytes(octets, octets + *length)};
   if (opcode == FCS_MSG_REQUEST) {
-    asked.record_id = asked.word(0);
+    memcpy(&asked.record_id, octets, sizeof(asked.record_id));
     asked.payload.erase(asked.payload.begin(), asked.payload.begin() + sizeof(asked.record_id));
   }
-  record("ipc %u/%u%s from %s/%u to %u/%u/%u", opcode, flag,
-         text_of(asked, opcode, response != nullptr).c_str(), user, session, service, queue,
-         reserved);
+  std::ostringstream sender;
+  sender << user << "/" << session << " to " << service << "/" << queue << "/" << reserved;
+  const bool usual = sender.str() == "user/7 to 20/77/0";
+  if (platform.recording) {
+    record(text_of(asked) + (usual ? "" : " from " + sender.str()));
+  }
   const Reply reply = platform.service(asked);
+  if (platform.recording) {
+    platform.lines.back() += reply.result == 0 ? "" : " -> " + std::to_string(reply.result);
+    platform.exchanges.push_back(exchange_of(asked, reply));
+  }
   if (reply.response && response != nullptr) {
     *response = malloc(std::max<size_t>(reply.response->size(), 1));
     std::copy(reply.response->begin(), reply.response->end(), static_cast<uint8_t *>(*response));
@@ -196,10 +210,10 @@ const void *ipc_payload_get(const IpcMessage *message) {
 int32_t ipc_send(uint32_t queue, const IpcAddress *destination, uint32_t opcode,
                  const void *payload, uint32_t length, uint32_t a, uint32_t b, uint32_t c) {
   const auto *octets = static_cast<const uint8_t *>(payload);
-  platform.sent.push_back({opcode, Bytes(octets, octets + length)});
-  record("send %u to %s opcode %u length %u '%s' %u/%u/%u", queue,
-         text_of(destination->octets, std::size(destination->octets), ".").c_str(), opcode, length,
-         static_cast<const char *>(payload), a, b, c);
+  const Bytes sent(octets, octets + length);
+  platform.sent.push_back({opcode, sent});
+  record_parts("message ", opcode, " ", text_of_octets(sent), " to ", queue, "/",
+               text_of_octets(bytes_of(destination->octets)), "/", a, "/", b, "/", c);
   return -1; // The module does not look at it.
 }
 
@@ -218,22 +232,22 @@ uint32_t agent_session_id(int request) {
 }
 
 void agent_notif_register(uint32_t opcode, AgentNotifHandler *handler) {
-  record("notif register %u%s", opcode, handler == nullptr ? " without handler" : "");
+  record_parts("notif register ", opcode, handler == nullptr ? " without handler" : "");
   platform.handlers[opcode] = handler;
 }
 
 void agent_notif_unregister(uint32_t opcode) {
-  record("notif unregister %u", opcode);
+  record_parts("notif unregister ", opcode);
 }
 
 int32_t agent_notif_enable_get(uint32_t opcode) {
-  record("notif enable get %u", opcode);
-  return platform.notif_enabled();
+  record_parts("notif enable get ", opcode);
+  return platform.notif_enabled;
 }
 
 int32_t agent_notif_enable_set(uint32_t opcode, int32_t enable) {
-  record("notif enable set %u %d", opcode, enable);
-  return platform.enable_result();
+  record_parts("notif enable set ", opcode, " ", enable);
+  return platform.enable_result;
 }
 
 netsnmp_variable_list *agent_build_varbind(netsnmp_variable_list *list, const void *value,
@@ -247,36 +261,35 @@ void agent_log_error(const SetErrorRecord *error) {
   require(memchr(error->text, '\0', sizeof(error->text)) != nullptr, "an error's text ends");
   const bool rest_is_zero = std::all_of(std::begin(error->reserved), std::end(error->reserved),
                                         [](uint8_t octet) { return octet == 0; });
-  record("log error %d '%s'%s", error->code, error->text, rest_is_zero ? "" : " dirty");
+  record_parts("log error ", error->code, " ", error->text, rest_is_zero ? "" : " dirty");
 }
 
 void agent_log_role_error(uint32_t message) {
-  record("log role error %x", message);
+  record_parts("log role error ", std::hex, message);
 }
 
 void agent_log_set_error(uint32_t message, uint32_t number) {
-  record("log set error %x %u", message, number);
+  record_parts("log set error ", std::hex, message, " ", std::dec, number);
 }
 
 // ---- Roles
 
 int role_allowed_vsans(VsanBitmap *allowed, const oid *name, size_t name_length, int access) {
-  record("role vsans %s", question(access, name, name_length, *allowed).c_str());
-  if (platform.restricted) {
+  record_parts("role vsans ", question(access, name, name_length, *allowed));
+  if (platform.restricted != 0) {
     bitmap_copy(allowed, &platform.readable);
   }
-  return platform.restricted ? 1 : 0;
+  return platform.restricted;
 }
 
 int role_allowed_vsans_from_list(const VsanBitmap *list, VsanBitmap *allowed, const oid *name,
                                  size_t name_length, int access) {
-  record("role list %s%s", question(access, name, name_length, *list).c_str(),
-         text_of(*list).c_str());
-  if (platform.role_fails) {
+  record_parts("role list ", question(access, name, name_length, *list), " (", text_of(*list), ")");
+  if (platform.role_fails != 0) {
     return -1;
   }
   bitmap_copy(allowed, list);
-  if (platform.restricted) {
+  if (platform.restricted != 0) {
     VsanBitmap hidden = *list;
     bitmap_subtract(&hidden, &platform.readable);
     bitmap_subtract(allowed, &hidden);
@@ -286,19 +299,19 @@ int role_allowed_vsans_from_list(const VsanBitmap *list, VsanBitmap *allowed, co
 
 int role_vsan_bitmap_allowed(const VsanBitmap *vsans, const oid *name, size_t name_length,
                              int access) {
-  record("role bitmap %s%s", question(access, name, name_length, *vsans).c_str(),
-         text_of(*vsans).c_str());
-  return platform.role_refuses_writes ? 2 : 1; // Anything but 1 refuses.
+  record_parts("role bitmap ", question(access, name, name_length, *vsans), " (", text_of(*vsans),
+               ")");
+  return platform.role_refuses_writes != 0 ? 2 : 1; // Anything but 1 refuses.
 }
 
 int role_vsan_allowed(uint32_t vsan, VsanBitmap allowed) {
-  record("role allowed %u", vsan);
+  record_parts("role allowed ", vsan);
   const auto bit = static_cast<int32_t>(vsan);
   return vsan < 4096 && bitmap_next_bit(&allowed, bit - 1) == bit ? 1 : 0;
 }
 
 int role_next_allowed_vsan(uint32_t *vsan, VsanBitmap allowed) {
-  record("role next %u", *vsan);
+  record_parts("role next ", *vsan);
   const int32_t next = *vsan < 4096 ? bitmap_next_bit(&allowed, static_cast<int32_t>(*vsan)) : -1;
   *vsan = next < 0 ? *vsan : static_cast<uint32_t>(next);
   return next < 0 ? 0 : 1;
@@ -309,7 +322,7 @@ int role_next_allowed_vsan(uint32_t *vsan, VsanBitmap allowed) {
 const char *const trace_module_name = "recorded";
 
 int trace_hist_filtered(uint32_t module, uint32_t /*level*/) {
-  return platform.history_filtered || module != 0x730000 ? 1 : 0;
+  return platform.history_filtered != 0 || module != 0x730000 ? 1 : 0;
 }
 
 void trace_hist_event(uint32_t module, uint32_t length, const void *event) {
@@ -318,12 +331,8 @@ void trace_hist_event(uint32_t module, uint32_t length, const void *event) {
   uint32_t level = 0;
   memcpy(&level, event, sizeof(level));
   const char *text = static_cast<const char *>(event) + sizeof(level);
-  // Common lines stand as "level text"; a record whose length is not its text's is spelt out.
-  if (module == 0x730000 && length == strlen(text) + 5) {
-    record("%u %s", level, text);
-  } else {
-    record("module %x length %u: %u %s", module, length, level, text);
-  }
+  const bool usual = module == 0x730000 && length == strlen(text) + 5;
+  record_parts(level, " ", text, usual ? "" : " (unusual module or length)");
 }
 
 /** Level of the line that the console is asked about. */
@@ -341,10 +350,9 @@ void debug_printf(int console, const char *module, int instance, const char *for
           "the only text that a detail's format takes is the name of its function");
   va_list arguments;
   va_start(arguments, format);
-  if (platform.console) {
-    record_arguments("console " + std::to_string(console) + "/" + module + "/" +
-                         std::to_string(instance) + " '" + format + "' ",
-                     format, arguments);
+  if (platform.console != 0) {
+    record_parts("console ", console, "/", module, "/", instance, " '", format, "' ",
+                 formatted(format, arguments));
   }
   va_end(arguments);
 }
@@ -367,13 +375,13 @@ struct RowIndex {
 int row_index_create(RowIndex **store, int options, int unique, RowIndexCompare *compare,
                      int sorted) {
   const int number = ++platform.stores_created;
-  record("store %d create %d %d %s %d", number, options, unique,
-         compare == mgmt_addr_cmp  ? "mgmt_addr_cmp"
-         : compare == platform_cmp ? "platform_cmp"
-                                   : "?",
-         sorted);
+  record_parts("store ", number, " create ", options, " ", unique, " ",
+               compare == mgmt_addr_cmp  ? "mgmt_addr_cmp"
+               : compare == platform_cmp ? "platform_cmp"
+                                         : "?",
+               " ", sorted);
   *store = nullptr;
-  if (platform.failing_stores.count(number) != 0) {
+  if ((platform.failing_stores >> number & 1) != 0) {
     return 0;
   }
   static RowIndex stores[3];
@@ -388,7 +396,7 @@ void *row_index_find(RowIndex *store, const void *key, int /*options*/) {
 }
 
 void *row_index_add(RowIndex *store, void *element, const void *key) {
-  const bool taken = !platform.failing_adds && element == key;
+  const bool taken = platform.failing_adds == 0 && element == key;
   (taken ? store->rows : store->not_kept).emplace_back(element, free);
   return taken ? element : nullptr;
 }
@@ -404,11 +412,21 @@ void *row_index_remove(RowIndex *store, const void *key) {
 }
 
 void row_index_destroy(RowIndex *store) {
-  record("store %d destroy", store == nullptr ? 0 : store->number);
+  record_parts("store ", store == nullptr ? 0 : store->number, " destroy");
 }
 
-size_t pending_rows() {
-  return temp_mgmt_addr_table->rows.size() + temp_platform_table->rows.size();
+Lines pending_rows() {
+  Lines rows;
+  const auto add = [&](const RowIndex *store, uint32_t record_id, size_t length) {
+    for (const auto &row : store->rows) {
+      const auto *octets = static_cast<const uint8_t *>(row.get());
+      rows.push_back(std::to_string(record_id) + " " +
+                     text_of_record(form_of(record_id), Bytes(octets, octets + length)));
+    }
+  };
+  add(temp_mgmt_addr_table, FCS_REC_MGMT_ADDR, sizeof(MgmtAddrEntry));
+  add(temp_platform_table, FCS_REC_PLATFORM, sizeof(PlatformEntry));
+  return rows;
 }
 
 // ---- Net-SNMP's registration and debug output, in front of the library's own
@@ -417,7 +435,7 @@ extern "C" {
 
 int register_mib(const char *module, const variable *variables, size_t size, size_t count,
                  const oid *root, size_t root_length) {
-  record("register %s %zu x %zu at length %zu", module, count, size, root_length);
+  record_parts("register ", module, " ", count, " x ", size, " at length ", root_length);
   const auto *entries = reinterpret_cast<const uint8_t *>(variables);
   while (platform.registered.size() < count) {
     const auto &entry =
@@ -434,26 +452,26 @@ int register_mib(const char *module, const variable *variables, size_t size, siz
 }
 
 int unregister_mib(oid * /*root*/, size_t root_length) {
-  record("unregister at length %zu", root_length);
+  record_parts("unregister at length ", root_length);
   return 0;
 }
 
 void snmp_set_detail(const char *detail) {
-  record("detail '%s'", detail);
+  record_parts("detail '", detail, "'");
 }
 
 int snmp_get_do_debugging() {
-  return platform.agent_debugging ? 1 : 0;
+  return platform.agent_debugging;
 }
 
 void debugmsgtoken(const char *token, const char * /*format*/, ...) {
-  record("token %s", token);
+  record_parts("token ", token);
 }
 
 void debugmsg(const char *token, const char *format, ...) {
   va_list arguments;
   va_start(arguments, format);
-  record_arguments(std::string("debug ") + token + ": ", format, arguments);
+  record_parts("debug ", token, ": ", formatted(format, arguments));
   va_end(arguments);
 }
 }

@@ -4,19 +4,14 @@
  */
 #pragma once
 
+#include "records.h"
+
 #include "feature/fabric_conf_server/fcs_protocol.h"
 #include "feature/fabric_conf_server/snmp/fcs_mib.h"
 
-#include <cstring>
 #include <functional>
 #include <map>
 #include <optional>
-#include <set>
-#include <string>
-#include <vector>
-
-using Lines = std::vector<std::string>;
-using Bytes = std::vector<uint8_t>;
 
 /** What the service answers a request with. */
 struct Reply {
@@ -25,16 +20,19 @@ struct Reply {
 };
 
 struct Request {
-  uint32_t operation;
-  uint32_t record_id;
+  uint32_t opcode;
+  uint32_t flag;      ///< FcsOperation of a record request.
+  uint32_t record_id; ///< Of a record request.
   Bytes payload;
-  /** The 32-bit word at an offset of the payload. */
-  uint32_t word(size_t offset) const;
 };
 
-/** A set of VSANs by their numbers. */
-struct Vsans : VsanBitmap {
-  Vsans(std::initializer_list<uint32_t> vsans = {});
+/** A request as its line has it, of a read the key alone: "get 90 7", "send 1405/0 1 0". */
+std::string text_of(const Request &request);
+
+/** A request among the lines, and the lines that always go with it: see fcs_exchange.h. */
+struct Exchange {
+  size_t line;
+  Lines before, after;
 };
 
 /** A message that the module has sent to itself. */
@@ -45,49 +43,44 @@ struct SentMessage {
 
 struct RecordingPlatform {
   Lines lines;
+  std::vector<Exchange> exchanges;
   bool recording = true; ///< Whether there are lines at all.
 
   std::function<Reply(const Request &)> service = [](const Request &) { return Reply{2, {}}; };
-  bool restricted = false; ///< Whether the user's role restricts the VSANs.
-  Vsans readable;          ///< The VSANs it allows.
-  bool role_fails = false; ///< Whether role_allowed_vsans_from_list fails.
-  bool role_refuses_writes = false;
-  /** What agent_notif_enable_get and agent_notif_enable_set answer. */
-  std::function<int32_t()> notif_enabled = [] { return 0; };
-  std::function<int32_t()> enable_result = [] { return 0; };
-  bool history_filtered = false;
-  bool console = false; ///< Whether the console's lines are recorded, formats first.
-  bool agent_debugging = false;
-  int register_result = MIB_REGISTERED_OK;
-  std::set<int> failing_stores; ///< Which calls of row_index_create fail, counted from 1.
-  int stores_created = 0;
-  bool failing_adds = false; ///< Whether the stores take no row.
+  int32_t restricted = 0; ///< Whether the user's role restricts the VSANs,
+  VsanBitmap readable = {sizeof(VsanBitmap::bytes), {}}; ///< and those that it allows.
+  int32_t role_fails = 0; ///< Whether role_allowed_vsans_from_list fails.
+  int32_t role_refuses_writes = 0;
+  int32_t notif_enabled = 0; ///< What agent_notif_enable_get and agent_notif_enable_set answer.
+  int32_t enable_result = 0;
+  int32_t history_filtered = 0;
+  int32_t console = 0; ///< Whether the console's lines are recorded, formats first.
+  int32_t agent_debugging = 0;
+  int32_t register_result = MIB_REGISTERED_OK;
+  int32_t failing_stores = 0; ///< Bit n: the n-th call of row_index_create fails.
+  int32_t stores_created = 0;
+  int32_t failing_adds = 0; ///< Whether the stores take no row.
 
   /** The variables that register_mib was first called with, with whole names. */
   std::vector<variable> registered;
   std::map<uint32_t, AgentNotifHandler *> handlers; ///< Of notifications, by opcode.
   std::vector<SentMessage> sent;
-
-  const variable &registered_for(FcsObject object) const;
 };
 
 /** The running test's platform; every test starts with a new one and an initialised module. */
 extern RecordingPlatform platform;
 
-/** Gives the platform back its defaults, what the module has registered apart. */
-void reset_platform();
-
-/** Resets the platform, initialises the module, and drops the lines of it. */
+/** Gives the platform its defaults, and the module the state that it is loaded with. */
 void start_module();
 
-/** The lines that `action` leaves, standard output and error included. */
+/** The lines that `action` leaves, standard output ("1>") and error ("2>") included. */
 Lines lines_of(const std::function<void()> &action);
 
-/** Its traces among them, but for those of the exchange. */
-Lines traces_of(const std::function<void()> &action);
+/** One more line, of these parts. */
+void record(const std::string &line);
 
-/** How many rows are in the pending-row stores. */
-size_t pending_rows();
+/** The rows in the pending-row stores: "record id: fields" each. */
+Lines pending_rows();
 
 /** A message of the service; its payload is followed by zeros to the end of the room. */
 struct IpcMessage {
@@ -102,4 +95,7 @@ template <typename Record> Bytes bytes_of(const Record &record) {
 }
 
 /** The positions of the bits that are set. */
-std::vector<int32_t> bits_of(const VsanBitmap &bitmap);
+std::string text_of(const VsanBitmap &bitmap);
+
+/** Sub-identifiers with dots between them, without the module root where they begin with it. */
+std::string text_of(const oid *name, size_t length);
