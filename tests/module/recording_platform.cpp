@@ -64,7 +64,8 @@ Exchange exchange_of(const Request &request, const Reply &reply) {
     if (status == 0) {
       const Bytes response = reply.response.value_or(Bytes());
       int32_t word = 0;
-      memcpy(&word, response.data(), std::min(response.size(), sizeof(word)));
+      std::copy_n(response.data(), std::min(response.size(), sizeof(word)),
+                  reinterpret_cast<uint8_t *>(&word));
       const std::string length = "len = " + std::to_string(response.size());
       const std::string value = " val = " + std::to_string(word);
       exchange.after.push_back("101 fcs_get_data:" + length + value + " \n");

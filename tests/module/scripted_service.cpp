@@ -1,13 +1,14 @@
 #include "scripted_service.h"
 
+#include <algorithm>
 #include <cerrno>
-#include <cstring>
 
 /** What compares as the key of a record does. */
 static std::vector<uint32_t> key_of(uint32_t record_id, const Bytes &record) {
   const FcsKeyForm *form = fcs_key_form(record_id);
   std::vector<uint32_t> key(form == nullptr ? 0 : form->words);
-  memcpy(key.data(), record.data(), key.size() * sizeof(uint32_t));
+  std::copy_n(record.data(), key.size() * sizeof(uint32_t),
+              reinterpret_cast<uint8_t *>(key.data()));
   if (form != nullptr) {
     const uint8_t *name = record.data() + key.size() * sizeof(uint32_t);
     key.insert(key.end(), name, name + form->name_octets);
