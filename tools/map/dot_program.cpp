@@ -12,7 +12,7 @@
 #include <system_error>
 #include <unistd.h>
 
-namespace fcsctl {
+namespace fabric_map {
 
 namespace {
 
@@ -80,4 +80,4 @@ void run_dot(const std::string &graph, const std::string &format, std::ostream &
   }
 }
 
-} // namespace fcsctl
+} // namespace fabric_map

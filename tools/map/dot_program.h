@@ -6,7 +6,7 @@
 #include <ostream>
 #include <string>
 
-namespace fcsctl {
+namespace fabric_map {
 
 /**
  * Draws a graph.
@@ -16,4 +16,4 @@ namespace fcsctl {
  */
 void run_dot(const std::string &graph, const std::string &format, std::ostream &out);
 
-} // namespace fcsctl
+} // namespace fabric_map

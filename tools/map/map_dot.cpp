@@ -1,306 +1,228 @@
 #include "map_dot.h"
 
-#include "map_label.h"
-#include "service/fabric/fabric_terms.h"
-#include "service/fabric/octets.h"
+#include "card.h"
+#include "card_rows.h"
+#include "legend.h"
+#include "lines.h"
 
 #include <algorithm>
-#include <iterator>
-#include <set>
+#include <cmath>
 
-namespace fcsctl {
+namespace fabric_map {
 
 namespace {
 
-/** How a port's state is shown. */
-struct StateLook {
-  const char *name;
-  const char *fill;
-  const char *text;
+/** How many colours the legend shows on the width of a card. */
+constexpr size_t kLegendColumns = 3;
+
+/** Writes the cluster of a VSAN. */
+class ClusterWriter {
+public:
+  ClusterWriter(std::ostream &out, const Vsan &vsan, Detail detail)
+      : out_(out), vsan_(vsan), shows_ports_(detail == Detail::kPorts), wiring_(find_wiring(vsan)),
+        lines_(shows_ports_ ? link_lines(vsan, wiring_) : bundle_lines(vsan, wiring_)) {
+    find_idle_platforms();
+    arrange();
+  }
+
+  size_t longest_row() const {
+    return std::ranges::max_element(rows_, {}, [](const auto &row) { return row.size(); })->size();
+  }
+
+  void write() {
+    out_ << "  subgraph cluster_vsan" << vsan_.id << " {\n"
+         << "    graph [style=\"rounded,filled\", fillcolor=\"#f8fafc\", color=\"#cbd5e1\", "
+            "margin=10, "
+            "label=<"
+         << title() << ">];\n";
+    write_cards();
+    write_rows();
+    for (const Line &line : lines_) {
+      write_line(line);
+    }
+    out_ << "  }\n";
+  }
+
+private:
+  void find_idle_platforms() {
+    std::vector<bool> is_attached(vsan_.platforms.size() + wiring_.strangers.size(), false);
+    for (const Attachment &attachment : wiring_.attachments) {
+      is_attached[attachment.device] = true;
+    }
+    for (size_t i = 0; i < vsan_.platforms.size(); ++i) {
+      if (!is_attached[i]) {
+        idle_.push_back(i);
+      }
+    }
+  }
+
+  /** The elements are cards, and so are the idle platforms together where devices are shown. */
+  void arrange() {
+    std::vector<std::pair<size_t, size_t>> links;
+    for (const Line &line : lines_) {
+      links.emplace_back(line.a.element, line.b.element);
+    }
+    const bool shows_idle = shows_ports_ && !idle_.empty();
+    const size_t cards = vsan_.elements.size() + (shows_idle ? 1 : 0);
+    rows_ = arrange_cards(std::max<size_t>(cards, 1), links);
+    row_of_.resize(cards);
+    for (size_t row = 0; row < rows_.size() && cards != 0; ++row) {
+      for (const size_t card : rows_[row]) {
+        row_of_[card] = row;
+      }
+    }
+  }
+
+  std::string title() const {
+    size_t ports = 0;
+    for (const Element &element : vsan_.elements) {
+      ports += element.ports.size();
+    }
+    return R"(<FONT POINT-SIZE="13"><B>VSAN )" + std::to_string(vsan_.id) +
+           "</B></FONT> &#160;discovery " + vsan_.discovery + " &#183; " +
+           counted(vsan_.elements.size(), "element") + " &#183; " + counted(ports, "port") +
+           " &#183; " + counted(vsan_.platforms.size(), "platform") +
+           (idle_.empty() ? "" : ", " + std::to_string(idle_.size()) + " not attached") +
+           R"(<BR ALIGN="LEFT"/>)";
+  }
+
+  std::string card(size_t index) const {
+    if (index < vsan_.elements.size()) {
+      return shows_ports_ ? element_card(vsan_, wiring_, index, linked_ports(index))
+                          : summary_card(vsan_, wiring_, index);
+    }
+    return row_of_.empty() ? "<I>no elements</I>" : idle_card(vsan_, idle_);
+  }
+
+  LinkedPorts linked_ports(size_t element) const {
+    LinkedPorts linked;
+    for (const Line &line : lines_) {
+      for (const auto &[end, other] : {std::pair(line.a, line.b), std::pair(line.b, line.a)}) {
+        if (end.element == element) {
+          (row_of_[other.element] < row_of_[element] ? linked.upper : linked.lower)
+              .insert(end.port);
+        }
+      }
+    }
+    return linked;
+  }
+
+  std::string node(size_t card) const {
+    return "e" + std::to_string(vsan_.id) + "_" + std::to_string(card);
+  }
+
+  void write_cards() {
+    for (const auto &row : rows_) {
+      for (const size_t index : row) {
+        out_ << "    " << node(index) << " [label=<" << card(index) << ">];\n";
+      }
+    }
+  }
+
+  bool stays_in_row(const Line &line) const {
+    return row_of_[line.a.element] == row_of_[line.b.element];
+  }
+
+  bool has_inner_lines(size_t row) const {
+    return std::ranges::any_of(lines_, [&](const Line &line) {
+      return row_of_[line.a.element] == row && stays_in_row(line);
+    });
+  }
+
+  /** Below a row whose cards are linked to each other there is room for these links. */
+  size_t ranks_below(size_t row) const { return has_inner_lines(row) ? 2 : 1; }
+
+  void write_order(size_t above, size_t below, size_t ranks) {
+    out_ << "    " << node(above) << " -- " << node(below)
+         << " [style=invis, weight=0, minlen=" << ranks << "];\n";
+  }
+
+  /**
+   * Invisible lines keep the rows below each other and the cards of a VSAN together. Cards that are
+   * linked to others of their row keep their order.
+   */
+  void write_rows() {
+    for (size_t row = 0; row < rows_.size(); ++row) {
+      out_ << "    {rank=same; edge [style=invis];";
+      const bool in_order = rows_.size() == 1 || has_inner_lines(row);
+      for (size_t i = 0; i < rows_[row].size(); ++i) {
+        out_ << (i == 0 ? " " : in_order ? " -- " : "; ") << node(rows_[row][i]);
+      }
+      out_ << "}\n";
+    }
+    for (size_t row = 1; row < rows_.size(); ++row) {
+      for (const size_t card : rows_[row]) {
+        write_order(rows_[row - 1][0], card, ranks_below(row - 1));
+      }
+    }
+    for (size_t i = 1; i < rows_[0].size() && rows_.size() > 1; ++i) {
+      write_order(rows_[0][i], rows_[1][0], ranks_below(0));
+    }
+  }
+
+  std::string end(PortPlace place, const char *side) const {
+    return node(place.element) + (shows_ports_ ? ":" + port_anchor(place.port) + ":" + side : "");
+  }
+
+  void write_edge(const std::string &from, const std::string &to, const Line &line,
+                  const std::string &text) {
+    out_ << "    " << from << " -- " << to << " [color=\"" << line.state->fill << "\"" << text
+         << ", tooltip=\"" << line.tip << '"' << (is_online(*line.state) ? "" : ", style=dashed")
+         << "];\n";
+  }
+
+  /** From the card above to the one below; within a row, by a knot below both. */
+  void write_line(const Line &line) {
+    const auto place = [this](PortPlace end) {
+      const auto &row = rows_[row_of_[end.element]];
+      return std::pair(row_of_[end.element], std::ranges::find(row, end.element) - row.begin());
+    };
+    const auto [first, second] =
+        std::minmax(line.a, line.b, [&](PortPlace a, PortPlace b) { return place(a) < place(b); });
+    const std::string label = "label=\"" + line.text + "\"";
+    if (!stays_in_row(line)) {
+      write_edge(end(first, "s"), end(second, "n"), line, ", " + label);
+      return;
+    }
+    const std::string knot = "k" + std::to_string(vsan_.id) + "_" + std::to_string(knots_++);
+    out_ << "    " << knot << " [color=\"" << line.state->fill << "\", "
+         << (line.text.empty() ? "shape=point, width=0.05" : label) << "];\n";
+    write_edge(end(first, "s"), knot + ":w", line, "");
+    write_edge(end(second, "s"), knot + ":e", line, "");
+  }
+
+  std::ostream &out_;
+  const Vsan &vsan_;
+  bool shows_ports_;
+  Wiring wiring_;
+  std::vector<Line> lines_;
+  std::vector<size_t> idle_; ///< Platforms that are attached to nothing.
+  CardRows rows_;
+  std::vector<size_t> row_of_;
+  size_t knots_ = 0;
 };
-
-/** A state that has no word looks like the last. */
-constexpr StateLook kStates[] = {
-    {"unknown", "#e2e8f0", "#475569"}, {"online", "#16a34a", "white"},
-    {"offline", "#94a3b8", "white"},   {"testing", "#eab308", "#422006"},
-    {"fault", "#dc2626", "white"},     {"other", "#a855f7", "white"}};
-constexpr uint32_t kOnline = fcs::code(fcs::kPortStates, "online");
-
-/** How an element looks: the colour of its head. */
-struct ElementLook {
-  const char *name;
-  const char *fill;
-};
-
-/** A type that has no word looks like the first. */
-constexpr ElementLook kElementLooks[] = {
-    {"unknown", "#64748b"}, {"switch", "#1e3a5f"}, {"hub", "#0f766e"}, {"bridge", "#7c2d12"}};
-
-struct DeviceLook {
-  const char *name;
-  const char *shape;
-  const char *fill;
-};
-
-constexpr DeviceLook kHost = {"host", "box", "#dbeafe"};
-constexpr DeviceLook kStorage = {"storage", "cylinder", "#fde9c8"};
-constexpr DeviceLook kOtherPlatform = {"other platform", "component", "#ede9fe"};
-constexpr DeviceLook kStranger = {"device without a platform", "ellipse", "white"};
-
-/** Ports of an element beside each other. */
-constexpr size_t kPortsInRow = 8;
-
-/** The look of a code, which has its word for a name; `other` if there is none. */
-template <typename Look, size_t kCount>
-const Look &look_of(const Look (&looks)[kCount], fcs::Terms terms, uint32_t code,
-                    const Look &other) {
-  const auto word = fcs::word_of(terms, code).value_or("");
-  const auto look = std::ranges::find(looks, word, &Look::name);
-  return look == std::end(looks) ? other : *look;
-}
-
-const StateLook &look_of_state(uint32_t state) {
-  return look_of(kStates, fcs::kPortStates, state, *std::rbegin(kStates));
-}
-
-const ElementLook &look_of_element(uint32_t type) {
-  return look_of(kElementLooks, fcs::kElementTypes, type, *std::begin(kElementLooks));
-}
-
-const DeviceLook &look_of_platform(uint32_t type) {
-  const std::string_view word = fcs::word_of(fcs::kPlatformTypes, type).value_or("");
-  return word == "host" ? kHost : word.starts_with("storage") ? kStorage : kOtherPlatform;
-}
-
-std::string word_or_code(fcs::Terms terms, uint32_t code) {
-  const auto word = fcs::word_of(terms, code);
-  return word ? std::string(*word) : "type " + std::to_string(code);
-}
-
-std::string small(const std::string &text) {
-  return R"(<FONT POINT-SIZE="9">)" + text + "</FONT>";
-}
-
-std::string node_id(const char *kind, uint32_t vsan, size_t index) {
-  return kind + std::to_string(vsan) + "_" + std::to_string(index);
-}
-
-std::string port_id(uint32_t vsan, PortPlace place) {
-  return node_id("e", vsan, place.element) + ":p" + std::to_string(place.port);
-}
-
-/** A cell with the port's number in the colour of its state; the pointer shows the rest. */
-std::string port_cell(const fcs::Port &port, size_t index) {
-  const StateLook &look = look_of_state(port.state);
-  const std::string tip =
-      fcs::to_wwn(port.name) + ", " + word_or_code(fcs::kPortTypes, port.type) + ", " + look.name;
-  return R"(<TD PORT="p)" + std::to_string(index) + R"(" BGCOLOR=")" + look.fill +
-         R"(" WIDTH="24" HREF="#" TOOLTIP=")" + tip + R"("><FONT COLOR=")" + look.text +
-         R"(" POINT-SIZE="9">)" + std::to_string(port.physical_port) + "</FONT></TD>";
-}
-
-/** Rows of the ports that `chosen` chooses. */
-template <typename Chosen>
-std::string port_rows(const std::vector<fcs::Port> &ports, const Chosen &chosen) {
-  std::string rows;
-  size_t shown = 0;
-  for (size_t i = 0; i < ports.size(); ++i) {
-    if (chosen(i)) {
-      rows += shown % kPortsInRow != 0 ? "" : shown == 0 ? "<TR>" : "</TR><TR>";
-      rows += port_cell(ports[i], i);
-      ++shown;
-    }
-  }
-  return rows.empty() ? rows : rows + "</TR>";
-}
-
-std::string element_head(const fcs::Element &element) {
-  const std::string_view name =
-      fcs::text_of(fcs::Octets(element.logical_name, element.logical_name_length));
-  std::string text = "<B>" + (name.empty() ? fcs::to_wwn(element.name) : label_name(name)) + "</B>";
-  text +=
-      "<BR/>" +
-      small(word_or_code(fcs::kElementTypes, element.type) +
-            (element.domain_id == 0 ? "" : " &#183; domain " + std::to_string(element.domain_id)) +
-            (element.local ? " &#183; local" : ""));
-  if (!name.empty()) {
-    text += "<BR/>" + small(fcs::to_wwn(element.name));
-  }
-  return text;
-}
-
-/** Ports that are linked to elements above stand above the element's head, the others below it. */
-std::string element_label(const FabricMap &map, size_t index) {
-  const MappedElement &mapped = map.elements[index];
-  std::set<size_t> upper;
-  for (const Link &link : map.links) {
-    if (link.b.element == index && link.a.element != index) {
-      upper.insert(link.b.port);
-    }
-  }
-  const size_t lower = mapped.ports.size() - upper.size();
-  const size_t columns = std::clamp(std::max(upper.size(), lower), size_t{1}, kPortsInRow);
-  return R"(<TABLE BORDER="0" CELLBORDER="0" CELLSPACING="2" CELLPADDING="4" BGCOLOR="white">)" +
-         port_rows(mapped.ports, [&upper](size_t port) { return upper.contains(port); }) +
-         R"(<TR><TD COLSPAN=")" + std::to_string(columns) + R"(" BGCOLOR=")" +
-         look_of_element(mapped.element.type).fill + R"(" CELLPADDING="7"><FONT COLOR="white">)" +
-         element_head(mapped.element) + "</FONT></TD></TR>" +
-         port_rows(mapped.ports, [&upper](size_t port) { return !upper.contains(port); }) +
-         "</TABLE>";
-}
-
-std::string platform_label(const PlatformEntry &platform) {
-  const std::string_view name = fcs::text_of(fcs::Octets(platform.name, platform.name_length));
-  return (name.empty() ? "<I>(no&#160;name)</I>" : "<B>" + label_name(name) + "</B>") + "<BR/>" +
-         small(word_or_code(fcs::kPlatformTypes, platform.type));
-}
-
-void write_device(std::ostream &out, const std::string &id, const DeviceLook &look,
-                  const std::string &label, bool attached) {
-  out << "    " << id << " [shape=" << look.shape << ", fillcolor=\"" << look.fill
-      << "\", style=\"filled" << (look.shape == kHost.shape ? ",rounded" : "")
-      << (attached ? "" : ",dashed") << "\", label=<" << label << ">];\n";
-}
-
-void write_edge(std::ostream &out, const std::string &from, const std::string &to, uint32_t state,
-                bool is_link) {
-  const char *colour = look_of_state(state).fill;
-  out << "    " << from << " -- " << to << " [color=\"" << colour
-      << "\", penwidth=" << (is_link ? "2.5" : "1.3") << (state == kOnline ? "" : ", style=dashed")
-      << "];\n";
-}
-
-std::string count(size_t number, const char *one, const char *many) {
-  return std::to_string(number) + " " + (number == 1 ? one : many);
-}
-
-std::string cluster_label(const FabricMap &map) {
-  size_t ports = 0;
-  for (const MappedElement &element : map.elements) {
-    ports += element.ports.size();
-  }
-  const auto status = static_cast<uint32_t>(map.vsan.discovery.status);
-  return R"(<FONT POINT-SIZE="16"><B>VSAN )" + std::to_string(map.vsan.discovery.vsan) +
-         R"(</B></FONT><BR ALIGN="LEFT"/>)" +
-         small("discovery " + word_or_code(fcs::kDiscoveryStatuses, status) + " &#183; " +
-               count(map.elements.size(), "element", "elements") + " &#183; " +
-               count(ports, "port", "ports") + " &#183; " +
-               count(map.platforms.size(), "platform", "platforms")) +
-         R"(<BR ALIGN="LEFT"/>)";
-}
-
-/** The state that a link shows: that of the end which is not online, if there is one. */
-uint32_t link_state(const FabricMap &map, const Link &link) {
-  const auto state = [&map](PortPlace place) {
-    return map.elements[place.element].ports[place.port].state;
-  };
-  return state(link.a) == kOnline ? state(link.b) : state(link.a);
-}
-
-bool is_attached(const FabricMap &map, size_t platform) {
-  return std::ranges::any_of(map.attachments, [platform](const Attachment &attachment) {
-    return !attachment.is_stranger && attachment.device == platform;
-  });
-}
-
-bool is_linked(const FabricMap &map, size_t element) {
-  return std::ranges::any_of(map.links, [element](const Link &link) {
-    return link.a.element == element || link.b.element == element;
-  });
-}
-
-void write_nodes(std::ostream &out, const FabricMap &map) {
-  const uint32_t vsan = map.vsan.discovery.vsan;
-  for (size_t i = 0; i < map.elements.size(); ++i) {
-    out << "    " << node_id("e", vsan, i) << " [shape=plain, label=<" << element_label(map, i)
-        << ">];\n";
-  }
-  for (size_t i = 0; i < map.platforms.size(); ++i) {
-    write_device(out, node_id("d", vsan, i), look_of_platform(map.platforms[i].type),
-                 platform_label(map.platforms[i]), is_attached(map, i));
-  }
-  for (size_t i = 0; i < map.strangers.size(); ++i) {
-    write_device(out, node_id("s", vsan, i), kStranger, small(fcs::to_wwn(map.strangers[i])), true);
-  }
-}
-
-/** Keeps what hangs on nothing below the first element, which would stand aside otherwise. */
-void write_invisible_edges(std::ostream &out, const FabricMap &map) {
-  const uint32_t vsan = map.vsan.discovery.vsan;
-  const std::string first = "    " + node_id("e", vsan, 0) + " -- ";
-  for (size_t i = 1; i < map.elements.size(); ++i) {
-    if (!is_linked(map, i)) {
-      out << first << node_id("e", vsan, i) << " [style=invis];\n";
-    }
-  }
-  for (size_t i = 0; i < map.platforms.size() && !map.elements.empty(); ++i) {
-    if (!is_attached(map, i)) {
-      out << first << node_id("d", vsan, i) << " [style=invis];\n";
-    }
-  }
-}
-
-void write_edges(std::ostream &out, const FabricMap &map) {
-  const uint32_t vsan = map.vsan.discovery.vsan;
-  for (const Link &link : map.links) {
-    write_edge(out, port_id(vsan, link.a), port_id(vsan, link.b), link_state(map, link), true);
-  }
-  for (const Attachment &attachment : map.attachments) {
-    const uint32_t state = map.elements[attachment.port.element].ports[attachment.port.port].state;
-    write_edge(out, port_id(vsan, attachment.port),
-               node_id(attachment.is_stranger ? "s" : "d", vsan, attachment.device), state, false);
-  }
-}
-
-/** A row of the legend: a coloured cell, and what it stands for. */
-std::string legend_row(const char *fill, const std::string &text) {
-  return R"(<TR><TD BGCOLOR=")" + std::string(fill) + R"(" WIDTH="24" BORDER="1"></TD>)" +
-         R"(<TD ALIGN="LEFT">)" + text + "</TD></TR>";
-}
-
-std::string legend_label() {
-  std::string rows = R"(<TR><TD COLSPAN="2" ALIGN="LEFT"><B>Ports and links</B></TD></TR>)";
-  for (const StateLook &look : kStates) {
-    rows += legend_row(look.fill, look.name);
-  }
-  rows += R"(<TR><TD COLSPAN="2" ALIGN="LEFT"><B>Elements</B></TD></TR>)";
-  for (const ElementLook &look : kElementLooks) {
-    rows += legend_row(look.fill, look.name);
-  }
-  rows += R"(<TR><TD COLSPAN="2" ALIGN="LEFT"><B>Devices</B></TD></TR>)";
-  for (const DeviceLook &look : {kHost, kStorage, kOtherPlatform, kStranger}) {
-    rows += legend_row(look.fill, look.name);
-  }
-  rows +=
-      R"(<TR><TD COLSPAN="2" ALIGN="LEFT"><I>dashed: not attached, or not online</I></TD></TR>)";
-  return R"(<TABLE BORDER="1" CELLBORDER="0" CELLSPACING="3" COLOR="#cbd5e1" BGCOLOR="white">)" +
-         rows + "</TABLE>";
-}
 
 } // namespace
 
-DotWriter::DotWriter(std::ostream &out) : out_(out) {
+DotWriter::DotWriter(std::ostream &out, Detail detail) : out_(out), detail_(detail) {
   out_ << "graph fabric {\n"
-          "  graph [charset=\"UTF-8\", fontname=\"Helvetica\", bgcolor=\"white\", pad=0.3, "
-          "nodesep=0.25, ranksep=0.9];\n"
-          "  node [fontname=\"Helvetica\", fontsize=11, color=\"#94a3b8\", penwidth=1.2];\n"
-          "  edge [color=\"#94a3b8\"];\n";
+          "  graph [charset=\"UTF-8\", fontname=\"Helvetica\", fontsize=9, bgcolor=\"white\", "
+          "pad=0.2, nodesep=0.2, ranksep=0.4, pack=16, labeljust=l];\n"
+          "  node [fontname=\"Helvetica\", fontsize=8, shape=plain];\n"
+          "  edge [fontname=\"Helvetica\", fontsize=8, penwidth=1.6];\n";
 }
 
-void DotWriter::add(const FabricMap &map) {
-  out_ << "  subgraph cluster_vsan" << map.vsan.discovery.vsan << " {\n"
-       << "    graph [style=\"rounded,filled\", fillcolor=\"#f8fafc\", color=\"#cbd5e1\", "
-          "margin=18, "
-          "labeljust=l, label=<"
-       << cluster_label(map) << ">];\n";
-  write_nodes(out_, map);
-  write_edges(out_, map);
-  write_invisible_edges(out_, map);
-  out_ << "  }\n";
+void DotWriter::add(const Vsan &vsan) {
+  ClusterWriter cluster(out_, vsan, detail_);
+  cluster.write();
+  ++vsans_;
+  longest_row_ = std::max(longest_row_, cluster.longest_row());
 }
 
 void DotWriter::finish() {
-  out_ << "  legend [shape=plain, label=<" << legend_label() << ">];\n}\n";
+  const auto columns = static_cast<size_t>(std::ceil(std::sqrt(static_cast<double>(vsans_))));
+  out_ << "  packmode=\"array_i" << std::max<size_t>(columns, 1) << "\";\n  labelloc=b;\n  label=<"
+       << legend(kLegendColumns * longest_row_) << ">;\n}\n";
 }
 
-} // namespace fcsctl
+} // namespace fabric_map

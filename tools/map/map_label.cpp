@@ -1,10 +1,8 @@
 #include "map_label.h"
 
-#include "service/fabric/octets.h"
-
 #include <cstdint>
 
-namespace fcsctl {
+namespace fabric_map {
 
 namespace {
 
@@ -42,7 +40,13 @@ bool is_unprintable(std::string_view character) {
 }
 
 std::string in_brackets(std::string_view octets) {
-  return "[" + fcs::to_hex(fcs::octets_of(octets), "") + "]";
+  constexpr char kDigits[] = "0123456789abcdef";
+  std::string text = "[";
+  for (const char octet : octets) {
+    const auto value = static_cast<uint8_t>(octet);
+    text += {kDigits[value >> 4], kDigits[value & 0xF]};
+  }
+  return text + "]";
 }
 
 bool can_break_before(std::string_view octets) {
@@ -73,14 +77,6 @@ std::string show_character(std::string_view octets, size_t &length) {
 
 } // namespace
 
-std::string label_text(std::string_view octets) {
-  std::string text;
-  for (size_t length = 0; !octets.empty(); octets.remove_prefix(length)) {
-    text += show_character(octets, length);
-  }
-  return text;
-}
-
 std::string label_name(std::string_view octets) {
   std::string text;
   size_t line = 1;
@@ -99,4 +95,4 @@ std::string label_name(std::string_view octets) {
   return text;
 }
 
-} // namespace fcsctl
+} // namespace fabric_map

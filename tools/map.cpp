@@ -1,11 +1,12 @@
-#include "dot_program.h"
-#include "fabric_map.h"
-#include "map_dot.h"
+#include "fcsctl.h"
+#include "map/dot_program.h"
+#include "map/map_dot.h"
+#include "map_source.h"
+#include "open_store.h"
+#include "output.h"
 #include "service/description/fabric_json.h"
 #include "service/store/fabric_reader.h"
-#include "tools/fcsctl.h"
-#include "tools/open_store.h"
-#include "tools/output.h"
+#include "vsan_list.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -15,7 +16,6 @@
 #include <fstream>
 #include <iostream>
 #include <memory>
-#include <set>
 #include <stdexcept>
 
 namespace fcsctl {
@@ -24,7 +24,8 @@ namespace {
 
 struct Options {
   std::string file;
-  std::vector<uint32_t> vsans;
+  VsanList vsans;
+  fabric_map::Detail detail = fabric_map::Detail::kPorts;
   std::string format = "dot";
   std::string output = "-";
 };
@@ -62,40 +63,49 @@ fcs::FabricStore store_of_description(const std::string &file, const WorkingDire
   return store;
 }
 
-/** The VSANs to draw: the wanted ones, or all. */
-std::vector<fcs::Vsan> choose_vsans(fcs::FabricSource &fabric,
-                                    const std::vector<uint32_t> &wanted) {
+std::string range_text(const VsanRange &range) {
+  return std::to_string(range.first) +
+         (range.first == range.last ? "" : " to " + std::to_string(range.last));
+}
+
+/** The VSANs to draw; each one and each range that was asked for has to be there. */
+std::vector<fcs::Vsan> choose_vsans(fcs::FabricSource &fabric, const VsanList &wanted) {
   std::vector<fcs::Vsan> chosen;
-  std::set<uint32_t> missing(wanted.begin(), wanted.end());
   fabric.vsans([&](const fcs::Vsan &vsan) {
-    if (missing.erase(vsan.discovery.vsan) != 0 || wanted.empty()) {
+    if (wanted.has(vsan.discovery.vsan)) {
       chosen.push_back(vsan);
     }
   });
-  if (!missing.empty()) {
-    throw std::runtime_error("the fabric has no VSAN " + std::to_string(*missing.begin()));
+  for (const VsanRange &range : wanted.ranges()) {
+    if (std::ranges::none_of(chosen, [&range](const fcs::Vsan &vsan) {
+          return range.contains(vsan.discovery.vsan);
+        })) {
+      throw std::runtime_error("the fabric has no VSAN " + range_text(range));
+    }
   }
   return chosen;
 }
 
 void write_graph(fcs::FabricSource &fabric, const std::vector<fcs::Vsan> &vsans,
-                 std::ostream &out) {
-  DotWriter writer(out);
+                 fabric_map::Detail detail, std::ostream &out) {
+  fabric_map::DotWriter writer(out, detail);
   for (const fcs::Vsan &vsan : vsans) {
-    writer.add(map_vsan(fabric, vsan));
+    writer.add(read_for_map(fabric, vsan));
   }
   writer.finish();
 }
 
 void draw(fcs::FabricSource &fabric, const Options &options, const WorkingDirectory &directory) {
   const std::vector<fcs::Vsan> vsans = choose_vsans(fabric, options.vsans);
+  const auto write = [&](std::ostream &out) { write_graph(fabric, vsans, options.detail, out); };
   if (options.format == "dot") {
-    write_output(options.output, [&](std::ostream &out) { write_graph(fabric, vsans, out); });
+    write_output(options.output, write);
     return;
   }
   const std::string graph = directory.path("fabric.dot");
-  write_output(graph, [&](std::ostream &out) { write_graph(fabric, vsans, out); });
-  write_output(options.output, [&](std::ostream &out) { run_dot(graph, options.format, out); });
+  write_output(graph, write);
+  write_output(options.output,
+               [&](std::ostream &out) { fabric_map::run_dot(graph, options.format, out); });
 }
 
 void map_fabric(const Options &options, const std::string &store_path) {
@@ -118,10 +128,10 @@ void add_map(CLI::App &app, const Places &places) {
   command->add_option("FILE", options->file,
                       "Fabric description to draw instead of the store's fabric; - for standard "
                       "input");
-  command->add_option("--vsan", options->vsans, "Only this VSAN; may be given again")
-      ->take_all()
-      ->expected(1)
-      ->check(CLI::Range(1U, fcs::kMaxVsan));
+  add_vsan_option(*command, options->vsans, "Only these VSANs, such as 1-100,2100");
+  command->add_flag_callback(
+      "--summary", [options] { options->detail = fabric_map::Detail::kSummary; },
+      "Only the elements of each VSAN, with their links bundled");
   command->add_option("--format", options->format, "What to write: a graph, or a drawing of it")
       ->check(CLI::IsMember({"dot", "svg"}));
   command->add_option("--output", options->output, "File to write; - for standard output");
