@@ -5,6 +5,7 @@
 #include "tool_connection.h"
 
 #include <algorithm>
+#include <stdexcept>
 
 namespace fcsctl {
 
@@ -43,6 +44,15 @@ std::string control_request(const std::string &socket, FcsControlMessage opcode,
     connection.fail(result_text(frame.header.result));
   }
   return {reinterpret_cast<const char *>(frame.payload), length - sizeof(frame.header)};
+}
+
+nlohmann::ordered_json service_status(const std::string &socket) {
+  const std::string text = control_request(socket, FCS_CTL_STATUS);
+  try {
+    return nlohmann::ordered_json::parse(text);
+  } catch (const nlohmann::json::exception &) {
+    throw std::runtime_error(socket + ": the FCS service's answer makes no sense");
+  }
 }
 
 } // namespace fcsctl

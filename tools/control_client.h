@@ -5,6 +5,7 @@
 
 #include "service/protocol/fcs_control.h"
 
+#include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
 
@@ -18,5 +19,8 @@ namespace fcsctl {
  */
 std::string control_request(const std::string &socket, FcsControlMessage opcode,
                             std::string_view payload = {});
+
+/** How the service is doing, as FCS_CTL_STATUS says; throws the same. */
+nlohmann::ordered_json service_status(const std::string &socket);
 
 } // namespace fcsctl

@@ -1,5 +1,6 @@
 #include "control_client.h"
 #include "fcsctl.h"
+#include "help_text.h"
 #include "service/fabric/octets.h"
 
 #include <arpa/inet.h>
@@ -27,7 +28,7 @@ std::string request(const std::string &socket, FcsControlMessage opcode, const P
                          {reinterpret_cast<const char *>(&payload), sizeof(payload)});
 }
 
-/** Makes the event happen; an error says on which VSAN. */
+/** Makes the event happen; an error says on which VSAN. Says if nobody gets to know of it. */
 template <typename Payload>
 void provoke(const std::string &socket, FcsControlMessage opcode, const Payload &payload,
              uint32_t vsan) {
@@ -35,6 +36,10 @@ void provoke(const std::string &socket, FcsControlMessage opcode, const Payload 
     request(socket, opcode, payload);
   } catch (const std::runtime_error &error) {
     throw std::runtime_error("VSAN " + std::to_string(vsan) + ": " + error.what());
+  }
+  if (service_status(socket).value("/connections/notification"_json_pointer, 0) == 0) {
+    std::cout << "nobody was told: neither an agent nor fcsctl watch is connected; the "
+                 "notification waits for the first that comes\n";
   }
 }
 
@@ -53,23 +58,38 @@ FcsAddressNotif address_change(uint32_t vsan, const std::string &text) {
   return change;
 }
 
-void set_wanted(const std::string &socket, const Options &options) {
-  const std::string answer =
-      request(socket, FCS_CTL_WANT, FcsControlWanted{options.rejects, options.completions});
+/** Which notifications are wanted now, after a change. */
+FcsControlWanted change_wanted(const std::string &socket, const FcsControlWanted &change) {
+  const std::string answer = request(socket, FCS_CTL_WANT, change);
   FcsControlWanted wanted{};
   if (answer.size() != sizeof(wanted)) {
     throw std::runtime_error(socket + ": the FCS service's answer makes no sense");
   }
   std::memcpy(&wanted, answer.data(), sizeof(wanted));
+  return wanted;
+}
+
+void set_wanted(const std::string &socket, const Options &options) {
+  const FcsControlWanted wanted = change_wanted(socket, {options.rejects, options.completions});
   std::cout << "rejects     " << (wanted.rejects != 0 ? "wanted" : "not wanted") << '\n'
             << "completions " << (wanted.completions != 0 ? "wanted" : "not wanted") << '\n';
+}
+
+void reject(const std::string &socket, const Options &options) {
+  const FcsControlReject rejected{options.vsan, {options.reason, options.explanation}};
+  provoke(socket, FCS_CTL_REJECT, rejected, options.vsan);
+  if (change_wanted(socket, {FCS_CTL_AS_IS, FCS_CTL_AS_IS}).rejects == 0) {
+    std::cout << "managers will not be told: notifications of rejects are not wanted (fcsctl event "
+                 "wanted)\n";
+  }
 }
 
 CLI::App *add_vsan_event(CLI::App &events, const char *name, const char *what, Options &options) {
   CLI::App *event = events.add_subcommand(name, what);
   event->add_option("--vsan", options.vsan, "VSAN")
       ->required()
-      ->check(CLI::Range(1U, FCS_MAX_VSAN));
+      ->check(between(1, FCS_MAX_VSAN))
+      ->default_str("");
   return event;
 }
 
@@ -80,16 +100,14 @@ void add_event(CLI::App &app, const Places &places) {
   events->require_subcommand(1);
   const auto options = std::make_shared<Options>();
 
-  CLI::App *reject = add_vsan_event(*events, "reject", "A registration is rejected", *options);
-  reject->add_option("--reason", options->reason, "CT reject reason");
-  reject->add_option("--explanation", options->explanation, "Its explanation");
-  reject->callback([options, &places] {
-    const FcsControlReject rejected{options->vsan, {options->reason, options->explanation}};
-    provoke(places.socket, FCS_CTL_REJECT, rejected, options->vsan);
-  });
+  CLI::App *rejected = add_vsan_event(*events, "reject", "A registration is rejected", *options);
+  rejected->add_option("--reason", options->reason, "CT reject reason");
+  rejected->add_option("--explanation", options->explanation, "Its explanation");
+  rejected->callback([options, &places] { reject(places.socket, *options); });
 
   CLI::App *address = add_vsan_event(*events, "address", "A management address changes", *options);
   address->add_option("--address", options->address, "IPv4 address, or 16 hexadecimal digits")
+      ->type_name("ADDRESS")
       ->required();
   address->callback([options, &places] {
     const FcsAddressNotif change = address_change(options->vsan, options->address);
@@ -105,10 +123,18 @@ void add_event(CLI::App &app, const Places &places) {
         provoke(places.socket, FCS_CTL_TIME_OUT, FcsVsanNotif{options->vsan}, options->vsan);
       });
 
-  CLI::App *wanted =
-      events->add_subcommand("wanted", "Set or show which notifications the agent may send");
-  wanted->add_option("--rejects", options->rejects, "1 or 0")->check(CLI::Range(0, 1));
-  wanted->add_option("--completions", options->completions, "1 or 0")->check(CLI::Range(0, 1));
+  CLI::App *wanted = events->add_subcommand(
+      "wanted", "Show or change which notifications the service wants the agent to send");
+  wanted->footer(
+      "It lasts until it is changed. The agent's own switches, fcsReqRejNotifyEnable and "
+      "fcsDiscoveryCompleteNotifyEnable,\ncome on top.");
+  const auto add_switch = [wanted](const char *name, uint32_t &is_wanted, const char *what) {
+    wanted->add_option(name, is_wanted, what)
+        ->check(CLI::Range(0, 1).description("1 for wanted, 0 for not"))
+        ->default_str("");
+  };
+  add_switch("--rejects", options->rejects, "Those of rejected registrations");
+  add_switch("--completions", options->completions, "Those of completed discoveries");
   wanted->callback([options, &places] { set_wanted(places.socket, *options); });
 }
 

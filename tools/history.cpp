@@ -1,17 +1,20 @@
 #include "common/history/event_history.h"
 #include "fcsctl.h"
+#include "help_text.h"
 #include "output.h"
-#include "platform/trace.h"
 #include "time_text.h"
+#include "vsan_list.h"
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <cstdio>
 #include <ctime>
 #include <deque>
-#include <map>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <optional>
+#include <regex>
 #include <stdexcept>
 #include <thread>
 
@@ -19,25 +22,31 @@ namespace fcsctl {
 
 namespace {
 
-/** Levels of records, by the names that the command line and the output give them. */
-const std::map<std::string, uint32_t> kLevels = {{"event", FCS_TRACE_EVENT},
-                                                 {"detail", FCS_TRACE_DETAIL}};
+using Json = nlohmann::ordered_json;
+
+/** A level of records, by the name that the command line and the output give it. */
+struct Level {
+  uint32_t number;
+  const char *name;
+};
+
+constexpr Level kLevels[] = {{100, "event"}, {101, "detail"}};
 
 constexpr std::chrono::milliseconds kPollInterval{100};
+/** How many of the records that are there already go before those that are still to come. */
+constexpr size_t kLinesToFollow = 10;
 
 struct Options {
   bool follow = false;
   std::optional<size_t> lines;
-  std::optional<uint32_t> level;
+  std::string level;
+  VsanList vsans;
+  bool as_json = false;
 };
 
 std::string level_name(uint32_t level) {
-  for (const auto &[name, number] : kLevels) {
-    if (number == level) {
-      return name;
-    }
-  }
-  return std::to_string(level);
+  const auto *found = std::ranges::find(kLevels, level, &Level::number);
+  return found == std::end(kLevels) ? std::to_string(level) : found->name;
 }
 
 /** The record's text on one line: its own line end goes, control characters become escapes. */
@@ -57,39 +66,69 @@ std::string one_line(const std::string &text) {
   return line;
 }
 
-std::string record_line(const EventRecord &record) {
+std::string record_line(const EventRecord &record, const Options &options) {
+  if (options.as_json) {
+    const Json line = {{"time", utc_time_text(record.time_ns)},
+                       {"level", level_name(record.level)},
+                       {"text", record.text.substr(0, record.text.find_last_not_of('\n') + 1)}};
+    return line.dump(-1, ' ', false, Json::error_handler_t::replace);
+  }
   return time_text(record.time_ns) + " " + level_name(record.level) + " " + one_line(record.text);
 }
 
-std::string lost_line(uint64_t lost) {
+std::string lost_line(uint64_t lost, const Options &options) {
+  if (options.as_json) {
+    return Json{{"lost", lost}}.dump();
+  }
   return "(" + std::to_string(lost) + (lost == 1 ? " record was" : " records were") +
          " overwritten before they could be read)";
 }
 
-/** Hands the lines of the records that are there to `print`; filtered by level. */
+/** The VSAN that a record's text names, if it names one. */
+std::optional<uint32_t> vsan_of(const std::string &text) {
+  static const std::regex kVsan(R"(\bvsan (?:index |is )?(\d{1,4})\b)", std::regex::icase);
+  std::smatch match;
+  return std::regex_search(text, match, kVsan)
+             ? std::optional(static_cast<uint32_t>(std::stoul(match[1])))
+             : std::nullopt;
+}
+
+bool is_wanted(const EventRecord &record, const Options &options) {
+  if (!options.level.empty() && level_name(record.level) != options.level) {
+    return false;
+  }
+  if (options.vsans.ranges().empty()) {
+    return true;
+  }
+  const auto vsan = vsan_of(record.text);
+  return vsan && options.vsans.has(*vsan);
+}
+
+/** Hands the lines of the wanted records that are there to `print`. */
 template <typename Print>
 void read_records(EventHistoryReader &reader, const Options &options, Print print) {
   EventRecord record;
   while (reader.next(record)) {
     if (record.lost != 0) {
-      print(lost_line(record.lost));
+      print(lost_line(record.lost, options));
     }
-    if (!options.level || record.level == *options.level) {
-      print(record_line(record));
+    if (is_wanted(record, options)) {
+      print(record_line(record, options));
     }
   }
 }
 
 /** Prints what is there already: everything, or the last lines. */
 void print_past(EventHistoryReader &reader, const Options &options) {
-  if (!options.lines) {
+  if (!options.lines && !options.follow) {
     read_records(reader, options, print_line);
     return;
   }
+  const size_t lines = options.lines.value_or(kLinesToFollow);
   std::deque<std::string> last;
   read_records(reader, options, [&](std::string line) {
     last.push_back(std::move(line));
-    if (last.size() > *options.lines) {
+    if (last.size() > lines) {
       last.pop_front();
     }
   });
@@ -125,9 +164,15 @@ void add_history(CLI::App &app, const Places &places) {
   const auto options = std::make_shared<Options>();
   command->add_flag("--follow,-f", options->follow,
                     "Go on with the records that are still to come");
-  command->add_option("--lines,-n", options->lines, "Only so many of the last records");
+  command->add_option("--lines,-n", options->lines,
+                      "How many of the last records to begin with (default " +
+                          std::to_string(kLinesToFollow) + " with --follow, otherwise all)");
   command->add_option("--level", options->level, "Only the records of this level")
-      ->transform(CLI::CheckedTransformer(kLevels));
+      ->check(one_of({kLevels[0].name, kLevels[1].name}))
+      ->type_name("LEVEL");
+  add_vsan_option(*command, options->vsans,
+                  "Only the records that name one of these VSANs, such as 1-100,2100");
+  command->add_flag("--json", options->as_json, "Print each record as a line of JSON");
   command->callback([options, &places] { show_history(places.history, *options); });
 }
 

@@ -48,9 +48,8 @@ void print_status(const Json &status) {
 }
 
 void show_status(const std::string &socket, bool as_json) {
-  const std::string text = control_request(socket, FCS_CTL_STATUS);
+  const Json status = service_status(socket);
   try {
-    const Json status = Json::parse(text);
     if (as_json) {
       std::cout << status.dump() << '\n';
     } else {

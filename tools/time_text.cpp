@@ -1,20 +1,34 @@
 #include "time_text.h"
 
-#include <array>
-#include <cstdio>
 #include <ctime>
+#include <iomanip>
+#include <sstream>
 
 namespace fcsctl {
+
+namespace {
+
+std::string with_milliseconds(const tm &time, const char *format, int64_t time_ns) {
+  std::ostringstream text;
+  text << std::put_time(&time, format) << '.' << std::setfill('0') << std::setw(3)
+       << time_ns / 1000000 % 1000;
+  return text.str();
+}
+
+} // namespace
 
 std::string time_text(int64_t time_ns) {
   const auto seconds = static_cast<time_t>(time_ns / 1000000000);
   tm local{};
   localtime_r(&seconds, &local);
-  std::array<char, 32> text{};
-  const size_t length = std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S", &local);
-  (void)std::snprintf(text.data() + length, text.size() - length, ".%03d",
-                      static_cast<int>(time_ns / 1000000 % 1000));
-  return text.data();
+  return with_milliseconds(local, "%Y-%m-%d %H:%M:%S", time_ns);
+}
+
+std::string utc_time_text(int64_t time_ns) {
+  const auto seconds = static_cast<time_t>(time_ns / 1000000000);
+  tm utc{};
+  gmtime_r(&seconds, &utc);
+  return with_milliseconds(utc, "%Y-%m-%dT%H:%M:%S", time_ns) + "Z";
 }
 
 } // namespace fcsctl

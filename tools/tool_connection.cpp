@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cstring>
+#include <filesystem>
 #include <poll.h>
 #include <stdexcept>
 #include <sys/socket.h>
@@ -35,11 +36,15 @@ ToolConnection::ToolConnection(const std::string &path, ipc_wire::Purpose purpos
     greet(purpose);
     return;
   }
-  if (errno == ENOENT || errno == ECONNREFUSED) {
+  const int error = errno;
+  if (error == ECONNREFUSED && !std::filesystem::is_socket(path)) {
+    fail(std::filesystem::is_regular_file(path) ? "a regular file, not a socket" : "not a socket");
+  }
+  if (error == ENOENT || error == ECONNREFUSED) {
     fail("the FCS service is not running");
   }
-  fail(errno == EAGAIN ? "the FCS service takes no connections"
-                       : std::string("cannot connect: ") + std::strerror(errno));
+  fail(error == EAGAIN ? "the FCS service takes no connections"
+                       : std::string("cannot connect: ") + std::strerror(error));
 }
 
 void ToolConnection::greet(ipc_wire::Purpose purpose) {

@@ -1,0 +1,23 @@
+/**
+ * How fcsctl speaks of its commands and options: help, and what is wrong with a command line.
+ */
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace fcsctl {
+
+/** Has help and errors of `app`, and of the commands that it is given from now on, read as prose.
+ */
+void speak_plainly(CLI::App &app);
+
+/** Checks that a number is one of these; help says so. */
+CLI::Validator between(uint32_t low, uint32_t high);
+
+/** Checks that a word is one of these; help says so. */
+CLI::Validator one_of(const std::vector<std::string> &words);
+
+} // namespace fcsctl
