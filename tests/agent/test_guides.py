@@ -1,5 +1,6 @@
-"""The guides for managers, typed in as they are written."""
+"""The guides and the README, typed in as they are written."""
 
+import json
 import os
 import re
 import signal
@@ -7,7 +8,7 @@ import subprocess
 import threading
 
 import pytest
-from lab import REPOSITORY
+from lab import REPOSITORY, eventually
 
 
 def guide_steps(text):
@@ -34,7 +35,7 @@ def answer_of(shell, command):
     raise AssertionError(f"{command}: no end of it after a minute")
 
 
-@pytest.mark.parametrize("guide", ["discovery.md", "configuration.md"])
+@pytest.mark.parametrize("guide", ["discovery.md", "configuration.md", "fabric-json.md"])
 def test_the_guide_is_true(lab, guide):
     shell = subprocess.Popen(["bash"], cwd=REPOSITORY, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
                              stderr=subprocess.DEVNULL, text=True, start_new_session=True)
@@ -42,7 +43,7 @@ def test_the_guide_is_true(lab, guide):
     watchdog.start()
     try:
         steps = guide_steps((REPOSITORY / "docs" / guide).read_text())
-        assert len(steps) > 15
+        assert len(steps) >= 2
         for command, expected in steps:
             command = command.replace("127.0.0.1:1161", f"127.0.0.1:{lab.port}")
             answer = answer_of(shell, command.replace("build/lab", str(lab.directory)))
@@ -51,3 +52,54 @@ def test_the_guide_is_true(lab, guide):
         watchdog.cancel()
         shell.stdin.close()
         shell.wait()
+
+
+# What each command that the README has its reader try prints, in its order.
+README_SHOWS = [
+    ("export", "^$"),
+    ("snmpwalk", r"(?s)\A(?!.*not increasing)(?:[^=]*=){600}"),
+    ("snmptable", r"(?s)\A(?!.*not increasing).*21:1:0:0:5e:0:53:1"),
+    ("snmpwalk", r"(?s)\A(?!.*Type\.2100\.).*Type\.100\."),
+    ("build/lab/fcsctl status", "fabric +3 VSANs"),
+    ("build/lab/fcsctl map", "^$"),
+    ("build/lab/fcsctl export", "^$"),
+    ("build/lab/fcsctl import", "imported 3 VSANs"),
+    ("build/lab/fcsctl generate", "^$"),
+    ("build/lab/fcsctl history --follow", "handle_fcs_reg_req_rej_notif"),
+    ("build/lab/fcsctl watch", " reject "),
+    ("snmpset", "(?s)= INTEGER: 1.*= INTEGER: 1"),
+    ("build/lab/fcsctl event", "^$"),
+    ("sleep 1; tail", "fcsReqRejNotify"),
+]
+
+
+def test_the_readme_is_true(lab, tmp_path):
+    lab.control("import", REPOSITORY / "lab" / "sample-fabric.json")
+    (tmp_path / "build").mkdir()
+    (tmp_path / "build" / "lab").symlink_to(lab.directory)
+    (tmp_path / "mibs").symlink_to(REPOSITORY / "mibs")
+    section = (REPOSITORY / "README.md").read_text().split("## What you see\n")[1].split("\n## ")[0]
+    commands = "".join(re.findall(r"```\n(.*?)```", section, re.DOTALL)).splitlines()
+    assert len(commands) == len(README_SHOWS)
+    endless = []
+    try:
+        for number, (command, (start, shown)) in enumerate(zip(commands, README_SHOWS)):
+            assert command.startswith(start)
+            line = f"{commands[0]}; exec {command}" if start.endswith(("--follow", "watch")) else f"{commands[0]}; {command}"
+            with open(tmp_path / f"output{number}", "w") as output:
+                process = subprocess.Popen(["bash", "-c", line.replace(":1161", f":{lab.port}")], cwd=tmp_path,
+                                           stdout=output, stderr=subprocess.STDOUT)
+            if "exec" in line:
+                endless.append((process, tmp_path / f"output{number}", shown))
+                eventually(lambda: "watch" not in command or " 2 notification" in lab.control("status").stdout)
+            else:
+                assert process.wait(timeout=30) == 0, command
+                assert re.search(shown, (tmp_path / f"output{number}").read_text()), command
+        for process, output, shown in endless:
+            eventually(lambda: re.search(shown, output.read_text()))
+    finally:
+        for process, *_ in endless:
+            process.kill()
+            process.wait()
+    assert "<svg" in (tmp_path / "fabric.svg").read_text()
+    assert len(json.loads((tmp_path / "big.json").read_text())["vsans"]) == 40
