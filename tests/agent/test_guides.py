@@ -85,17 +85,17 @@ def test_the_readme_is_true(lab, tmp_path):
     try:
         for number, (command, (start, shown)) in enumerate(zip(commands, README_SHOWS)):
             assert command.startswith(start)
-            line = f"{commands[0]}; exec {command}" if start.endswith(("--follow", "watch")) else f"{commands[0]}; {command}"
-            with open(tmp_path / f"output{number}", "w") as output:
-                process = subprocess.Popen(["bash", "-c", line.replace(":1161", f":{lab.port}")], cwd=tmp_path,
-                                           stdout=output, stderr=subprocess.STDOUT)
-            if "exec" in line:
-                endless.append((process, tmp_path / f"output{number}", shown))
-                eventually(lambda: "watch" not in command or " 2 notification" in lab.control("status").stdout)
-            else:
-                assert process.wait(timeout=30) == 0, command
-                assert re.search(shown, (tmp_path / f"output{number}").read_text()), command
-        for process, output, shown in endless:
+            output = tmp_path / f"output{number}"
+            stays = start.endswith(("--follow", "watch"))
+            line = f"exec >{output} 2>&1; {commands[0]}; {'exec ' if stays else ''}{command}"
+            line = line.replace("127.0.0.1:1161", f"127.0.0.1:{lab.port}")
+            if stays:
+                endless.append((subprocess.Popen(["bash", "-c", line], cwd=tmp_path), shown, output))
+                continue
+            eventually(lambda: not endless or "2 notification" in lab.control("status").stdout)
+            assert subprocess.run(["bash", "-c", line], cwd=tmp_path, timeout=30).returncode == 0, command
+            assert re.search(shown, output.read_text()), command
+        for _, shown, output in endless:
             eventually(lambda: re.search(shown, output.read_text()))
     finally:
         for process, *_ in endless:
