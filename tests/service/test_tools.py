@@ -1,12 +1,9 @@
-"""The tools: import and export of files, events, notifications and history, fabrics made up, maps of them."""
+"""The tools: import and export of files, events, notifications and history, fabrics made up."""
 
 import hashlib
-import json
 import re
-import shutil
 import struct
 import subprocess
-from collections import Counter
 
 import pytest
 from service import FCS, ORDER, SAMPLE, command, run
@@ -89,49 +86,3 @@ def test_made_up_fabrics_are_valid_and_the_same_everywhere(tmp_path, vsans, swit
         0, f"imported {vsans} VSANs, {vsans * switches} elements, {vsans * switches * ports} ports, "
         f"{vsans * platforms} platforms\n")
     assert run("fcsctl", "--store", tmp_path / "db", "export") == (0, made)
-
-
-# As they stand in labels, which break long names.
-HOSTILE = [
-    ('"><b>&amp;</TD>\\N\\G --> ]]> {x|y};//',
-     "&quot;&gt;&lt;b&gt;&amp;amp;&lt;/TD&gt;\\N\\G&#160;<BR/>--&gt;&#160;]]&gt;&#160;{x|y};//"),
-    ("   ", "<B>&#160;&#160;&#160;</B>"), ("\0\n\t\x7f\x85", "[00][0a][09][7f][c285]"),
-    ({"hex": "ff41c0afeda080f4908080e282"}, "[ff]A[c0][af][ed][a0][80][f4][90][80][80][e2][82]"),
-    ("\ufffe\uffff€😀", "[efbfbe][efbfbf]€😀")]
-
-
-def test_a_map_shows_every_element_link_and_device_and_their_names(tmp_path, monkeypatch):
-    fabric, file, svg = json.loads(SAMPLE.read_text()), tmp_path / "map.json", tmp_path / "map.svg"
-    elements, platforms = fabric["vsans"][0]["elements"], fabric["vsans"][0]["platforms"]
-    for element, platform, (name, _) in zip(elements, platforms, HOSTILE):
-        element["logicalName"] = platform["name"] = name
-    for port, state in zip(elements[0]["ports"], ("testing", "fault", "offline")):
-        port["state"] = state
-    elements[1]["ports"][0]["attached"] = []  # The other end still knows of the link.
-    elements[0]["ports"][3]["attached"] += ["21" * 12]  # A stranger.
-    file.write_text(json.dumps(fabric))
-    drawn = run("fcsctl", "map", file)[1]
-    assert Counter(re.findall(r"^ *\w+ \[shape=(\w+)", drawn, re.MULTILINE)) == {
-        "plain": 11, "box": 5, "cylinder": 3, "component": 9, "ellipse": 4}, "elements and a legend, devices, strangers"
-    good, testing, fault, offline = "#16a34a", "#eab308", "#dc2626", "#94a3b8"
-    assert Counter(re.findall(r"^ *(\w)\w+:p\d+ -- (\w)\w+(?::p\d+)? \[color=.(#\w+)", drawn, re.MULTILINE)) == {
-        ("e", "e", good): 6, ("e", "e", testing): 1, ("e", "e", fault): 2, ("e", "d", good): 11, ("e", "d", offline): 1,
-        ("e", "s", good): 4}
-    assert [drawn.count(shown) for _, shown in HOSTILE] == [2] * len(HOSTILE), "on an element and on a platform"
-    for shown in ("(no&#160;name)", "<B>20:01:00:00:5e:00:53:30</B>", "6 elements &#183; 31 ports &#183; 7 platforms"):
-        assert drawn.count(shown) == 1, shown
-    tool = ["fcsctl", "--store", tmp_path / "db"]
-    run(*tool, "import", file)
-    assert run(*tool, "map")[1] == drawn, "the store's fabric is the file's"
-    assert re.findall(r"cluster_vsan(\d+)", run(*tool, "map", "--vsan", 2100, "--vsan", 1)[1]) == ["1", "2100"]
-    assert run(*tool, "map", "--vsan", 7) == (1, "fcsctl: the fabric has no VSAN 7\n")
-    svg.write_text("old")
-    if shutil.which("dot"):
-        assert run(*tool, "map", "--format", "svg", "--output", svg) == (0, ""), "no complaints"
-        assert svg.read_text().count('class="node"') == 11 + 17 + 4 and svg.read_text().endswith("</svg>\n")
-    before = svg.read_text()
-    monkeypatch.setenv("PATH", "/nonexistent")
-    assert run(*tool, "map", "--format", "svg", "--output", svg) == (
-        1, "fcsctl: drawing needs the program dot, which is not installed: install the package graphviz, or write the "
-        "graph with --format dot\n")
-    assert svg.read_text() == before
