@@ -8,14 +8,16 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <cinttypes>
 #include <cstdio>
+#include <cstring>
 #include <ctime>
 #include <deque>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
-#include <regex>
 #include <stdexcept>
+#include <string_view>
 #include <thread>
 
 namespace fcsctl {
@@ -84,13 +86,18 @@ std::string lost_line(uint64_t lost, const Options &options) {
          " overwritten before they could be read)";
 }
 
-/** The VSAN that a record's text names, if it names one. */
+/** The VSAN that a record's text names, as in "vsan index 7", "VSAN is 7" and "vsan 7". */
 std::optional<uint32_t> vsan_of(const std::string &text) {
-  static const std::regex kVsan(R"(\bvsan (?:index |is )?(\d{1,4})\b)", std::regex::icase);
-  std::smatch match;
-  return std::regex_search(text, match, kVsan)
-             ? std::optional(static_cast<uint32_t>(std::stoul(match[1])))
-             : std::nullopt;
+  constexpr std::string_view kName = "vsan ";
+  for (const char *at = text.c_str(); (at = strcasestr(at, kName.data())) != nullptr;) {
+    at += kName.size();
+    uint32_t vsan = 0;
+    if (sscanf(at, "%4" SCNu32, &vsan) == 1 || sscanf(at, "index %4" SCNu32, &vsan) == 1 ||
+        sscanf(at, "is %4" SCNu32, &vsan) == 1) {
+      return vsan;
+    }
+  }
+  return std::nullopt;
 }
 
 bool is_wanted(const EventRecord &record, const Options &options) {

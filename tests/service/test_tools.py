@@ -61,15 +61,15 @@ def test_events_are_printed_by_watch(service, tmp_path):
 
 def test_the_history_is_shown(tmp_path, monkeypatch):
     path, ring = tmp_path / "history", b""
-    for number, (level, text) in enumerate([(100, b"first\n"), (101, b"second\twith a tab\n"), (100, b"third")], 1):
+    for number, (level, text) in enumerate([(100, b"first\n"), (101, b"second\tVSAN is 7\n"), (100, b"third")], 1):
         ring += struct.pack(ORDER + "QqIII", number, 1714557600250000000, 1, 4 + len(text), level) + text
         ring += bytes(-len(ring) % 8)
     path.write_bytes(b"FCSHIST\0" + struct.pack(ORDER + "IIQQ", 0x01020304, 2, 0, len(ring)) + ring.ljust(524832, b"\0"))
     monkeypatch.setenv("TZ", "UTC")
     first, second, third = (f"2024-05-01 10:00:00.250 {line}\n" for line in (
-        "event first", "detail second\\x09with a tab", "event third"))
+        "event first", "detail second\\x09VSAN is 7", "event third"))
     for options, shown in [("", first + second + third), ("--lines 2", second + third), ("--lines 0", ""),
-                           ("--level detail", second), ("--level event --lines 1", third)]:
+                           ("--level detail", second), ("--vsan 1-7", second), ("--vsan 77", ""), ("--level event --lines 1", third)]:
         assert run("fcsctl", "history", "--history", path, *options.split()) == (0, shown), options
 
 
