@@ -22,6 +22,9 @@ struct IpcAddress {
   uint8_t octets[8];
 };
 
+/** Of the module's own notifications. */
+inline constexpr IpcAddress IPC_OWN_NOTIFICATIONS = {{0xFE}};
+
 /** Handle of the queue on which the module's responses arrive. */
 extern const uint32_t ipc_response_queue;
 
@@ -51,7 +54,7 @@ int32_t ipc_req_resp(uint32_t opcode, uint32_t flag, const void *request, void *
  * Sends a message without waiting for a response.
  *
  * \param queue       ipc_response_queue.
- * \param destination FE followed by zeros: the module's own notifications. Such a message reaches
+ * \param destination IPC_OWN_NOTIFICATIONS: the module's own notifications. Such a message reaches
  *                    the handler of its opcode later, never during the call.
  * \param opcode      Message opcode.
  * \param payload     `length` octets, at most IPC_MESSAGE_ROOM.

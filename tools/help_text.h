@@ -10,8 +10,7 @@
 
 namespace fcsctl {
 
-/** Has help and errors of `app`, and of the commands that it is given from now on, read as prose.
- */
+/** Has help and errors of `app`, and of commands that it is given later, read as prose. */
 void speak_plainly(CLI::App &app);
 
 /** Checks that a number is one of these; help says so. */

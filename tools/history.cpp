@@ -2,6 +2,7 @@
 #include "fcsctl.h"
 #include "help_text.h"
 #include "output.h"
+#include "platform/trace.h"
 #include "time_text.h"
 #include "vsan_list.h"
 
@@ -32,7 +33,7 @@ struct Level {
   const char *name;
 };
 
-constexpr Level kLevels[] = {{100, "event"}, {101, "detail"}};
+constexpr Level kLevels[] = {{FCS_TRACE_EVENT, "event"}, {FCS_TRACE_DETAIL, "detail"}};
 
 constexpr std::chrono::milliseconds kPollInterval{100};
 /** How many of the records that are there already go before those that are still to come. */

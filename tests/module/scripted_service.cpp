@@ -1,6 +1,5 @@
 #include "scripted_service.h"
 
-#include <algorithm>
 #include <cerrno>
 
 /** What compares as the key of a record does. */

@@ -3,6 +3,10 @@
 
 #include "recording_platform.h"
 
+#include <algorithm>
+#include <map>
+#include <vector>
+
 class ScriptedService {
 public:
   /** A row that the service has from here on, answered to reads in the order of keys. */
@@ -15,5 +19,12 @@ public:
 
 private:
   std::vector<std::pair<std::string, Reply>> answers_;
-  std::map<uint32_t, std::map<std::vector<uint32_t>, Bytes>> rows_;
+  using Key = std::vector<uint32_t>;
+  /** On a big-endian machine GCC 12 compares two vectors wrongly by `<`. */
+  struct InOrder {
+    bool operator()(const Key &a, const Key &b) const {
+      return std::ranges::lexicographical_compare(a, b);
+    }
+  };
+  std::map<uint32_t, std::map<Key, Bytes, InOrder>> rows_;
 };

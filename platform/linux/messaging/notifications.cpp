@@ -98,8 +98,7 @@ const void *ipc_payload_get(const IpcMessage *message) {
 int32_t ipc_send(uint32_t /*queue*/, const IpcAddress *destination, uint32_t opcode,
                  const void *payload, uint32_t length, uint32_t /*reserved1*/,
                  uint32_t /*reserved2*/, uint32_t /*reserved3*/) {
-  constexpr IpcAddress kOwnNotifications = {{0xFE}};
-  if (memcmp(destination, &kOwnNotifications, sizeof(*destination)) != 0 ||
+  if (memcmp(destination, &IPC_OWN_NOTIFICATIONS, sizeof(*destination)) != 0 ||
       length > IPC_MESSAGE_ROOM) {
     return -1;
   }

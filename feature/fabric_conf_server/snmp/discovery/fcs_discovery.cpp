@@ -22,13 +22,13 @@ int32_t fcs_start_discovery_on_vsan(uint32_t vsan) {
 }
 
 int32_t fcs_invalidate_cache_on_vsan(uint32_t vsan) {
-  constexpr int32_t kInProgress = 2;
+  constexpr int32_t kRefusedInProgress = 2;
   int32_t status = 0;
   if (!fcs_discovery_status_of(vsan, &status)) {
     return fcs_req_status;
   }
   if (status == FCS_DISCOVERY_IN_PROGRESS) {
-    return kInProgress;
+    return kRefusedInProgress;
   }
   return fcs_send_message(FCS_MSG_INVALIDATE_CACHE, FCS_OP_SET, &vsan, sizeof(vsan));
 }

@@ -16,7 +16,7 @@ constexpr FcsWriteLimits kName = {"fcsVsanDiscoveryName", ASN_OCTET_STR, 32,
                                   "%s:return wrong type\n", "%s:return wrong len\n"};
 constexpr FcsWriteLimits kTimeOut = {"fcsVsanDiscoveryTimeOut", ASN_UNSIGNED, 4, "%s:wrong type\n",
                                      "%s:wrong length\n"};
-// Standard error knows the two lists by older names.
+// Standard error knows the two lists by other names.
 constexpr VsanListLimits kList2k = {{"fcsVsanDiscoveryBitMap1", ASN_OCTET_STR, VSAN_HALF_BYTES,
                                      "%s:return wrong type\n", "%s:return wrong len\n"},
                                     "%s:return non writable\n"};

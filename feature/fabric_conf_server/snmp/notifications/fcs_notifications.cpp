@@ -48,11 +48,10 @@ void raise(const ObjectName &notification, oid *trap_oid, size_t *trap_oid_lengt
 
 /** Sends the module the message of a complete discovery; its handler raises the notification. */
 void loop_back_completion() {
-  constexpr IpcAddress kOwnNotifications = {{0xFE}};
   char name[FCS_DISCOVERY_NAME_SIZE];
   memcpy(name, fcs_discovery_name, sizeof(name));
-  ipc_send(ipc_response_queue, &kOwnNotifications, FCS_MSG_DISC_COMPLETE, name, sizeof(name), 0, 0,
-           0);
+  ipc_send(ipc_response_queue, &IPC_OWN_NOTIFICATIONS, FCS_MSG_DISC_COMPLETE, name, sizeof(name), 0,
+           0, 0);
 }
 
 bool all_notified(const VsanHalf &half) {
