@@ -241,7 +241,7 @@ template <typename Row> void FabricImporter::read_row(const ObjectReader &object
 
 fcs_disc_status_record read_discovery(const ObjectReader &vsan, double &takes_seconds) {
   fcs_disc_status_record record{};
-  record.vsan = vsan.get("id", read_number, 1U, kMaxVsan);
+  record.vsan = vsan.get("id", read_number, 1U, FCS_MAX_VSAN);
   record.status = FCS_DISCOVERY_LOCAL_ONLY;
   takes_seconds = kDefaultDiscoverySeconds;
   const json *value = vsan.find("discovery");

@@ -15,7 +15,6 @@ namespace fcs {
 using Wwn = std::array<uint8_t, FCS_WWN_LENGTH>;
 
 /** Limits that every row keeps. */
-constexpr uint32_t kMaxVsan = FCS_MAX_VSAN;
 constexpr uint32_t kMaxDomainId = 239;
 constexpr uint32_t kMaxTextLength = 255;
 /** List, address and platform indexes are signed words in the protocol. */

@@ -28,7 +28,7 @@ template <typename Payload> Notification notification(FcsMessage opcode, const P
 class NotificationQueue {
 public:
   /** Room for two of each VSAN, as all discoveries of a fabric may end at the same time. */
-  static constexpr size_t kLimit = 2 * size_t{kMaxVsan};
+  static constexpr size_t kLimit = 2 * size_t{FCS_MAX_VSAN};
 
   explicit NotificationQueue(size_t limit = kLimit) : limit_(limit) {}
 

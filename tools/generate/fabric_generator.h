@@ -15,7 +15,7 @@ namespace fcsctl {
 /** What a generated fabric is like. */
 struct FabricShape {
   uint64_t seed = 1;
-  uint32_t vsans = 4;     ///< 1 to fcs::kMaxVsan.
+  uint32_t vsans = 4;     ///< 1 to FCS_MAX_VSAN.
   uint32_t switches = 3;  ///< In each VSAN: 1 to fcs::kMaxDomainId.
   uint32_t ports = 16;    ///< Of each switch: 1 to kMaxSwitchPorts.
   uint32_t platforms = 8; ///< In each VSAN: 0 to kMaxPlatforms.

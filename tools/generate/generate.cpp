@@ -30,7 +30,7 @@ void add_generate(CLI::App &app, const Places & /*places*/) {
   const auto options = std::make_shared<Options>();
   FabricShape &shape = options->shape;
   command->add_option("--seed", shape.seed, "The same seed gives the same fabric");
-  command->add_option("--vsans", shape.vsans, "VSANs")->check(between(1, fcs::kMaxVsan));
+  command->add_option("--vsans", shape.vsans, "VSANs")->check(between(1, FCS_MAX_VSAN));
   command->add_option("--switches", shape.switches, "Switches of each VSAN")
       ->check(between(1, fcs::kMaxDomainId));
   command->add_option("--ports", shape.ports, "Ports of each switch")

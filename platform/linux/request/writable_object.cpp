@@ -10,7 +10,7 @@ namespace {
 /** That of a writable object in the variable table; what is none does not compile. */
 consteval ObjectPath path_of(FcsObject object) {
   const auto *row = std::ranges::find_if(fcs_mib_variables, [object](const variable7 &variable) {
-    return variable.magic == object && variable.acl == kWrite;
+    return variable.magic == object && variable.acl == RW;
   });
   ObjectPath path{.ids = {}, .length = row->namelen};
   std::copy_n(row->name, path.length, path.ids.begin());
@@ -38,8 +38,7 @@ constexpr WritableObject kWritable[] = {
     {"fcsReqRejNotifyEnable", path_of(fcsReqRejNotifyEnable)},
     {"fcsDiscoveryCompleteNotifyEnable", path_of(fcsDiscoveryCompleteNotifyEnable)},
 };
-static_assert(std::ranges::count(fcs_mib_variables, kWrite, &variable7::acl) ==
-              std::ssize(kWritable));
+static_assert(std::ranges::count(fcs_mib_variables, RW, &variable7::acl) == std::ssize(kWritable));
 
 } // namespace
 
