@@ -4,8 +4,8 @@
  */
 #include "configuration_tokens.h"
 #include "platform/linux/agent/interception.h"
-#include "platform/linux/agent/notification_switches.h"
 #include "platform/linux/containers/row_index_host.h"
+#include "platform/linux/messaging/notification_switches.h"
 #include "platform/linux/messaging/service_connection.h"
 #include "platform/linux/trace/trace_output.h"
 

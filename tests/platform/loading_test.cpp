@@ -4,7 +4,7 @@
 #include "common/history/event_history.h"
 #include "feature/fabric_conf_server/fcs_protocol.h"
 #include "platform/agent_host.h"
-#include "platform/linux/agent/notification_switches.h"
+#include "platform/linux/messaging/notification_switches.h"
 #include "platform/linux/trace/trace_output.h"
 #include "platform/trace.h"
 

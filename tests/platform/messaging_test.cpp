@@ -4,7 +4,7 @@
 #include "feature/fabric_conf_server/fcs_protocol.h"
 #include "platform/agent_host.h"
 #include "platform/ipc.h"
-#include "platform/linux/agent/notification_switches.h"
+#include "platform/linux/messaging/notification_switches.h"
 #include "platform/linux/messaging/service_connection.h"
 
 #include <array>

@@ -1,6 +1,6 @@
 #include "notifications.h"
 
-#include "feature/fabric_conf_server/fcs_protocol.h"
+#include "notification_switches.h"
 #include "platform/agent_host.h"
 #include "platform/ipc.h"
 
@@ -36,12 +36,6 @@ IpcMessage message_of(uint32_t opcode, const void *payload, size_t length) {
   return message;
 }
 
-/** A message without a switch of its own is always worth a notification. */
-bool is_switched_on(uint32_t opcode) {
-  const bool has_switch = opcode == FCS_MSG_REG_REQ_REJ || opcode == FCS_MSG_DISC_COMPLETE;
-  return !has_switch || agent_notif_enable_get(opcode) == 1;
-}
-
 /** Sends an SNMP notification through the agent's own senders. */
 void send_notification(const oid *trap_oid, size_t length, netsnmp_variable_list *bindings) {
   constexpr oid kSnmpTrapOid[] = {1, 3, 6, 1, 6, 3, 1, 1, 4, 1, 0};
@@ -74,7 +68,7 @@ void deliver(const IpcMessage &message) {
   size_t trap_oid_length = 0;
   int send = 0;
   netsnmp_variable_list *bindings = handler->second(&message, trap_oid, &trap_oid_length, &send);
-  if (send == 1 && is_switched_on(message.opcode)) {
+  if (send == 1 && notification_is_switched_on(message.opcode)) {
     send_notification(trap_oid, trap_oid_length, bindings);
   }
   snmp_free_varbind(bindings);

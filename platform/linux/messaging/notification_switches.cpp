@@ -84,6 +84,11 @@ void notification_switches_unregister() {
   unregister_app_config_handler(kToken);
 }
 
+bool notification_is_switched_on(uint32_t opcode) {
+  const NotificationSwitch *entry = switch_of(opcode);
+  return entry == nullptr || entry->enabled == 1;
+}
+
 int32_t agent_notif_enable_get(uint32_t opcode) {
   const NotificationSwitch *entry = switch_of(opcode);
   return entry == nullptr ? 0 : entry->enabled;

@@ -5,8 +5,14 @@
  */
 #pragma once
 
+#include <cstdint>
+
 /** Registers the store's token and the writing of it. */
 void notification_switches_register();
 
 /** Stores what has not been stored yet, and takes both out again. */
 void notification_switches_unregister();
+
+/** Whether the notification of this message is wanted; one without a switch of its own always is.
+ */
+bool notification_is_switched_on(uint32_t opcode);
