@@ -1,6 +1,7 @@
 /**
  * fcsd: the FCS service. Owns the fabric and answers the SNMP module's requests.
  */
+#include "common/program/help_text.h"
 #include "common/program/program.h"
 #include "common/system/defaults.h"
 #include "service/configuration/configuration.h"
@@ -127,18 +128,23 @@ void serve(const Options &options) {
 
 void describe(CLI::App &app) {
   static Options options;
-  app.add_option("--socket", options.socket, "Socket to listen on");
-  app.add_option("--store", options.store, "Database that holds the fabric");
-  app.add_option("--group", options.group, "Group whose members may connect, besides root");
+  app.add_option("--socket", options.socket, "Socket to listen on")->type_name("PATH");
+  app.add_option("--store", options.store, "Database that holds the fabric")->type_name("PATH");
+  app.add_option("--group", options.group, "Group whose members may connect, besides root")
+      ->type_name("GROUP");
   app.add_option("--fabric", options.fabric,
-                 "Fabric description (JSON) to import if the store holds no fabric yet");
+                 "Fabric description (JSON) to import if the store holds no fabric yet")
+      ->type_name("PATH");
   app.add_option("--time-scale", options.time_scale,
                  "Discoveries and their time-out run so many times faster")
-      ->check(CLI::Range(1.0, 1e6));
-  app.add_option("--reject-notifications", options.wants_rejects,
-                 "Whether notifications of rejects are wanted from now on (0 or 1)");
-  app.add_option("--complete-notifications", options.wants_completions,
-                 "Whether notifications of completed discoveries are wanted from now on (0 or 1)");
+      ->check(CLI::Range(1.0, 1e6).description("1 to 1000000"));
+  const auto add_switch = [&app](const char *name, std::optional<bool> &wanted, const char *what) {
+    app.add_option(name, wanted, what)->type_name("N")->check(cli::one_of({"0", "1"}));
+  };
+  add_switch("--reject-notifications", options.wants_rejects,
+             "Whether notifications of rejects are wanted from now on");
+  add_switch("--complete-notifications", options.wants_completions,
+             "Whether notifications of completed discoveries are wanted from now on");
   app.callback([] {
     try {
       serve(options);

@@ -1,6 +1,6 @@
+#include "common/program/help_text.h"
 #include "control_client.h"
 #include "fcsctl.h"
-#include "help_text.h"
 #include "service/fabric/octets.h"
 
 #include <arpa/inet.h>
@@ -88,7 +88,7 @@ CLI::App *add_vsan_event(CLI::App &events, const char *name, const char *what, O
   CLI::App *event = events.add_subcommand(name, what);
   event->add_option("--vsan", options.vsan, "VSAN")
       ->required()
-      ->check(between(1, FCS_MAX_VSAN))
+      ->check(cli::between(1, FCS_MAX_VSAN))
       ->default_str("");
   return event;
 }

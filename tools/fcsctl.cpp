@@ -5,13 +5,11 @@
 
 #include "common/program/program.h"
 #include "common/system/defaults.h"
-#include "help_text.h"
 
 namespace {
 
 void describe(CLI::App &app) {
   static fcsctl::Places places{fcs::kDefaultSocket, fcs::kDefaultStore, fcs::kDefaultHistory};
-  fcsctl::speak_plainly(app);
   app.require_subcommand(1);
   app.fallthrough();
   app.add_option("--socket", places.socket, "Socket of the service")

@@ -1,6 +1,6 @@
 #include "common/history/event_history.h"
+#include "common/program/help_text.h"
 #include "fcsctl.h"
-#include "help_text.h"
 #include "output.h"
 #include "platform/trace.h"
 #include "time_text.h"
@@ -176,7 +176,7 @@ void add_history(CLI::App &app, const Places &places) {
                       "How many of the last records to begin with (default " +
                           std::to_string(kLinesToFollow) + " with --follow, otherwise all)");
   command->add_option("--level", options->level, "Only the records of this level")
-      ->check(one_of({kLevels[0].name, kLevels[1].name}))
+      ->check(cli::one_of({kLevels[0].name, kLevels[1].name}))
       ->type_name("LEVEL");
   add_vsan_option(*command, options->vsans,
                   "Only the records that name one of these VSANs, such as 1-100,2100");

@@ -1,5 +1,5 @@
+#include "common/program/help_text.h"
 #include "fcsctl.h"
-#include "help_text.h"
 #include "map/dot_program.h"
 #include "map/map_dot.h"
 #include "map_source.h"
@@ -134,7 +134,7 @@ void add_map(CLI::App &app, const Places &places) {
       "--summary", [options] { options->detail = fabric_map::Detail::kSummary; },
       "Only the elements of each VSAN, with their links bundled");
   command->add_option("--format", options->format, "What to write: a graph, or a drawing of it")
-      ->check(one_of({"dot", "svg"}))
+      ->check(cli::one_of({"dot", "svg"}))
       ->type_name("FORMAT");
   command->add_option("--output", options->output, "File to write; - for standard output")
       ->type_name("PATH");

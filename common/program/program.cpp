@@ -1,5 +1,7 @@
 #include "program.h"
 
+#include "help_text.h"
+
 #include <CLI/CLI.hpp>
 #include <exception>
 #include <iostream>
@@ -7,6 +9,7 @@
 int run_program(const Program &program, int argc, char **argv) {
   try {
     CLI::App app(program.purpose, program.name);
+    cli::speak_plainly(app);
     app.option_defaults()->always_capture_default();
     app.set_version_flag("--version", std::string(program.name) + " " FCS_VERSION);
     program.describe(app);

@@ -1,7 +1,7 @@
+#include "common/program/help_text.h"
 #include "fabric_generator.h"
 #include "service/description/fabric_json.h"
 #include "tools/fcsctl.h"
-#include "tools/help_text.h"
 #include "tools/output.h"
 #include "tools/progress_line.h"
 
@@ -30,13 +30,13 @@ void add_generate(CLI::App &app, const Places & /*places*/) {
   const auto options = std::make_shared<Options>();
   FabricShape &shape = options->shape;
   command->add_option("--seed", shape.seed, "The same seed gives the same fabric");
-  command->add_option("--vsans", shape.vsans, "VSANs")->check(between(1, FCS_MAX_VSAN));
+  command->add_option("--vsans", shape.vsans, "VSANs")->check(cli::between(1, FCS_MAX_VSAN));
   command->add_option("--switches", shape.switches, "Switches of each VSAN")
-      ->check(between(1, fcs::kMaxDomainId));
+      ->check(cli::between(1, fcs::kMaxDomainId));
   command->add_option("--ports", shape.ports, "Ports of each switch")
-      ->check(between(1, kMaxSwitchPorts));
+      ->check(cli::between(1, kMaxSwitchPorts));
   command->add_option("--platforms", shape.platforms, "Platforms of each VSAN")
-      ->check(between(0, kMaxPlatforms));
+      ->check(cli::between(0, kMaxPlatforms));
   command->add_option("--output", options->output, "File to write; - for standard output")
       ->type_name("PATH");
   command->callback([options] { generate(*options); });

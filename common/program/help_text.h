@@ -1,5 +1,5 @@
 /**
- * How fcsctl speaks of its commands and options: help, and what is wrong with a command line.
+ * How programs speak of their commands and options: help, and what is wrong with a command line.
  */
 #pragma once
 
@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace fcsctl {
+namespace cli {
 
 /** Has help and errors of `app`, and of commands that it is given later, read as prose. */
 void speak_plainly(CLI::App &app);
@@ -19,4 +19,4 @@ CLI::Validator between(uint32_t low, uint32_t high);
 /** Checks that a word is one of these; help says so. */
 CLI::Validator one_of(const std::vector<std::string> &words);
 
-} // namespace fcsctl
+} // namespace cli

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace fcsctl {
+namespace cli {
 
 namespace {
 
@@ -24,7 +24,10 @@ struct ValueText {
 
 class PlainFormatter : public CLI::Formatter {
 public:
-  PlainFormatter() { label("UINT", "N"); }
+  PlainFormatter() {
+    label("UINT", "N");
+    label("FLOAT", "N");
+  }
 
   std::string make_option_opts(const CLI::Option *option) const override {
     const std::string name = ValueText(*option).name;
@@ -97,4 +100,4 @@ CLI::Validator one_of(const std::vector<std::string> &words) {
   return {check, list};
 }
 
-} // namespace fcsctl
+} // namespace cli
