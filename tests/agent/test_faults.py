@@ -2,41 +2,32 @@
 
 import os
 import re
-import signal
-import struct
-import time
 from concurrent.futures import ThreadPoolExecutor
+from pathlib import Path
 
 import pytest
-from false_service import false_service
-from lab import READER, ROOT, WRITER, Lab, eventually, resident_kilobytes, v3
+from false_service import answering, false_service
+from lab import OPERATOR, READER, ROOT, UPTIME, WRITER, Lab
+from programs import eventually, footprint, paused, timed
 
 DEADLINE = 0.2  # The exchange deadline, in seconds.
 LAB = {"exchange_timeout": 200}
 DLMOD_STATUS = "1.3.6.1.4.1.2021.13.14.2.1.5"
-
-
-# Columns of all tables that are scoped by VSAN: discovery status, elements, ports, platforms, statistics.
+ROLE, ROW_1 = "fcsRole operations 1-100 1-50", b"\1\0\0\0" + b"\0" * 548
+# Tables that are scoped by VSAN: discovery status, elements, ports, platforms, statistics.
 VSAN_TABLES = tuple(f"{ROOT}.{table}." for table in ["1.1.6", "1.1.11", "1.1.15", "1.1.18", "1.2.2"])
 
 
 def table_rows(lab, options=READER):
-    return [v for v in lab.walk(options) if v[0].startswith(VSAN_TABLES)]
-
-
-def timed(action):
-    start = time.monotonic()
-    result = action()
-    return time.monotonic() - start, result
+    return [varbind for varbind in lab.walk(options) if varbind[0].startswith(VSAN_TABLES)]
 
 
 def test_service_gone_and_back(lab):
-    rows = table_rows(lab)
-    agent = lab.agent
-    os.kill(lab.service, signal.SIGKILL)
+    rows, agent = table_rows(lab), lab.agent
+    lab.end("SERVICE")
     assert eventually(lambda: table_rows(lab) == [])
     seconds, walked = timed(lab.walk)
-    assert seconds < 5 and [oid for oid, _, _ in walked][0] == f"{ROOT}.1.1.1.0"
+    assert seconds < 5 and walked[0][0] == f"{ROOT}.1.1.1.0"
     assert "Timeticks" in lab.uptime()
     lab.up()
     assert eventually(lambda: table_rows(lab) == rows)
@@ -46,183 +37,133 @@ def test_service_gone_and_back(lab):
 def test_service_hung(lab):
     """A walk costs one deadline; what another manager asks for waits no longer than that."""
     rows = table_rows(lab)
-    service = lab.service
-    os.kill(service, signal.SIGSTOP)
-    try:
-        with ThreadPoolExecutor() as managers:
-            walk = managers.submit(timed, lab.walk)
-            waits = []
-            while not walk.done() or len(waits) < 10:
-                seconds, answer = timed(lab.uptime)
-                assert "Timeticks" in answer
-                waits.append(seconds)
-            seconds, walked = walk.result()
+    with paused(lab.service), ThreadPoolExecutor() as managers:
+        walk, waits = managers.submit(timed, lab.walk), []
+        while not walk.done() or len(waits) < 10:
+            seconds, answer = timed(lab.uptime)
+            assert "Timeticks" in answer
+            waits.append(seconds)
+        seconds, walked = walk.result()
         assert seconds < 5 * DEADLINE + 2, "more than about one deadline for the whole subtree"
-        assert f"{ROOT}.1.1.7.0" in [oid for oid, _, _ in walked]
+        assert f"{ROOT}.1.1.7.0" in [name for name, *_ in walked]
         assert max(waits) < DEADLINE + 2, "another MIB waited for the service"
-        for oid, value in [("3", "FF" * 256), ("5", "1")]:
-            assert "= " in lab.run("snmpset", WRITER, f"{ROOT}.1.1.{oid}.0", "x" if oid == "3" else "i", value)
-    finally:
-        os.kill(service, signal.SIGCONT)
+        assert lab.put(f"fcsVsanDiscoveryList2k.0 x {'FF' * 256}") == lab.put("fcsStartDiscovery.0 i 1") == "noError"
     assert eventually(lambda: table_rows(lab) == rows)
     assert f"no answer within {int(DEADLINE * 1000)} ms" in lab.log()
 
 
-def greet(connection):
-    connection.recv(64)
-    connection.send(struct.pack("=8sIII108s", b"FCS-IPC", 0x01020304, 2, 1, b""))
-
-
-def frame(request, payload):
-    asked, opcode = struct.unpack_from("=II", request)
-    return struct.pack("=IIIiIIiI64s", asked, opcode, 0, 0, 0, 0, 0, 0, b"") + payload
-
-
 @pytest.mark.parametrize("payload", [b"", b"\xff", b"\xff" * 1024], ids=["empty", "one octet", "all ones"])
 def test_lying_service(lab, payload):
-    def serve(connection):
-        greet(connection)
-        while request := connection.recv(2000):
-            connection.send(frame(request, payload))
-
-    with false_service(lab, serve):
-        eventually(lambda: "exchanges: connected" in lab.log().rsplit("restarted", 1)[1])
+    with false_service(lab, answering(payload)):
         seconds, walked = timed(lab.walk)
         # Two tables' role walks may go in circles until the limit of a read ends them.
         assert seconds < 2 * 10 * DEADLINE + 5
-        assert f"{ROOT}.1.1.7.0" in [oid for oid, _, _ in walked]
+        assert f"{ROOT}.1.1.7.0" in [name for name, *_ in walked]
         assert "Timeticks" in lab.uptime()
 
 
 @pytest.mark.parametrize("pause, readable", [(0.15, "1-100"), (0, "5-10")], ids=["slow", "in circles"])
 def test_no_read_keeps_the_agent_for_long(lab, pause, readable):
     """Every exchange in time, and yet no end: a slow service, or one that names a hidden VSAN again and again."""
-    def serve(connection):
-        greet(connection)
-        while request := connection.recv(2000):
-            time.sleep(pause)
-            connection.send(frame(request, struct.pack("=I", 1) + b"\0" * 548))
-
-    role = "fcsRole operations "
-    with false_service(lab, serve):
-        lab.reconfigure(lambda text: text.replace(f"{role}1-100", f"{role}{readable}"))
-        eventually(lambda: "exchanges: connected" in lab.log().rsplit("restarted", 1)[1])
-        lab.run("snmpget", v3("operator"), "1.3.6.1.2.1.1.3.0")  # The manager has found the engine's id.
-        seconds, _ = timed(lambda: lab.run("snmpbulkget", [*v3("operator"), "-Cr50"], f"{ROOT}.1.1.11"))
+    with false_service(lab, answering(ROW_1, pause)), lab.configured(ROLE, f"fcsRole operations {readable} 1-50"):
+        eventually(lambda: "exchanges: connected" in lab.log(since_restart=True))
+        lab.run("snmpget", OPERATOR, UPTIME)  # The manager has found the engine's id.
+        seconds, _ = timed(lambda: lab.run("snmpbulkget", [*OPERATOR, "-Cr50"], f"{ROOT}.1.1.11"))
         assert seconds < 10 * DEADLINE + 5
         assert "Timeticks" in lab.uptime()
-        lab.reconfigure(lambda text: text.replace(f"{role}{readable}", f"{role}1-100"))
 
 
 def test_who_looks_is_told_why_nothing_is_shown(tmp_path):
     """A user without a role, rows out of order, a spent budget: a line each under the debug token, or in the log. The
     agent's own requests, which are all one transaction, have a budget each."""
-    def serve(connection):
-        greet(connection)
-        while request := connection.recv(2000):
-            time.sleep(0.15)
-            connection.send(frame(request, struct.pack("=I", 1) + b"\0" * 548))
-
-    lab = Lab(tmp_path / "lab", **LAB)
-    debug = lab.directory / "debug.log"
-    lab.settings += (
-        f"[snmp] doDebugging 1\n[snmp] debugTokens fcs_request\n[snmp] logOption f {debug}\n"
-        'com2sec lab-guest default guest\ngroup lab-guests v2c lab-guest\n'
-        'access lab-guests "" any noauth exact everything none none\n'
-        'createUser monitor SHA-256 monitor-phrase\nrouser monitor\niquerySecName monitor\nfcsRoleUser monitor operations\n'
-        f"monitor -r 1 -u monitor elements {ROOT}.1.1.11.1.3 > 5000\n")
+    debug = tmp_path / "lab" / "debug.log"
     monitored = "user 'monitor', role 'operations': reads VSANs 1-100, writes 1-50"
-    try:
-        lab.up()
-        assert lab.walk(["-v2c", "-c", "guest"], ".1.1.11") == []
+    with Lab(tmp_path / "lab", **LAB, settings=(
+            f"[snmp] doDebugging 1\n[snmp] debugTokens fcs_request\n[snmp] logOption f {debug}\n"
+            'com2sec lab-guest default guest\ngroup lab-guests v2c lab-guest\n'
+            'access lab-guests "" any noauth exact everything none none\n'
+            'createUser monitor SHA-256 monitor-phrase\nrouser monitor\niquerySecName monitor\n'
+            f"fcsRoleUser monitor operations\nmonitor -r 1 -u monitor elements {ROOT}.1.1.11.1.3 > 5000\n")) as lab:
+        assert lab.walk(["-v2c", "-c", "guest"], f"{ROOT}.1.1.11") == []
         eventually(lambda: debug.read_text().count(monitored) > 30)
         assert "no exchange" not in debug.read_text()
-        with false_service(lab, serve):
-            eventually(lambda: "exchanges: connected" in lab.log().rsplit("restarted", 1)[1])
+        with false_service(lab, answering(ROW_1, 0.15)):
             for _ in range(2):
-                lab.run("snmpbulkget", [*v3("operator"), "-Cr50"], f"{ROOT}.1.1.11", f"{ROOT}.1.1.15")
+                lab.run("snmpbulkget", [*OPERATOR, "-Cr50"], f"{ROOT}.1.1.11", f"{ROOT}.1.1.15")
             log, said = lab.log(), debug.read_text()
-    finally:
-        lab.down()
-    assert log.count("GETBULK of .1.3.6.1.4.1.32473.1.1.1.1.11 by user 'operator' has spent its 2000 ms") == 1, "a minute"
+    assert log.count(f"GETBULK of .{ROOT}.1.1.11 by user 'operator' has spent its 2000 ms") == 1, "a minute"
     assert "user 'lab-guest', role '': reads VSANs none, writes none" in said
     assert "user 'operator', role 'operations': reads VSANs 1-100, writes 1-50" in said
     assert re.search(r"out of order: behind \S+32473\.1\.1\.1\.1\.11\.\S+ comes \S+11\.1\.2\.1\.0", said)
     assert "no exchange: the request has spent its time" in said
 
 
-def test_a_bad_role_hides_everything(lab):
-    good, bad = "fcsRole operations 1-100 1-50", "fcsRole operations 1-100x 1-50"
-    lab.reconfigure(lambda text: text.replace(good, bad))
-    number = (lab.directory / "snmpd.conf").read_text().splitlines().index(bad) + 1
-    fault = "fcsRole: VSAN list '1-100x': '1-100x' is not a VSAN or an ascending range"
-    assert f"snmpd.conf: line {number}: Error: {fault}" in lab.log().rsplit("restarted", 1)[1]
-    assert lab.walk(v3("operator")) and not table_rows(lab, v3("operator"))
-    lab.reconfigure(lambda text: text.replace(bad, good))
-    eventually(lambda: table_rows(lab, v3("operator")))
+@pytest.mark.parametrize("role, fault", [
+    ("1-100x 1-50", "fcsRole: VSAN list '1-100x': '1-100x' is not a VSAN or an ascending range"),
+    ("2-99,101-2099,2101-4095 none", None)], ids=["faulty", "VSANs that are not there"])
+def test_a_role_that_shows_no_rows(lab, role, fault):
+    line = f"fcsRole operations {role}"
+    with lab.configured(ROLE, line):
+        number = (lab.directory / "snmpd.conf").read_text().splitlines().index(line) + 1
+        assert (f"snmpd.conf: line {number}: Error: {fault}" in lab.log(since_restart=True)) == (fault is not None)
+        eventually(lambda: table_rows(lab))
+        assert lab.walk(OPERATOR) and not table_rows(lab, OPERATOR)
+    eventually(lambda: table_rows(lab, OPERATOR))
 
 
-def footprint(pid):
-    """Descriptors that are no network sockets, mappings of the module and its history, resident kilobytes.
+def module_footprint(pid):
+    """Descriptors that are no network sockets, mappings of the module and of its history.
 
     A network socket is left out: the agent itself loses one with every SIGHUP, with or without the module.
     """
-    maps = open(f"/proc/{pid}/maps").read()
+    maps = Path(f"/proc/{pid}/maps").read_text()
     local_sockets = {f"socket:[{line.split()[6]}]" for line in open("/proc/net/unix")}
     descriptors = [os.readlink(f"/proc/{pid}/fd/{fd}") for fd in os.listdir(f"/proc/{pid}/fd")]
     ours = [name for name in descriptors if not name.startswith("socket:") or name in local_sockets]
-    return len(ours), maps.count("fcs_mib.so"), maps.count("/history"), resident_kilobytes(pid)
+    return len(ours), maps.count("fcs_mib.so"), maps.count("/history")
 
 
 def test_spoilt_event_history(lab):
     history = lab.directory / "history"
     agent, size = lab.agent, history.stat().st_size
 
-    def truncate_and_grow():
-        os.truncate(history, 0)
-        os.truncate(history, size)
-
     def move_oldest_record_behind_the_end():
         with history.open("r+b") as file:
             file.seek(16)
             file.write(b"\x7f" * 8)
 
-    spoils = [lambda: os.truncate(history, 0), lambda: os.truncate(history, 3000), truncate_and_grow,
-              move_oldest_record_behind_the_end]
+    spoils = [lambda: os.truncate(history, 0), lambda: os.truncate(history, 3000),
+              lambda: os.truncate(history, 0) or os.truncate(history, size), move_oldest_record_behind_the_end]
     for spoil in spoils:
         spoil()
         assert len(lab.walk()) > 100
         assert lab.agent == agent
-        assert "return" in lab.control("history", "--lines", "1").stdout
+        assert "detail var_zephrinFcsMIB:return" in lab.control("history", "--lines", "9")
     assert lab.log().count("was truncated or overwritten and is started anew") == len(spoils)
 
 
 def test_reloading_leaves_nothing_behind(lab):
-    rows = table_rows(lab)
-    agent = lab.agent
+    rows, agent = table_rows(lab), lab.agent
 
     def reload_by_manager():
-        row = re.search(rf"{re.escape(DLMOD_STATUS)}\.(\d+) = INTEGER: 1", lab.run("snmpwalk", WRITER, DLMOD_STATUS))[1]
-        lab.run("snmpset", WRITER, f"{DLMOD_STATUS}.{row}", "i", "5")
-        descriptors, library, history, _ = footprint(agent)
-        assert (library, history) == (0, 0), "still mapped"
-        assert lab.walk() == []
-        lab.run("snmpset", WRITER, f"{DLMOD_STATUS}.{row}", "i", "4")
+        row = re.search(rf"{re.escape(DLMOD_STATUS)}\.\d+(?= = INTEGER: 1)", lab.run("snmpwalk", WRITER, DLMOD_STATUS))[0]
+        lab.put(f"{row} i 5")
+        descriptors, *mapped = module_footprint(agent)
+        assert mapped == [0, 0] and lab.walk() == []
+        lab.put(f"{row} i 4")
         assert eventually(lambda: table_rows(lab) == rows)
         return descriptors
 
-    def footprint_after_reloads(count):
+    def footprints_after_reloads(count):
         for _ in range(count):
             lab.reconfigure()
         assert eventually(lambda: table_rows(lab) == rows)
-        return footprint(agent)
+        return module_footprint(agent), footprint(agent)[1]
 
     bare = reload_by_manager()
-    before = footprint_after_reloads(3)
-    after = footprint_after_reloads(20)
+    before, kilobytes_before = footprints_after_reloads(3)
+    after, kilobytes = footprints_after_reloads(20)
     assert reload_by_manager() == bare
-    assert eventually(lambda: table_rows(lab) == rows)
-    assert after[:3] == before[:3] and lab.agent == agent
-    assert after[3] < before[3] + 4096, "resident kilobytes"
+    assert after == before and lab.agent == agent and kilobytes < kilobytes_before + 4096
     # A module that a manager loads reads its own lines of the configuration: the roles still hold.
-    assert {v[0].split(".")[-1] for v in lab.walk(v3("operator"), ".1.2.2")} == {"1", "100"}
+    assert {name.split(".")[-1] for name, *_ in lab.walk(OPERATOR, f"{ROOT}.1.2.2")} == {"1", "100"}

@@ -6,52 +6,56 @@ import re
 import signal
 import subprocess
 import threading
+from contextlib import contextmanager
 
 import pytest
-from lab import REPOSITORY, eventually
+from programs import REPOSITORY, eventually
 
 
-def guide_steps(text):
-    """The commands of a guide, each with the lines that it is said to answer."""
-    steps = []
-    for block in re.findall(r"```\n(.*?)```", text, re.DOTALL):
-        for line in block.splitlines():
-            if line.startswith("$ "):
-                steps.append((line[2:], []))
-            else:
-                steps[-1][1].append(line)
-    return steps
+def blocks(text):
+    return "".join(re.findall(r"```\n(.*?)```", text, re.DOTALL))
+
+
+@contextmanager
+def shell(directory):
+    """One that is ended after a minute, with the command that hangs."""
+    with subprocess.Popen(["bash"], cwd=directory, stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True,
+                          stderr=subprocess.DEVNULL, start_new_session=True) as process:
+        watchdog = threading.Timer(60, os.killpg, (process.pid, signal.SIGKILL))
+        watchdog.start()
+        try:
+            yield process
+        finally:
+            watchdog.cancel()
+            os.killpg(process.pid, signal.SIGKILL)
 
 
 def answer_of(shell, command):
     """What a command prints; an error when the shell has been ended meanwhile."""
     shell.stdin.write(f"{command}\necho '--'\n")
     shell.stdin.flush()
-    lines = []
-    for line in shell.stdout:
-        if line == "--\n":
-            return lines
-        lines.append(line.rstrip())
-    raise AssertionError(f"{command}: no end of it after a minute")
+    lines = [line.rstrip() for line in iter(shell.stdout.readline, "--\n") if line or pytest.fail(f"{command}: no end of it")]
+    return "\n".join(lines)
+
+
+@pytest.fixture
+def checkout(lab, tmp_path):
+    """A directory in which the lab is where the commands have it."""
+    (tmp_path / "build").mkdir()
+    (tmp_path / "build" / "lab").symlink_to(lab.directory)
+    for name in ["docs", "lab", "mibs"]:
+        (tmp_path / name).symlink_to(REPOSITORY / name)
+    return tmp_path
 
 
 @pytest.mark.parametrize("guide", ["discovery.md", "configuration.md", "fabric-json.md"])
-def test_the_guide_is_true(lab, guide):
-    shell = subprocess.Popen(["bash"], cwd=REPOSITORY, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
-                             stderr=subprocess.DEVNULL, text=True, start_new_session=True)
-    watchdog = threading.Timer(60, os.killpg, (shell.pid, signal.SIGKILL))  # With the command that hangs.
-    watchdog.start()
-    try:
-        steps = guide_steps((REPOSITORY / "docs" / guide).read_text())
-        assert len(steps) >= 2
-        for command, expected in steps:
-            command = command.replace("127.0.0.1:1161", f"127.0.0.1:{lab.port}")
-            answer = answer_of(shell, command.replace("build/lab", str(lab.directory)))
-            assert answer == [line.rstrip() for line in expected], command
-    finally:
-        watchdog.cancel()
-        shell.stdin.close()
-        shell.wait()
+def test_the_guide_is_true(lab, checkout, guide):
+    steps = blocks((REPOSITORY / "docs" / guide).read_text()).removeprefix("$ ").split("\n$ ")
+    assert len(steps) >= 2
+    with shell(checkout) as typed:
+        for command, _, expected in (step.partition("\n") for step in steps):
+            answer = answer_of(typed, command.replace("127.0.0.1:1161", lab.address))
+            assert answer == "\n".join(map(str.rstrip, expected.splitlines())), command
 
 
 # What each command that the README has its reader try prints, in its order.
@@ -73,33 +77,22 @@ README_SHOWS = [
 ]
 
 
-def test_the_readme_is_true(lab, tmp_path):
-    lab.control("import", REPOSITORY / "lab" / "sample-fabric.json")
-    (tmp_path / "build").mkdir()
-    (tmp_path / "build" / "lab").symlink_to(lab.directory)
-    (tmp_path / "mibs").symlink_to(REPOSITORY / "mibs")
+def test_the_readme_is_true(lab, checkout):
+    lab.show(lab.fabric)
     section = (REPOSITORY / "README.md").read_text().split("## What you see\n")[1].split("\n## ")[0]
-    commands = "".join(re.findall(r"```\n(.*?)```", section, re.DOTALL)).splitlines()
+    commands = blocks(section).splitlines()
     assert len(commands) == len(README_SHOWS)
-    endless = []
-    try:
-        for number, (command, (start, shown)) in enumerate(zip(commands, README_SHOWS)):
+    with shell(checkout) as typed:
+        for number, (command, (start, _)) in enumerate(zip(commands, README_SHOWS)):
             assert command.startswith(start)
-            output = tmp_path / f"output{number}"
-            stays = start.endswith(("--follow", "watch"))
-            line = f"exec >{output} 2>&1; {commands[0]}; {'exec ' if stays else ''}{command}"
-            line = line.replace("127.0.0.1:1161", f"127.0.0.1:{lab.port}")
-            if stays:
-                endless.append((subprocess.Popen(["bash", "-c", line], cwd=tmp_path), shown, output))
-                continue
-            eventually(lambda: not endless or "2 notification" in lab.control("status").stdout)
-            assert subprocess.run(["bash", "-c", line], cwd=tmp_path, timeout=30).returncode == 0, command
-            assert re.search(shown, output.read_text()), command
-        for _, shown, output in endless:
-            eventually(lambda: re.search(shown, output.read_text()))
-    finally:
-        for process, *_ in endless:
-            process.kill()
-            process.wait()
-    assert "<svg" in (tmp_path / "fabric.svg").read_text()
-    assert len(json.loads((tmp_path / "big.json").read_text())["vsans"]) == 40
+            goes_on = start.endswith(("--follow", "watch"))
+            command = command.replace("127.0.0.1:1161", lab.address)
+            ending = "&" if goes_on else "|| echo failed"
+            answer_of(typed, f"{{ {{ {command}\n}} {ending}\n}} >output{number} 2>&1")
+            if start.endswith("watch"):
+                eventually(lambda: "2 notification" in lab.control("status"))
+        for number, (start, shown) in enumerate(README_SHOWS):
+            eventually(lambda: re.search(shown, (checkout / f"output{number}").read_text()))
+            assert "failed\n" not in (checkout / f"output{number}").read_text()
+    assert "<svg" in (checkout / "fabric.svg").read_text()
+    assert len(json.loads((checkout / "big.json").read_text())["vsans"]) == 40

@@ -9,9 +9,7 @@ how much the agent has grown. FCS_BUILD names the build directory, as in the oth
 import argparse
 import ctypes
 import os
-import socket
 import struct
-import subprocess
 import sys
 import tempfile
 import threading
@@ -20,31 +18,29 @@ from contextlib import contextmanager
 from pathlib import Path
 
 sys.dont_write_bytecode = True
-sys.path[:0] = [str(Path(__file__).resolve().parents[1] / part) for part in ("agent", "packets", "faults")]
+sys.path[:0] = [str(Path(__file__).resolve().parents[1] / "support")]
 
-import ber  # noqa: E402
-from false_service import false_service  # noqa: E402
-from lab import BUILD, READER, ROOT, Lab, eventually, resident_kilobytes, v3  # noqa: E402
-from message import GET, GETBULK, INTEGER, NULL, OCTETS, SET, message  # noqa: E402
+from false_service import slow_service  # noqa: E402
+from lab import ADMIN, READER, ROOT, UPTIME, Lab, oid  # noqa: E402
+from programs import eventually, footprint, run  # noqa: E402
+from snmp_message import GET, GETBULK, INTEGER, NULL, OCTETS, SET, Manager, message, parse  # noqa: E402
 
-UPTIME = "1.3.6.1.2.1.1.3.0"
 LAB = {"exchange_timeout": 200}
 PATIENCE = 60.0  # Seconds after which an agent counts as one that does not answer.
-ACTIVE, DESTROY = b"\x01", b"\x06"  # RowStatus.
 ALL_2K, SOME_4K = b"\xff" * 256, b"\xff" * 244  # VSANs 1 to 2048, 2049 to 4000.
 
 
 def ask(port, community, kind, bindings, fields=(0, 0)):
     """Sends a message and waits for its answer: the error status, or an error without one."""
-    with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as manager:
-        manager.settimeout(PATIENCE)
-        manager.connect(("127.0.0.1", port))
-        manager.send(message(community, kind, 1, bindings, fields))
-        return ber.parse(manager.recv(65535))[0][1][2][1][1][1][0]
+    with Manager(port) as manager:
+        manager.send(message(community, kind, 1, [(oid(name), *value) for name, *value in bindings], fields))
+        for answer in manager.answers(PATIENCE):
+            return parse(answer)[0][1][2][1][1][1][0]
+    raise TimeoutError
 
 
 def write(lab, *bindings):
-    assert ask(lab.port, "private", SET, [(f"{ROOT}.1.1.{suffix}.0", tag, value) for suffix, tag, value in bindings]) == 0
+    assert ask(lab.port, "private", SET, bindings) == 0
 
 
 class Waits:
@@ -53,9 +49,7 @@ class Waits:
     MOST_WAITING = 100  # What the agent's socket has room for.
 
     def __init__(self, port):
-        self.socket = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
-        self.socket.connect(("127.0.0.1", port))
-        self.seconds, self.asked, self.number = [], {}, 1 << 30
+        self.manager, self.number, self.seconds, self.asked = Manager(port), 1 << 30, [], {}
         self.stopped = threading.Event()
         self.thread = threading.Thread(target=self.run)
 
@@ -64,20 +58,17 @@ class Waits:
             if len(self.asked) < self.MOST_WAITING:
                 self.number += 1
                 self.asked[self.number] = time.monotonic()
-                self.socket.send(message("public", GET, self.number, [(UPTIME, NULL, b"")]))
-            self.listen(time.monotonic() + 0.02)
-        self.listen(time.monotonic() + PATIENCE, lambda: not self.asked)
+                self.manager.send(message("public", GET, self.number, [(UPTIME, NULL, b"")]))
+            for answer in self.manager.answers(0.02):
+                self.note(answer)
+        for answer in self.manager.answers(PATIENCE) if self.asked else ():
+            if not self.note(answer):
+                break
         self.seconds += [PATIENCE for _ in self.asked]
 
-    def listen(self, until, done=lambda: False):
-        while (left := until - time.monotonic()) > 0 and not done():
-            self.socket.settimeout(left)
-            try:
-                answer = ber.parse(self.socket.recv(65535))
-            except OSError:  # Nothing in time, or nobody is there any more.
-                time.sleep(0.001)
-                continue
-            self.seconds.append(time.monotonic() - self.asked.pop(int.from_bytes(answer[0][1][2][1][0][1], "big")))
+    def note(self, answer):
+        self.seconds.append(time.monotonic() - self.asked.pop(int.from_bytes(parse(answer)[0][1][2][1][0][1], "big")))
+        return self.asked
 
     def __enter__(self):
         self.thread.start()
@@ -87,7 +78,7 @@ class Waits:
     def __exit__(self, *_):
         self.stopped.set()
         self.thread.join()
-        self.socket.close()
+        self.manager.close()
 
     def percentile(self, share):
         return sorted(self.seconds)[int(share * (len(self.seconds) - 1))]
@@ -115,34 +106,11 @@ def renames_in(directory):
         os.close(watch)
 
 
-def slow_service(lab, seconds, repeated=None):
-    """The lab's service, but each answer takes a while, and the first notification with the opcode `repeated` comes again
-    and again."""
-    def serve(connection):
-        with socket.socket(socket.AF_UNIX, socket.SOCK_SEQPACKET) as service:
-            service.connect(str(lab.directory / "fcsd.sock"))
-            greeting = connection.recv(1 << 17)
-            service.send(greeting)
-            connection.send(service.recv(1 << 17))
-            if struct.unpack_from("=I", greeting, 16)[0] == 2:  # For notifications.
-                while notification := service.recv(1 << 17):
-                    connection.send(notification)
-                    while struct.unpack_from("=I", notification, 4)[0] == repeated:
-                        connection.send(notification)
-            while request := connection.recv(1 << 17):
-                service.send(request)
-                reply = service.recv(1 << 17)
-                time.sleep(seconds)
-                connection.send(reply)
-
-    return false_service(lab, serve)
-
-
 @contextmanager
 def announcements(lab, event, opcode):
     with slow_service(lab, 0.15, repeated=opcode):
         def act():
-            assert lab.control("event", event, "--vsan", "1").returncode == 0
+            lab.control("event", event, "--vsan", "1")
             time.sleep(3)
         yield act
 
@@ -160,19 +128,19 @@ def completions(lab):
 @contextmanager
 def switches(lab):
     """One packet changes a notification switch 2,500 times."""
-    with renames_in(lab.directory / "agent") as writes_of_the_store:
-        def act():
-            writes_of_the_store()
-            write(lab, *[("20", INTEGER, bytes([1 + (left % 2)])) for left in reversed(range(2500))])
+    def act():
+        with renames_in(lab.directory / "agent") as writes_of_the_store:
+            values = [bytes([1 + left % 2]) for left in reversed(range(2500))]
+            write(lab, *[("fcsReqRejNotifyEnable.0", INTEGER, value) for value in values])
             return f"persistent file written {eventually(writes_of_the_store, seconds=60)} times"
-        yield act
+    yield act
 
 
 @contextmanager
 def slow_invalidation(lab):
     """An invalidation of 2,048 VSANs, each exchange in 20 ms."""
     with slow_service(lab, 0.02):
-        yield lambda: write(lab, ("8", OCTETS, ALL_2K))
+        yield lambda: write(lab, ("fcsDiscoveryInvalidateCache2k.0", OCTETS, ALL_2K))
 
 
 @contextmanager
@@ -185,14 +153,15 @@ def slow_walk(lab):
 @contextmanager
 def start(lab):
     """A discovery of 4,000 VSANs is started."""
-    write(lab, ("3", OCTETS, ALL_2K), ("4", OCTETS, SOME_4K))
-    yield lambda: write(lab, ("5", INTEGER, b"\x01"))
+    write(lab, ("fcsVsanDiscoveryList2k.0", OCTETS, ALL_2K), ("fcsVsanDiscoveryList4k.0", OCTETS, SOME_4K))
+    yield lambda: write(lab, ("fcsStartDiscovery.0", INTEGER, b"\x01"))
 
 
 @contextmanager
 def invalidation(lab):
     """4,000 VSANs are invalidated."""
-    yield lambda: write(lab, ("8", OCTETS, ALL_2K), ("9", OCTETS, SOME_4K))
+    yield lambda: write(lab, ("fcsDiscoveryInvalidateCache2k.0", OCTETS, ALL_2K),
+                        ("fcsDiscoveryInvalidateCache4k.0", OCTETS, SOME_4K))
 
 
 @contextmanager
@@ -200,14 +169,13 @@ def failing_sets(lab):
     """SETs that fail in ACTION leave 60,000 rows with the agent, if it keeps them."""
     def rows(first, count=600):
         for row in range(first, first + count):
-            yield f"{ROOT}.1.1.12.1.3.91.{row}", OCTETS, b"x"
-            yield f"{ROOT}.1.1.12.1.5.91.{row}", INTEGER, ACTIVE
+            yield f"fcsMgmtAddr.91.{row}", OCTETS, b"x"
+            yield f"fcsMgmtAddrRowStatus.91.{row}", INTEGER, b"\x01"  # active
 
     def act():
         answers = [ask(lab.port, "private", SET, list(rows(first))) for first in range(1, 60000, 600)]
-        address, status = f"{ROOT}.1.1.12.1.3.91.1", f"{ROOT}.1.1.12.1.5.91.1"
-        assert "= " in lab.run("snmpset", v3("admin"), address, "s", "192.0.2.91", status, "i", "4"), "another user"
-        assert ask(lab.port, "private", SET, [(status, INTEGER, DESTROY)]) == 0
+        new = ["fcsMgmtAddr.91.1 s 192.0.2.91", "fcsMgmtAddrRowStatus.91.1 i 4"]
+        assert lab.put(*new, options=ADMIN) == lab.put("fcsMgmtAddrRowStatus.91.1 i 6") == "noError", "another user"
         return f"error statuses {sorted(set(answers))}"
     yield act
 
@@ -233,35 +201,23 @@ def inflict(lab, case):
     """\\return the waits of a case, the kilobytes by which the agent has grown, and what else there is to say."""
     with case(lab) as act, Waits(lab.port) as waits:
         ask(lab.port, "public", GET, [(UPTIME, NULL, b"")] * 2500)  # The agent keeps the room of its largest request.
-        before = resident_kilobytes(lab.agent)
+        before = footprint(lab.agent)[1]
         try:
             note = act() or ""
         except TimeoutError:
             note = f"not answered within {PATIENCE:.0f} s"
-        growth = resident_kilobytes(lab.agent) - before
+        growth = footprint(lab.agent)[1] - before
     return waits, growth, note
-
-
-def fabric_of(vsans, directory):
-    """A made-up fabric's description; None for the lab's own."""
-    if vsans == 0:
-        return None
-    fabric = Path(directory, "fabric.json")
-    subprocess.run([BUILD / "tools" / "fcsctl", "generate", "--vsans", str(vsans), "--switches", "1", "--ports", "1",
-                    "--platforms", "0", "--output", fabric], check=True, stdout=subprocess.DEVNULL)
-    return fabric
 
 
 def report(case):
     """Prints the case's line. \return whether it has kept its limit."""
     limit, vsans = CASES[case]
     with tempfile.TemporaryDirectory(prefix="fcs-hostile.") as directory:
-        lab = Lab(Path(directory, "lab"), fabric_of(vsans, directory), **LAB)
-        try:
-            lab.up()
+        shape = f"--switches 1 --ports 1 --platforms 0 --output {directory}/fabric.json"
+        fabric = vsans and run("fcsctl", "generate", "--vsans", vsans, *shape.split()) and {"fabric": f"{directory}/fabric.json"}
+        with Lab(Path(directory, "lab"), **(fabric or {}), **LAB) as lab:
             waits, growth, note = inflict(lab, case)
-        finally:
-            lab.down()
     figures = [*map(waits.percentile, (0.5, 0.99, 1)), limit]
     print(f"{case.__name__:18}", *(f"{seconds * 1e3:9.1f}" for seconds in figures), f"{growth:9}", "", note, flush=True)
     return waits.percentile(1) <= limit

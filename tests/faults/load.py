@@ -1,13 +1,10 @@
 """Managers that do not stop: one walks, one writes, one asks the agent for something else."""
 
-import os
-import re
 import threading
 import time
 
-from lab import ROOT, WRITER, resident_kilobytes
-
-PLATFORM_NAME, PLATFORM_STATUS = f"{ROOT}.1.1.18.1.2", f"{ROOT}.1.1.18.1.9"
+from lab import numeric
+from programs import timed
 
 
 class Load:
@@ -29,26 +26,24 @@ class Load:
 
     def walk(self):
         """Every varbind is one of the fabric, in order, or there are none."""
-        oids = [[int(part) for part in oid.split(".")] for oid, _, _ in self.lab.walk()]
-        assert oids == sorted(oids) and len(oids) == len({tuple(oid) for oid in oids})
+        names = [numeric(name) for name, *_ in self.lab.walk()]
+        assert all(name < following for name, following in zip(names, names[1:]))
         self.walks += 1
 
     def write(self):
         """Creates a platform and deletes it again: noError, or an error that says why."""
         row = f"1.{5000 + self.writes % 50}"
-        for bindings in ([f"{PLATFORM_NAME}.{row}", "s", f"load-{row}", f"{PLATFORM_STATUS}.{row}", "i", "4"],
-                         [f"{PLATFORM_STATUS}.{row}", "i", "6"]):
-            answer = self.lab.run("snmpset", WRITER, *bindings)
-            refused = re.search(r"Reason: \(?(\w+)", answer)
-            assert refused is None or refused[1] in ("genError", "inconsistentValue"), answer
-            assert refused or " = " in answer, answer
-            self.refused += refused is not None
+        for bindings in ([f"fcsPlatformName.{row} s load-{row}", f"fcsPlatformRowStatus.{row} i 4"],
+                         [f"fcsPlatformRowStatus.{row} i 6"]):
+            answer = self.lab.put(*bindings)
+            assert answer in ("noError", "genError", "inconsistentValue")
+            self.refused += answer != "noError"
         self.writes += 1
 
     def ask(self):
-        began = time.monotonic()
-        assert "Timeticks" in self.lab.uptime()
-        self.latencies.append(time.monotonic() - began)
+        seconds, answer = timed(self.lab.uptime)
+        assert "Timeticks" in answer
+        self.latencies.append(seconds)
         time.sleep(0.005)
 
     def __enter__(self):
@@ -63,10 +58,5 @@ class Load:
         assert not self.failures, self.failures[0]
 
     def percentile(self, share):
-        """Seconds in which this share of the questions to another MIB was answered."""
-        return sorted(self.latencies)[int(share * (len(self.latencies) - 1))]
-
-
-def footprint(pid):
-    """Open descriptors and resident kilobytes."""
-    return len(os.listdir(f"/proc/{pid}/fd")), resident_kilobytes(pid)
+        """Milliseconds in which this share of the questions to another MIB was answered."""
+        return round(sorted(self.latencies)[int(share * (len(self.latencies) - 1))] * 1e3, 1)

@@ -1,8 +1,7 @@
 """Ways to spoil an SNMP message. Half of them leave it well-formed, so that it goes deep."""
 
-import ber
+from snmp_message import INTEGER, OCTETS, OID, all_elements, encode, length_places, parse, sub_identifiers
 
-INTEGER, OCTETS, OID = 0x02, 0x04, 0x06
 TAGS = [0x01, 0x02, 0x03, 0x04, 0x05, 0x06, 0x09, 0x30, 0x40, 0x41, 0x42, 0x43, 0x44, 0x46, 0x80, 0x81, 0x82, 0xFF]
 TAGS += range(0xA0, 0xAA)
 NUMBERS = [0, 1, 2, 3, 4, 5, 6, 7, 127, 128, 255, 256, 300, 900, 4095, 4096, 65535, 2**31 - 1, 2**31, 2**32 - 1,
@@ -32,7 +31,7 @@ def other_oid(random, content):
     numbers = [random.choice((random.randrange(256), 2**32 - 1, 2**31, 4096)) for _ in range(random.choice((0, 1, 2, 9)))]
     if random.random() < 0.1:
         numbers *= 16  # Beyond 128 sub-identifiers, or nearly.
-    return kept + ber.sub_identifiers(*numbers)
+    return kept + sub_identifiers(*numbers)
 
 
 OTHER_CONTENT = {INTEGER: other_number, OCTETS: other_octets, OID: other_oid}
@@ -62,12 +61,12 @@ WELL_FORMED = [change_element] * 6 + [change_tag, remove_element, repeat_element
 
 
 def spoil_elements(random, packet):
-    elements = ber.parse(packet)
+    elements = parse(packet)
     for _ in range(random.choice((1, 1, 2, 4))):
-        choices = list(ber.all_elements(elements))
+        choices = list(all_elements(elements))
         if choices:
             random.choice(WELL_FORMED)(random, *random.choice(choices))
-    return ber.encode(elements)
+    return encode(elements)
 
 
 # ---- Whatever comes of it
@@ -81,7 +80,7 @@ def flip_bits(random, packet):
 
 
 def lie_about_a_length(random, packet):
-    place = random.choice(ber.length_places(packet))
+    place = random.choice(list(length_places(packet)))
     return packet[:place] + random.choice(LENGTH_FIELDS) + packet[place + 1 :]
 
 

@@ -1,92 +1,54 @@
-"""Real requests of every kind: what Net-SNMP's tools send to the agent, heard on the way."""
+"""Real requests of every kind: what Net-SNMP's tools send to the agent."""
 
-import select
-import socket
-import subprocess
-import threading
+import re
 
-from lab import REPOSITORY, ROOT, v3
+from lab import ADMIN, OBJECTS, OPERATOR, WRITER
 
-COMMUNITIES = [["-v1", "-c", "private"], ["-v2c", "-c", "private"]]
-USERS = [v3("admin"), v3("operator")]
+WRITER_V1 = ["-v1", *WRITER[1:]]
 NAME = "32.0.0.0.94.0.83.161"
+SCALARS, COLUMNS = ([name for name, oid in OBJECTS.items() if not oid.startswith(("1.3.", "1.4.")) and (oid.count(".") > 2) == is_column]
+                    for is_column in (False, True))
 
-# What is written, in the order of a manager's work; the words of snmpset.
+# What is written, in the order of a manager's work.
 SETS = [
-    ["1.1.1.0", "i", "0", "1.1.2.0", "s", "night", "1.1.3.0", "x", "80", "1.1.4.0", "x", "80"],
-    ["1.1.5.0", "i", "1"],
-    ["1.1.7.0", "u", "600"],
-    ["1.1.8.0", "x", "40", "1.1.9.0", "x", "80"],
-    ["1.1.20.0", "i", "1", "1.1.21.0", "i", "1"],
-    ["1.1.12.1.3.11.9", "x", "c0000263", "1.1.12.1.5.11.9", "i", "4"],
-    ["1.1.12.1.5.11.9", "i", "6"],
-    ["1.1.18.1.2.1.9", "s", "host", "1.1.18.1.9.1.9", "i", "4"],
-    ["1.1.18.1.3.1.9", "i", "6", "1.1.18.1.4.1.9", "i", "1", "1.1.18.1.5.1.9", "i", "11", "1.1.18.1.7.1.9", "i", "1"],
-    ["1.1.18.1.9.1.9", "i", "6"],
-    [f"1.1.19.1.4.1.{NAME}", "i", "4"],
-    [f"1.1.19.1.4.1.{NAME}", "i", "6"],
+    ["fcsVsanDiscoverySpinLock.0 i 0", "fcsVsanDiscoveryName.0 s night", "fcsVsanDiscoveryList2k.0 x 80",
+     "fcsVsanDiscoveryList4k.0 x 80"],
+    ["fcsStartDiscovery.0 i 1"],
+    ["fcsVsanDiscoveryTimeOut.0 u 600"],
+    ["fcsDiscoveryInvalidateCache2k.0 x 40", "fcsDiscoveryInvalidateCache4k.0 x 80"],
+    ["fcsReqRejNotifyEnable.0 i 1", "fcsDiscoveryCompleteNotifyEnable.0 i 1"],
+    ["fcsMgmtAddr.11.9 x c0000263", "fcsMgmtAddrRowStatus.11.9 i 4"],
+    ["fcsMgmtAddrRowStatus.11.9 i 6"],
+    ["fcsPlatformName.1.9 s host", "fcsPlatformRowStatus.1.9 i 4"],
+    ["fcsPlatformType.1.9 i 6", "fcsPlatformNodeNameListIndex.1.9 i 1", "fcsPlatformMgmtAddrListIndex.1.9 i 11",
+     "fcsPlatformValidation.1.9 i 1"],
+    ["fcsPlatformRowStatus.1.9 i 6"],
+    [f"fcsNodeNameRowStatus.1.{NAME} i 4"],
+    [f"fcsNodeNameRowStatus.1.{NAME} i 6"],
 ]
 
 
-def objects():
-    """OID suffixes of the registered objects: scalars, columns."""
-    suffixes = [line.split()[0] for line in (REPOSITORY / "tests/mib/objects.txt").read_text().splitlines()
-                if line.endswith((" RO", " RW"))]
-    return [s for s in suffixes if s.count(".") == 2], [s for s in suffixes if s.count(".") > 2]
-
-
 def commands():
-    """The tools' command lines, without the agent's address and the module root."""
-    scalars, columns = objects()
-    for asker in COMMUNITIES + USERS:
-        by_user = asker in USERS  # Whose packets are signed: few of them get far when they are spoilt.
-        yield ["snmpget", *asker], [f"{scalar}.0" for scalar in scalars]
-        yield ["snmpgetnext", *asker], columns[:24]
-        yield ["snmpgetnext", *asker], columns[24:]
-        if "-v1" not in asker:
-            yield ["snmpbulkget", "-Cn1", "-Cr20", *asker], [scalars[0], columns[2], columns[10]]
-        for column in columns[:: 20 if by_user else 5]:
-            yield ["snmpget", *asker], [f"{column}.1.{NAME}"]
-        for words in SETS[:2] if by_user else SETS:
-            yield ["snmpset", *asker], words
-
-
-class Recorder:
-    """Passes packets on between the tools and the agent, and keeps those of the tools."""
-
-    def __init__(self, agent_port):
-        self.packets = []
-        self.tools = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
-        self.tools.bind(("127.0.0.1", 0))
-        self.agent = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
-        self.agent.connect(("127.0.0.1", agent_port))
-        self.port = self.tools.getsockname()[1]
-
-    def pass_on(self, ended):
-        tool = None
-        while not ended.is_set():
-            for ready in select.select([self.tools, self.agent], [], [], 0.1)[0]:
-                if ready is self.tools:
-                    packet, tool = self.tools.recvfrom(65535)
-                    self.packets.append(packet)
-                    self.agent.send(packet)
-                elif tool:
-                    self.tools.sendto(self.agent.recv(65535), tool)
+    """The tools, their options, and what they ask for."""
+    for asker in (WRITER_V1, WRITER, ADMIN, OPERATOR):
+        by_user = asker in (ADMIN, OPERATOR)  # Whose packets are signed: few of them get far when they are spoilt.
+        yield "snmpget", asker, *(f"{scalar}.0" for scalar in SCALARS)
+        yield "snmpgetnext", asker, *COLUMNS[:24]
+        yield "snmpgetnext", asker, *COLUMNS[24:]
+        if asker is not WRITER_V1:
+            yield "snmpbulkget", ["-Cn1", "-Cr20", *asker], SCALARS[0], COLUMNS[2], COLUMNS[10]
+        for column in COLUMNS[:: 20 if by_user else 5]:
+            yield "snmpget", asker, f"{column}.1.{NAME}"
+        for bindings in SETS[:2] if by_user else SETS:
+            yield "snmpset", asker, *(word for binding in bindings for word in binding.split())
 
 
 def record(lab):
     """The requests, as lists of octets; every tool's answer has come."""
-    recorder = Recorder(lab.port)
-    ended = threading.Event()
-    thread = threading.Thread(target=recorder.pass_on, args=(ended,))
-    thread.start()
-    try:
-        for tool, words in commands():
-            named = [f"{ROOT}.{word}" if "." in word else word for word in words]
-            done = subprocess.run([tool[0], "-r", "0", "-t", "10", *tool[1:], f"127.0.0.1:{recorder.port}", *named],
-                                  capture_output=True, text=True, timeout=30, env=lab.environment)
-            assert "Timeout" not in done.stderr, (tool, words, done.stderr)
-    finally:
-        ended.set()
-        thread.join()
-    return recorder.packets
+    packets = []
+    for tool, options, *words in commands():
+        shown = lab.run(tool, ["-d", *options], *words)
+        assert "Timeout" not in shown, (tool, words, shown)
+        for dump in re.findall(r"^Sending \d+ bytes.*\n((?:[0-9A-F]{4}: .*\n)+)", shown, re.MULTILINE):
+            packets.append(bytes.fromhex("".join(line[6:56] for line in dump.splitlines())))
+    return packets

@@ -1,6 +1,6 @@
 """Rows that the agent sets and deletes, and requests that make no sense."""
 
-from fabric_model import ADDRESSES, NODE_NAMES, PLATFORMS, TABLES
+from fabric import ADDRESSES, NODE_NAMES, PLATFORMS, TABLES
 from service import CONTROL, FCS, NOTIFICATION, alter, words
 
 SET, DELETE, CREATE, CHANGE, HOST, WORD = FCS.OP_SET, FCS.OP_DELETE, FCS.ROW_CREATE_AND_GO, FCS.ROW_ACTIVE, 10, 2**32 - 1

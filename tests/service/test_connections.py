@@ -6,8 +6,8 @@ import time
 from socket import SHUT_WR
 
 import pytest
-from lab import REPOSITORY, eventually
-from service import CONTROL, EMULATOR, EXCHANGE, FCS, GREETING, HEADER, MARK, NOTIFICATION, SAMPLE, Client, run, words
+from programs import EMULATOR, REPOSITORY, SAMPLE, eventually, paused, run
+from service import CONTROL, EXCHANGE, FCS, GREETING, HEADER, MARK, NOTIFICATION, Client, words
 
 NEW_NAME = words(77) + bytes.fromhex("2001005E00530101") + bytes(8)  # A node name of list 77.
 
@@ -82,9 +82,8 @@ def test_it_stops_cleanly_and_keeps_what_it_has_acknowledged(service):
 
 
 def test_a_living_service_keeps_its_socket_and_its_store(service, tmp_path):
-    service.process.send_signal(signal.SIGSTOP)
-    second, status = run("fcsd", *service.options), service.fcsctl("status")
-    service.process.send_signal(signal.SIGCONT)
+    with paused(service.process.pid):
+        second, status = run("fcsd", *service.options), service.fcsctl("status")
     assert second[0] == 1 and second[1].endswith(f": cannot use the socket {service.socket}: another service owns it\n")
     assert status == (1, f"fcsctl: {service.socket}: the FCS service does not answer\n")
     (link := tmp_path / "link.db").symlink_to(service.store)

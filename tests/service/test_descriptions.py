@@ -3,7 +3,8 @@
 import json
 import re
 
-from service import SAMPLE, alter, run
+from programs import SAMPLE, run
+from service import alter
 
 WORD, INDEX, SAME = 2**32 - 1, 2**31 - 1, object()
 TEXTS = [  # The text of a description, and its fault.

@@ -5,9 +5,9 @@ import signal
 import subprocess
 import time
 
-from fabric_model import TABLES, VSANS
-from lab import eventually
-from service import CONTROL, FCS, NOTIFICATION, SAMPLE, command, words
+from fabric import TABLES, VSANS
+from programs import SAMPLE, command, eventually
+from service import CONTROL, FCS, NOTIFICATION, words
 
 COMPLETE, TIMEOUT, START = FCS.MSG_DISC_COMP_ON_VSAN, FCS.MSG_TIMEOUT_ON_VSAN, FCS.MSG_START_DISCOVERY
 SET_TIMEOUT, INVALIDATE, RUNS, DONE, LOCAL = FCS.MSG_SET_DISC_TIMEOUT, FCS.MSG_INVALIDATE_CACHE, 1, 2, 3

@@ -6,7 +6,7 @@ import shutil
 import subprocess
 
 import pytest
-from service import SAMPLE, run
+from programs import SAMPLE, run
 
 # As they stand in labels, which break long names.
 HOSTILE = [

@@ -4,7 +4,7 @@ import json
 from bisect import bisect_left, bisect_right
 
 import pytest
-from fabric_model import ELEMENTS, PLATFORMS, PORTS, TABLES, RandomFabric
+from fabric import ELEMENTS, PLATFORMS, PORTS, TABLES, RandomFabric, records
 from service import FCS, Reply, words
 
 
@@ -25,25 +25,24 @@ def answer(table, rows, operation, key, asked):
 @pytest.mark.parametrize("seed", range(6))
 def test_random_fabric(service, seed):
     fabric = RandomFabric(seed)
-    totals = [len(fabric.description["vsans"]),
-              *(len(fabric.visible[i]) + len(fabric.hidden[i]) for i in (ELEMENTS, PORTS, PLATFORMS))]
+    visible, hidden = (records(fabric.description, shown) for shown in (True, False))
+    totals = [len(fabric.description["vsans"]), *(len(visible[i]) + len(hidden[i]) for i in (ELEMENTS, PORTS, PLATFORMS))]
     assert service.import_(fabric.otherwise_said(fabric.description)) == (
         "imported {} VSANs, {} elements, {} ports, {} platforms\n".format(*totals))
     assert json.loads(service.text()) == fabric.description
     assert [service.status()[part] for part in ("vsans", "elements", "ports", "platforms")] == totals
     client = service.client()
     for record_id, table in TABLES.items():
-        rows, hidden = fabric.visible[record_id], fabric.hidden[record_id]
         # Around rows and what may not show, and at both ends.
         low, high = (table.key.unpack(octet * table.key.size) for octet in (b"\x00", b"\xFF"))
-        probes = [*rows, *hidden, low, high]
+        probes = [*visible[record_id], *hidden[record_id], low, high]
         probes = fabric.sample(probes, min(len(probes), 50))
         for probe in [low, *probes, *((key[0], *high[1:]) for key in probes[:5])]:
             request = table.key.pack(*probe).ljust(table.request_length, b"\xEE")
             for operation, asked in ((operation, asked) for operation in (1, 2) for asked in (1, 2, 7, 1000)):
                 assert client.record(operation, record_id, request, asked) == answer(
-                    table, rows, operation, probe, asked), (record_id, probe, asked)
+                    table, visible[record_id], operation, probe, asked), (record_id, probe, asked)
     rejects = sum(vsan["statistics"]["rejects"] for vsan in fabric.description["vsans"]) % 2**32
     counts = [FCS.REC_TOTAL_REJECTS, FCS.REC_IE_COUNT, FCS.REC_PORT_COUNT, FCS.REC_PLATFORM_COUNT]
     assert [client.word(record_id) for record_id in counts] == [
-        rejects, *(len(fabric.visible[i]) for i in (ELEMENTS, PORTS, PLATFORMS))]
+        rejects, *(len(visible[i]) for i in (ELEMENTS, PORTS, PLATFORMS))]

@@ -6,7 +6,8 @@ import struct
 import subprocess
 
 import pytest
-from service import FCS, ORDER, SAMPLE, command, run
+from programs import SAMPLE, command, run
+from service import FCS, ORDER
 
 
 def test_files_and_usage(tmp_path, monkeypatch):

@@ -1,7 +1,6 @@
 """The service and its tools as programs, and a client of the service's socket."""
 
 import json
-import os
 import re
 import signal
 import sqlite3
@@ -12,29 +11,16 @@ from contextlib import closing
 from socket import AF_UNIX, SOCK_SEQPACKET, socket
 from types import SimpleNamespace
 
-from lab import BUILD, REPOSITORY, SANITIZERS, eventually
+from programs import PROGRAMS, REPOSITORY, SAMPLE, SANITIZERS, command, eventually, run
 
-SAMPLE = REPOSITORY / "lab" / "sample-fabric.json"
-EMULATOR = os.environ.get("FCS_EMULATOR", "").split()  # What runs the programs of another machine.
-PROGRAMS = {"fcsd": BUILD / "service" / "fcsd", "fcsctl": BUILD / "tools" / "fcsctl"}
 ORDER = ">" if PROGRAMS["fcsd"].open("rb").read(6)[5] == 2 else "<"  # Of the words of the machine it is built for.
 FCS = SimpleNamespace(**{name: int(value) for header in (
     "feature/fabric_conf_server/fcs_protocol.h", "service/protocol/fcs_control.h") for name, value in re.findall(
         r"\bFCS_(\w+) = (\d+)\b", (REPOSITORY / header).read_text())})
 EXCHANGE, NOTIFICATION, CONTROL, MARK = 1, 2, 3, 0x01020304
+MAGIC, VERSION = b"FCS-IPC\0", 2
 HEADER, GREETING, GREETING_REPLY = (struct.Struct(ORDER + form) for form in ("IIIiIIiI64s", "8sIII", "8sIII108s"))
 Reply = namedtuple("Reply", "result rows end payload")
-
-
-def command(name, *arguments):
-    return [*EMULATOR, *map(str, [PROGRAMS[name], *arguments])]
-
-
-def run(name, *arguments, text="", **options):
-    """A program's exit status and what it printed, errors in it."""
-    done = subprocess.run(command(name, *arguments), stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=60,
-                          input=text, encoding="utf-8", **options)
-    return done.returncode, done.stdout
 
 
 def alter(store, *statements):
@@ -53,16 +39,16 @@ class Client(socket):
         self.settimeout(10)
         self.connect(str(path))
         self.sequence = 0
-        assert purpose is None or self.greet(GREETING.pack(b"FCS-IPC\0", MARK, 2, purpose)) == ""
+        assert purpose is None or self.greet(GREETING.pack(MAGIC, MARK, VERSION, purpose)) == ""
 
-    def greet(self, greeting=GREETING.pack(b"FCS-IPC\0", MARK, 2, EXCHANGE)):
+    def greet(self, greeting=GREETING.pack(MAGIC, MARK, VERSION, EXCHANGE)):
         """Why the greeting was refused; empty if it was not."""
         try:
             assert not greeting or self.send(greeting)
             *header, accepted, reason = GREETING_REPLY.unpack(self.recv(1000))
         except ConnectionError:
             return "dropped"
-        assert header == [b"FCS-IPC\0", MARK, 2] and accepted == (reason[0] == 0)
+        assert header == [MAGIC, MARK, VERSION] and accepted == (reason[0] == 0)
         return reason.rstrip(b"\0").decode()
 
     def ask(self, opcode, flag, payload=b"", rows=0):
