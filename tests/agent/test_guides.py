@@ -34,8 +34,8 @@ def answer_of(shell, command):
     """What a command prints; an error when the shell has been ended meanwhile."""
     shell.stdin.write(f"{command}\necho '--'\n")
     shell.stdin.flush()
-    lines = [line.rstrip() for line in iter(shell.stdout.readline, "--\n") if line or pytest.fail(f"{command}: no end of it")]
-    return "\n".join(lines)
+    lines = iter(shell.stdout.readline, "--\n")
+    return "\n".join(line.rstrip() for line in lines if line or pytest.fail(f"{command}: no end of it"))
 
 
 @pytest.fixture

@@ -9,7 +9,7 @@ from pathlib import Path
 
 import pytest
 from lab import OPERATOR, Lab
-from programs import BUILD, REPOSITORY, eventually
+from programs import BUILD, REPOSITORY, eventually, output_of
 
 SHOWN = "core-a.example.net"  # In what `up` prints of the fabric.
 
@@ -50,7 +50,8 @@ def test_listens_on_loopback_and_in_its_directory_only(lab):
               for row in kernel_table(table) if row[9] in mine}
     assert {address for address, _ in places} <= {"0100007F", "7F000001"}
     assert {int(port, 16) for _, port in places} > {lab.port, lab.trap_port}
-    assert {row[7] for row in kernel_table("unix") if len(row) > 7 and row[6] in mine} == {str(lab.directory / "fcsd.sock")}
+    paths = {row[7] for row in kernel_table("unix") if len(row) > 7 and row[6] in mine}
+    assert paths == {str(lab.directory / "fcsd.sock")}
 
 
 def test_logs_are_bounded(lab):
@@ -81,7 +82,7 @@ def test_labs_side_by_side_and_up_again(lab, tmp_path):
         runs = f"the lab in {other.directory} runs already, with"
         for option, value, said in [("--snmp-port", "1", f"--snmp-port: {runs} {other.port};"),
                                     ("--trap-port", "1", f"--trap-port: {runs} {other.trap_port};"),
-                                    ("--fabric", REPOSITORY / "docs/architecture.dot", "has begun with another fabric")]:
+                                    ("--fabric", REPOSITORY / "README.md", "has begun with another fabric")]:
             refused = other.script("up", option, value)
             assert refused.returncode == 1 and said in refused.stderr
     assert "Timeticks" in lab.uptime()
@@ -134,7 +135,7 @@ def test_a_failed_up_starts_nothing_or_stops_it(lab, new_lab, tmp_path):
     for words, said, started in [
             (["--trap-port", str(lab.port)], f"--trap-port {lab.port}: something uses this UDP port already", False),
             (["--fabric", tmp_path / "fabric.json"], "fabric.json", True)]:
-        done = subprocess.run(new_lab.command_up(*words), capture_output=True, text=True, timeout=60)
+        done = output_of(new_lab.command_up(*words))
         assert done.returncode == 1 and said in done.stderr
         assert (new_lab.directory / "fcsd.out").exists() == started and nothing_runs_in(new_lab.directory)
     assert SHOWN in new_lab.up()
@@ -168,7 +169,7 @@ def test_a_directory_that_others_have_a_hand_in(tmp_path, prepare, said):
     (tmp_path / "lab").mkdir(mode=0o755)
     directory = prepare(tmp_path / "lab") or tmp_path / "lab"
     before = sorted(directory.iterdir())
-    done = subprocess.run(Lab(directory).command_up(), capture_output=True, text=True, timeout=60)
+    done = output_of(Lab(directory).command_up())
     assert done.returncode == 1 and said in done.stderr
     assert sorted(directory.iterdir()) == before and (tmp_path / "precious").read_text() == "precious"
 
@@ -199,7 +200,7 @@ def test_blanks_in_the_path(tmp_path):
     lab = Lab(programs(checkout / "build") / "lab")
 
     def script(*words):
-        return subprocess.run([checkout / "scripts" / "lab", *words], capture_output=True, text=True, timeout=60)
+        return output_of([checkout / "scripts" / "lab", *words])
 
     try:
         done = script(*lab.command_up(build=checkout / "build")[1:-2])  # Without a directory.

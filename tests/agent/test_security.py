@@ -22,9 +22,11 @@ def test_the_service_has_no_privileges(lab):
 
 
 def test_secrets_stay_out_of_logs_and_history(lab):
-    for options in [READER, WRITER, ADMIN, OPERATOR, ["-v2c", "-c", "a-guessed-community"], v3("admin", "a-guessed-phrase")]:
+    guesses = [["-v2c", "-c", "a-guessed-community"], v3("admin", "a-guessed-phrase")]
+    for options in [READER, WRITER, ADMIN, OPERATOR, *guesses]:
         lab.run("snmpget", options, "fcsVsanDiscoveryTimeOut.0", timeout=0.5)
-        lab.run("snmpset", options, "fcsPlatformRowStatus.2100.1", "i", "4", "fcsVsanDiscoveryList2k.0", "x", "80", timeout=0.5)
+        words = "fcsPlatformRowStatus.2100.1 i 4 fcsVsanDiscoveryList2k.0 x 80".split()
+        lab.run("snmpset", options, *words, timeout=0.5)
     lab.control("event", "address", "--vsan", "1", "--address", "192.0.2.5")
     lab.reconfigure()
     written = [path for path in lab.directory.iterdir() if path.is_file() and path.name not in CONFIGURATION]

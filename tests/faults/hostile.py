@@ -2,8 +2,8 @@
 """How long other questions to the agent wait while a manager or the service does its worst.
 
 Each case has a lab of its own. While it lasts, sysUpTime.0 is asked for again and again. The table has the median, the
-99th percentile and the longest of the waits, the limit of a quiet machine (exit status 1 when a wait was longer), and by
-how much the agent has grown. FCS_BUILD names the build directory, as in the other tests (default build).
+99th percentile and the longest of the waits, the limit of a quiet machine (exit status 1 when a wait was longer), and
+by how much the agent has grown. FCS_BUILD names the build directory, as in the other tests (default build).
 """
 
 import argparse
@@ -22,7 +22,7 @@ sys.path[:0] = [str(Path(__file__).resolve().parents[1] / "support")]
 
 from false_service import slow_service  # noqa: E402
 from lab import ADMIN, READER, ROOT, UPTIME, Lab, oid  # noqa: E402
-from programs import eventually, footprint, run  # noqa: E402
+from programs import SAMPLE, eventually, footprint, run  # noqa: E402
 from snmp_message import GET, GETBULK, INTEGER, NULL, OCTETS, SET, Manager, message, parse  # noqa: E402
 
 LAB = {"exchange_timeout": 200}
@@ -191,10 +191,10 @@ def spoilt_history(lab):
     yield act
 
 
-# The longest wait in seconds, and the VSANs of the fabric, 0 for the lab's own. A request begins no exchange when it has
-# spent ten time-outs, of 200 ms.
-CASES = {switches: (0.1, 0), slow_walk: (2.3, 0), slow_invalidation: (2.3, 0), rejections: (0.3, 0), completions: (0.3, 0),
-         start: (0.15, 4000), invalidation: (0.3, 4000), failing_sets: (0.1, 0), spoilt_history: (0.1, 0)}
+# The longest wait in seconds. A request begins no exchange when it has spent ten time-outs, of 200 ms.
+CASES = {switches: 0.1, slow_walk: 2.3, slow_invalidation: 2.3, rejections: 0.3, completions: 0.3, start: 0.15,
+         invalidation: 0.3, failing_sets: 0.1, spoilt_history: 0.1}
+IN_4000_VSANS = (start, invalidation)
 
 
 def inflict(lab, case):
@@ -212,15 +212,16 @@ def inflict(lab, case):
 
 def report(case):
     """Prints the case's line. \return whether it has kept its limit."""
-    limit, vsans = CASES[case]
     with tempfile.TemporaryDirectory(prefix="fcs-hostile.") as directory:
-        shape = f"--switches 1 --ports 1 --platforms 0 --output {directory}/fabric.json"
-        fabric = vsans and run("fcsctl", "generate", "--vsans", vsans, *shape.split()) and {"fabric": f"{directory}/fabric.json"}
-        with Lab(Path(directory, "lab"), **(fabric or {}), **LAB) as lab:
+        fabric = SAMPLE
+        if case in IN_4000_VSANS:
+            fabric = Path(directory, "fabric.json")
+            run("fcsctl", "generate", *"--vsans 4000 --switches 1 --ports 1 --platforms 0 --output".split(), fabric)
+        with Lab(Path(directory, "lab"), fabric, **LAB) as lab:
             waits, growth, note = inflict(lab, case)
-    figures = [*map(waits.percentile, (0.5, 0.99, 1)), limit]
+    figures = [*map(waits.percentile, (0.5, 0.99, 1)), CASES[case]]
     print(f"{case.__name__:18}", *(f"{seconds * 1e3:9.1f}" for seconds in figures), f"{growth:9}", "", note, flush=True)
-    return waits.percentile(1) <= limit
+    return waits.percentile(1) <= CASES[case]
 
 
 def main():

@@ -49,8 +49,8 @@ def slowed(lab):
 
 
 def replaced_by_a_stranger(lab):
-    """No rows: what does not speak the protocol is not listened to. Removing the socket alone does nothing, as long as the
-    connections last."""
+    """No rows: what does not speak the protocol is not listened to. As long as the connections last, a removed socket
+    does nothing."""
     path = lab.directory / "fcsd.sock"
     path.unlink()
     moment()
@@ -94,8 +94,9 @@ def store_deleted(lab):
     killed(lab)
 
 
-@pytest.mark.parametrize("fault", [killed, restarted, stopped, slowed, replaced_by_a_stranger, disk_full, store_deleted],
-                         ids=lambda fault: fault.__name__)
+@pytest.mark.parametrize("fault", [
+    killed, restarted, stopped, slowed, replaced_by_a_stranger, disk_full, store_deleted],
+    ids=lambda fault: fault.__name__)
 def test_fault(lab, rounds, fault):
     lab.show(lab.fabric)
     rows, agent = eventually(lab.walk), lab.agent
@@ -107,8 +108,8 @@ def test_fault(lab, rounds, fault):
             eventually(lab.answers)
         writes = load.writes
         eventually(lambda: load.writes > writes)
-    print(f"{fault.__name__}: {rounds} times, {load.walks} walks, {load.writes} writes ({load.refused} refused), another MIB "
-          f"within {load.percentile(0.5)} ms, 99 % within {load.percentile(0.99)} ms")
+    print(f"{fault.__name__}: {rounds} times, {load.walks} walks, {load.writes} writes ({load.refused} refused), "
+          f"another MIB within {load.percentile(0.5)} ms, 99 % within {load.percentile(0.99)} ms")
     assert lab.agent == agent
     lab.show(lab.fabric)
     assert lab.walk() == rows, "not the same rows as before"
@@ -117,7 +118,7 @@ def test_fault(lab, rounds, fault):
 
 
 def test_agent_killed_while_a_discovery_runs(lab, rounds):
-    """The discovery goes on; the agent that is started anew tells its status, and another one can be run and heard of."""
+    """The discovery goes on; the agent started anew tells its status, and another one can be run and heard of."""
     def discover():
         assert lab.put("fcsVsanDiscoveryList2k.0 x 80", "fcsStartDiscovery.0 i 1") == "noError"
 

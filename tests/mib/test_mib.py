@@ -1,4 +1,4 @@
-"""The MIB file that managers load: it is well-formed, it says of every object what objects.txt says, and it resolves names
+"""The MIB file that managers load: it is well-formed, says of every object what objects.txt says, and resolves names
 with and without the SMI modules at hand."""
 
 import os
@@ -49,8 +49,8 @@ def test_it_is_well_formed(tmp_path):
 
 
 def test_tools_show_values_and_descriptions_whole():
-    """They take some hints for more than a display: "1x:" for a MAC address, which has six octets, "255a" and its like for
-    octets that are text, which names need not be. Of a notification they show the first line of its description."""
+    """They take some hints for more than a display: "1x:" for a MAC address, which has six octets, "255a" and its like
+    for octets that are text, which names need not be. Of a notification they show the description's first line."""
     text = MIB.read_text()
     assert not re.findall(r'DISPLAY-HINT +"(?:1x:|[0-9]+[at])"', text)
     first_lines = re.findall(r' NOTIFICATION-TYPE\n(?:.*\n)*? +"(.*)', text)
@@ -65,7 +65,7 @@ def test_guides_count_the_objects():
 
 @pytest.mark.parametrize("directories", [(MIB.parent, SMI), (MIB.parent,)], ids=["with SMI modules", "without"])
 def test_names_resolve_to_the_oids_of_the_registration(directories):
-    """Quietly with the SMI modules; on a machine that has none of them, complaints about the imports are to be expected."""
+    """Quietly with the SMI modules; on a machine that has none, complaints about the imports are to be expected."""
     found, complaints = translate("-On", *(f"{MODULE}::{name}" for name in OBJECTS), directories=directories)
     assert found.split() == [f"{ROOT}.{oid}" for oid, *_ in OBJECTS.values()]
     assert SMI not in directories or complaints == ""
@@ -84,16 +84,18 @@ def declared(name):
 
 
 def test_type_and_access_of_all_that_can_be_accessed():
-    """Nothing is missing, and nothing is promised that no agent serves. A writable column belongs to a row that managers
+    """Nothing is missing, and nothing is promised that no agent serves. A writable column is of a row that managers
     create."""
-    names = [name for name, oid in re.findall(r'"(\S+)"\s+"(\S+)"', translate("-Tz")[0]) if f".{oid}.".startswith(f"{ROOT}.")]
+    every = re.findall(r'"(\S+)"\s+"(\S+)"', translate("-Tz")[0])
+    names = [name for name, oid in every if f".{oid}.".startswith(f"{ROOT}.")]
     access_of = {"RO": "read-only", "NOTIFY": "accessible-for-notify", "-": "-"}
     assert {name: kind for name in names if (kind := declared(name))} == {
         name: (kind, access_of.get(access) or ("read-write" if oid.count(".") == 2 else "read-create"))
         for name, (oid, kind, access) in OBJECTS.items()}
 
 
-@pytest.mark.parametrize("name, highest", [("fcsRejReasonCode", 10), ("fcsRejReasonCodeExpl", 20), ("fcsPortTxType", 5)])
+@pytest.mark.parametrize("name, highest", [
+    ("fcsRejReasonCode", 10), ("fcsRejReasonCodeExpl", 20), ("fcsPortTxType", 5)])
 def test_every_code_has_a_name(name, highest):
     """Nothing that the module makes of a reason code lacks one, nor does a transmitter type of FC-GS."""
     syntax = re.search(r"^  SYNTAX.*", translate("-Td", f"{MODULE}::{name}")[0], re.MULTILINE)[0]
@@ -111,4 +113,5 @@ def test_row_indexes(instance, indexes):
     """An instance as the agent builds it is taken apart into exactly the table's indexes: names are fixed in length and
     have no length in front."""
     name, _, index = instance.partition(".")
-    assert re.fullmatch(rf"{MODULE}::{name}(\[[^][]+\]){{{indexes}}}\n+", translate("-OX", f"{ROOT}.{OBJECTS[name][0]}.{index}")[0])
+    shown = translate("-OX", f"{ROOT}.{OBJECTS[name][0]}.{index}")[0]
+    assert re.fullmatch(rf"{MODULE}::{name}(\[[^][]+\]){{{indexes}}}\n+", shown)

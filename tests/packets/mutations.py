@@ -28,7 +28,8 @@ def other_octets(random, content):
 
 def other_oid(random, content):
     kept = content[: random.randrange(len(content) + 1)]
-    numbers = [random.choice((random.randrange(256), 2**32 - 1, 2**31, 4096)) for _ in range(random.choice((0, 1, 2, 9)))]
+    count = random.choice((0, 1, 2, 9))
+    numbers = [random.choice((random.randrange(256), 2**32 - 1, 2**31, 4096)) for _ in range(count)]
     if random.random() < 0.1:
         numbers *= 16  # Beyond 128 sub-identifiers, or nearly.
     return kept + sub_identifiers(*numbers)

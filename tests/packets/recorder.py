@@ -6,8 +6,8 @@ from lab import ADMIN, OBJECTS, OPERATOR, WRITER
 
 WRITER_V1 = ["-v1", *WRITER[1:]]
 NAME = "32.0.0.0.94.0.83.161"
-SCALARS, COLUMNS = ([name for name, oid in OBJECTS.items() if not oid.startswith(("1.3.", "1.4.")) and (oid.count(".") > 2) == is_column]
-                    for is_column in (False, True))
+SCALARS = [name for name, oid in OBJECTS.items() if oid.count(".") == 2]
+COLUMNS = [name for name, oid in OBJECTS.items() if oid.count(".") == 4]
 
 # What is written, in the order of a manager's work.
 SETS = [

@@ -6,7 +6,7 @@ import re
 from programs import SAMPLE, run
 from service import alter
 
-WORD, INDEX, SAME = 2**32 - 1, 2**31 - 1, object()
+SAME = object()
 TEXTS = [  # The text of a description, and its fault.
     ("", "line 1, column 1: syntax error while parsing value - unexpected end of input; expected '[', '{', or a literal"),
     ('{\n  "vsans": [\n    {]\n}',
@@ -22,14 +22,6 @@ TEXTS = [  # The text of a description, and its fault.
      "vsans[0].elements[999997]: more than 1000000 values within vsans[0]"),
 ]
 VSAN, SWITCH, PORT, PLATFORM = "vsans[0]", "vsans[0].elements[0]", "vsans[0].elements[0].ports[0]", "vsans[0].platforms[0]"
-RANGES = [  # Numbers of the sample.
-    (f"{VSAN}.id", 1, 4096), (f"{VSAN}.statistics.rejects", 0, WORD), (f"{VSAN}.discovery.completed.seconds", 0, INDEX),
-    (f"{VSAN}.discovery.completed.microseconds", 0, 999999), (f"{VSAN}.discovery.takesSeconds", 0.0, 86400.0),
-    *((f"{PORT}.{word}", 0, WORD) for word in ("type", "txType", "moduleType", "physicalPort", "state")),
-    *((f"{SWITCH}.{index}", 0, INDEX) for index in ("mgmtAddrList", "portList", "ports[0].attachedList")),
-    *((f"{place}.index", 1, INDEX) for place in (PLATFORM, "nodeNameLists[0]", "mgmtAddrLists[0]",
-                                                 "mgmtAddrLists[0].addresses[0]")),
-    (f"{SWITCH}.type", 0, WORD), (f"{SWITCH}.domainId", 1, 239), (f"{PLATFORM}.validationResult", 0, 3)]
 SECONDS = [  # Places that are given the value of the first of their kind.
     ("vsans[1].id", "another VSAN has this id"), (f"{VSAN}.elements[1].local", "the VSAN has another local element"),
     (f"{VSAN}.elements[1].portList", "another element has this port list"),
@@ -42,6 +34,8 @@ SECONDS = [  # Places that are given the value of the first of their kind.
     ("nodeNameLists[3].names[1]", "this node name is listed already"),
     ("mgmtAddrLists[0].addresses[1].index", "another address of this list has this index")]
 VALUES = [  # Other values at a place, and their fault.
+    (f"{VSAN}.id", 0, ": 0 is not within 1 to 4096"), (f"{PORT}.state", 2**32, f": {2**32} is not within 0 to {2**32 - 1}"),
+    (f"{VSAN}.discovery.takesSeconds", -0.5, ": -0.5 is not within 0.0 to 86400.0"),
     ("vsans", {}, ": must be an array"), ("comment", [], ": must be a string"), ("ports", [], ": unknown member"),
     (VSAN, 7, ": must be an object, not 7"), (VSAN, "x" * 80, ': must be an object, not "' + "x" * 55 + '..."'),
     (VSAN, {}, ': the member "id" is missing'), (VSAN, {"id": 1, "line\nbreak": 2}, '["line\\nbreak"]: unknown member'),
@@ -79,9 +73,7 @@ def faulty(place, value=SAME):
 def test_faulty_descriptions_are_refused_with_their_place(tmp_path):
     fabric = ["fcsctl", "--store", tmp_path / "fabric.db"]
     assert run(*fabric, "import", SAMPLE) == (0, "imported 3 VSANs, 10 elements, 48 ports, 17 platforms\n")
-    ranges = [(faulty(place, value), f"{place}: {value} is not within {low} to {high}")
-              for place, low, high in RANGES for value in (low - 1, high + 1)]
-    for text, fault in [*TEXTS, *ranges, *((faulty(place), f"{place}: {fault}") for place, fault in SECONDS),
+    for text, fault in [*TEXTS, *((faulty(place), f"{place}: {fault}") for place, fault in SECONDS),
                         *((faulty(place, value), place + fault) for place, value, fault in VALUES)]:
         assert run(*fabric, "import", "-", text=text) == (1, f"fcsctl: standard input: {fault}\n")
     assert run(*fabric, "export") == (0, SAMPLE.read_text()), "the text, too, is the same"

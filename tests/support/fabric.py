@@ -42,9 +42,10 @@ VIEWS = {
     PLATFORMS: ("1.1.18.1", 2, True, {2: 2, 3: 3, 4: 4, 5: 5, 6: 6, 7: 8, 8: 7, 9: 9}),
     NODE_NAMES: ("1.1.19.1", 2, False, {3: 2, 4: 3}),
     STATISTICS: ("1.2.2.1", 1, True, {1: 1, 2: 2, 3: 3, 4: 5, 5: 4, 6: 6, 7: 8, 8: 7, 9: 9})}
-CODED = {(VSANS, 1): (STATUSES, {}), (ELEMENTS, 2): (ELEMENT_TYPES, {ANY_OTHER: 1}), (PORTS, 2): (PORT_TYPES, OTHER_PORT_TYPES),
-         (PORTS, 7): (PORT_STATES, {ANY_OTHER: 6}), (PLATFORMS, 3): (PLATFORM_TYPES, {})}
-TRUTHS = {(ADDRESSES, 4), (PLATFORMS, 6), (PLATFORMS, 7), (NODE_NAMES, 3)}  # Configured, or not; to be validated, or not.
+CODED = {(VSANS, 1): (STATUSES, {}), (ELEMENTS, 2): (ELEMENT_TYPES, {ANY_OTHER: 1}),
+         (PORTS, 2): (PORT_TYPES, OTHER_PORT_TYPES), (PORTS, 7): (PORT_STATES, {ANY_OTHER: 6}),
+         (PLATFORMS, 3): (PLATFORM_TYPES, {})}
+TRUTHS = {(ADDRESSES, 4), (PLATFORMS, 6), (PLATFORMS, 7), (NODE_NAMES, 3)}  # True, or not.
 
 
 class Text(bytes):
@@ -68,12 +69,14 @@ def element_rows(vsan, element, shown):
     yield (ELEMENTS, shown, vsan, named(element["name"]), code(ELEMENT_TYPES, element.get("type", "unknown")),
            element.get("domainId", 0), b"\0" + named(element.get("mgmtId", "000000")),
            named(element.get("fabricName", "00" * 8)), Text(octets(element.get("logicalName", ""))),
-           element.get("mgmtAddrList", 0), octets(element.get("infoList", "")).ljust(256, b"\0"), element.get("portList", 0))
+           element.get("mgmtAddrList", 0), octets(element.get("infoList", "")).ljust(256, b"\0"),
+           element.get("portList", 0))
     for port in element.get("ports", []):
         name, attached_list = named(port["name"]), port.get("attachedList", 0)
         yield PORT_LISTS, shown, element["portList"], name
         yield (PORTS, shown, vsan, name, code(PORT_TYPES, port.get("type", 0)), port.get("txType", 0),
-               port.get("moduleType", 0), port.get("physicalPort", 0), attached_list, code(PORT_STATES, port.get("state", 0)))
+               port.get("moduleType", 0), port.get("physicalPort", 0), attached_list,
+               code(PORT_STATES, port.get("state", 0)))
         for attached in port.get("attached", []):
             yield ATTACHED, shown, attached_list, named(attached)
 
@@ -83,14 +86,16 @@ def rows(description):
     for vsan in description["vsans"]:
         discovery, counters = vsan.get("discovery", {}), vsan.get("statistics", {})
         status, completed = discovery.get("status", "localOnly"), discovery.get("completed", {})
-        yield (VSANS, True, vsan["id"], code(STATUSES, status), completed.get("seconds", 0), completed.get("microseconds", 0))
+        yield (VSANS, True, vsan["id"], code(STATUSES, status), completed.get("seconds", 0),
+               completed.get("microseconds", 0))
         yield STATISTICS, True, vsan["id"], *(counters.get(counter, 0) for counter in COUNTERS)
         for element in vsan.get("elements", []):
             yield from element_rows(vsan["id"], element, element.get("local", False) or status != "localOnly")
         for platform in vsan.get("platforms", []):
             yield (PLATFORMS, True, vsan["id"], platform["index"], Text(octets(platform.get("name", ""))),
                    code(PLATFORM_TYPES, platform.get("type", 1)), platform.get("nodeNameList", 0),
-                   platform.get("mgmtAddrList", 0), platform.get("configured", False), platform.get("validationResult", 1), 0, 1)
+                   platform.get("mgmtAddrList", 0), platform.get("configured", False),
+                   platform.get("validationResult", 1), 0, 1)
     for names in description.get("nodeNameLists", []):
         for name in names["names"]:
             name = name if isinstance(name, dict) else {"name": name}
@@ -141,7 +146,8 @@ def expected_varbinds(description, root, readable=EVERY_VSAN):
     varbinds = {
         "1.1.1.0": ("INTEGER", "0"), "1.1.5.0": ("INTEGER", "2"), "1.1.7.0": ("Gauge32", "900"),
         **{f"1.1.{scalar}.0": ("OCTETS", "") for scalar in (2, 3, 4, 8, 9)},
-        "1.1.20.0": ("INTEGER", "2"), "1.1.21.0": ("INTEGER", "2"), "1.3.1.0": ("INTEGER", "1"), "1.3.2.0": ("INTEGER", "1"),
+        **{f"{switch}.0": ("INTEGER", "2") for switch in ("1.1.20", "1.1.21")},
+        **{f"{reason}.0": ("INTEGER", "1") for reason in ("1.3.1", "1.3.2")},
         # The counts are those of the whole fabric, whoever asks.
         **{f"1.1.{scalar}.0": ("INTEGER", str(sum(table == counted for table, _ in shown)))
            for scalar, counted in [(10, ELEMENTS), (14, PORTS), (17, PLATFORMS)]},
@@ -179,7 +185,8 @@ class RandomFabric(random.Random):
                 for name in sorted(self.name() for _ in range(self.randint(0, 3)))]} for index in self.names],
             "mgmtAddrLists": [{"index": index, "addresses": [
                 {"index": at, "address": self.text(), "configured": self.flag()}
-                for at in sorted(self.sample(range(1, INDEX), size))]} for index, size in zip(self.lists, (0, 250, 1, 2))],
+                for at in sorted(self.sample(range(1, INDEX), size))]}
+                for index, size in zip(self.lists, (0, 250, 1, 2))],
             "vsans": [self.vsan(vsan) for vsan in sorted({1, 4096, *self.sample(range(1, 4097), 20)})]}
 
     def number(self, limit=WORD):
@@ -219,8 +226,9 @@ class RandomFabric(random.Random):
                 "state": self.choice([*PORT_STATES, 5, WORD]), "attached": [self.randbytes(12).hex()]}
 
     def platform(self, at):
-        return {"index": at, "name": self.choice(["", f"host {at}\0€"]), "type": self.choice([*PLATFORM_TYPES, 3, WORD]),
-                "nodeNameList": self.choice([0, *self.names]), "mgmtAddrList": self.choice([0, *self.lists]),
+        return {"index": at, "name": self.choice(["", f"host {at}\0€"]),
+                "type": self.choice([*PLATFORM_TYPES, 3, WORD]), "nodeNameList": self.choice([0, *self.names]),
+                "mgmtAddrList": self.choice([0, *self.lists]),
                 "configured": self.flag(), "validationResult": self.randint(0, 3)}
 
     def otherwise_said(self, value, key=""):

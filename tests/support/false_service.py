@@ -61,8 +61,8 @@ def answering(payload, pause=0):
 
 
 def slow_service(lab, seconds, repeated=None):
-    """The lab's service, but each answer takes a while, and the first notification with the opcode `repeated` comes again
-    and again."""
+    """The lab's service, but each answer takes a while, and the first notification with the opcode `repeated` comes
+    again and again."""
     def serve(connection):
         with socket.socket(socket.AF_UNIX, socket.SOCK_SEQPACKET) as service:
             service.connect(str(lab.directory / "fcsd.sock"))

@@ -4,11 +4,10 @@ import json
 import os
 import re
 import signal
-import subprocess
 from contextlib import contextmanager
 from pathlib import Path
 
-from programs import BUILD, REPOSITORY, SAMPLE, SANITIZERS, eventually, free_port
+from programs import BUILD, REPOSITORY, SAMPLE, SANITIZERS, eventually, free_port, output_of
 
 ROOT = "1.3.6.1.4.1.32473.1.1"
 UPTIME = "1.3.6.1.2.1.1.3.0"
@@ -56,8 +55,8 @@ def parse_walk(text):
 class Lab:
     """Entered, it is up. Left, it is down, and its sanitizers have had nothing to say.
 
-    `exchange_timeout` is the agent's, in milliseconds: a loaded machine fails no test that is not about it. `settings` are
-    further lines of the agent's configuration.
+    `exchange_timeout` is the agent's, in milliseconds: a loaded machine fails no test that is not about it. `settings`
+    are further lines of the agent's configuration.
     """
 
     def __init__(self, directory, fabric=SAMPLE, exchange_timeout=5000, settings=""):
@@ -85,10 +84,11 @@ class Lab:
         return [REPOSITORY / "scripts" / "lab", *words, "--dir", self.directory]
 
     def command_up(self, *words, build=BUILD):
-        return self.command("up", "--build", build, "--snmp-port", str(self.port), "--trap-port", str(self.trap_port), *words)
+        ports = ["--snmp-port", str(self.port), "--trap-port", str(self.trap_port)]
+        return self.command("up", "--build", build, *ports, *words)
 
     def script(self, *words):
-        return subprocess.run(self.command(*words), capture_output=True, text=True, timeout=60)
+        return output_of(self.command(*words))
 
     def up(self):
         """Starts what does not run; what that prints."""
@@ -97,7 +97,7 @@ class Lab:
             (self.directory / "lab.lock").touch(0o600)  # By which a directory that holds files is a lab's.
             (self.directory / "snmpd.local.conf").touch(0o600)
             (self.directory / "snmpd.local.conf").write_text(self.settings)
-        done = subprocess.run(self.command_up("--fabric", self.fabric, "--console"), capture_output=True, text=True, timeout=60)
+        done = output_of(self.command_up("--fabric", self.fabric, "--console"))
         assert done.returncode == 0, done.stderr
         return done.stdout
 
@@ -124,10 +124,9 @@ class Lab:
         eventually(lambda: self.env()[f"FCS_{part}_PID"] == "")
 
     def run(self, tool, options, *arguments, timeout=20, mibs=""):
-        """A manager's command against the agent, with numbers, or with the names of MIB modules: its output, errors in it."""
-        style = [] if mibs else ["-On", "-Ox"]
-        done = subprocess.run([tool, "-r", "0", "-t", str(timeout), *style, *options, self.address, *map(oid, arguments)],
-                              capture_output=True, text=True, timeout=timeout + 60, env={**self.environment, "MIBS": mibs})
+        """A manager's command to the agent, with numbers, or the names of MIB modules: its output, errors in it."""
+        words = ["-r", "0", "-t", str(timeout), *([] if mibs else ["-On", "-Ox"]), *options]
+        done = output_of([tool, *words, self.address, *map(oid, arguments)], env={**self.environment, "MIBS": mibs})
         return done.stdout + done.stderr
 
     def walk(self, options=READER, of=ROOT, bulk=False):
@@ -167,7 +166,7 @@ class Lab:
 
     def control(self, *words):
         """Runs fcsctl, which fails the test if it fails; what it prints."""
-        done = subprocess.run([self.directory / "fcsctl", *words], capture_output=True, text=True, timeout=20)
+        done = output_of([self.directory / "fcsctl", *words])
         assert done.returncode == 0, done.stderr
         return done.stdout
 

@@ -28,6 +28,11 @@ def run(name, *arguments, text="", **options):
     return done.returncode, done.stdout
 
 
+def output_of(words, **options):
+    """A command's exit status, output and errors."""
+    return subprocess.run(words, capture_output=True, text=True, timeout=80, **options)
+
+
 def eventually(condition, seconds=20.0):
     """Polls until the condition holds; its last value, or an error when the time has passed."""
     deadline = time.monotonic() + seconds
@@ -66,6 +71,6 @@ def has_sanitizer(pid):
 
 
 def footprint(pid):
-    """Open descriptors and resident kilobytes: 0 of them under AddressSanitizer, which keeps for a while what was freed."""
+    """Open descriptors and resident kilobytes: 0 under AddressSanitizer, which keeps for a while what was freed."""
     resident = re.search(r"VmRSS:\s+(\d+)", Path(f"/proc/{pid}/status").read_text())[1]
     return len(os.listdir(f"/proc/{pid}/fd")), 0 if has_sanitizer(pid) else int(resident)

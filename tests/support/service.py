@@ -70,7 +70,8 @@ class Client(socket):
 
     def expect(self, opcode, *payload):
         """A notification with these words, or octets behind them."""
-        assert self.reply(0, opcode).payload == b"".join(part if type(part) is bytes else words(part) for part in payload)
+        octets = [part if isinstance(part, bytes) else words(part) for part in payload]
+        assert self.reply(0, opcode).payload == b"".join(octets)
 
     def is_dropped(self):
         try:
