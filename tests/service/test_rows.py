@@ -1,11 +1,15 @@
 """Rows come in unsigned order; a VSAN that is local-only hides what is not local; a description says it all."""
 
 import json
+import random
 from bisect import bisect_left, bisect_right
 
 import pytest
-from fabric import ELEMENTS, PLATFORMS, PORTS, TABLES, RandomFabric, records
+from fabric import ELEMENTS, PLATFORMS, PORTS, TABLES, otherwise_said, records
+from programs import SAMPLE, run
 from service import FCS, Reply, words
+
+WORD = 2**32 - 1
 
 
 def answer(table, rows, operation, key, asked):
@@ -22,27 +26,43 @@ def answer(table, rows, operation, key, asked):
     return Reply(FCS.OK, len(found), end, b"".join(found))
 
 
-@pytest.mark.parametrize("seed", range(6))
-def test_random_fabric(service, seed):
-    fabric = RandomFabric(seed)
-    visible, hidden = (records(fabric.description, shown) for shown in (True, False))
-    totals = [len(fabric.description["vsans"]), *(len(visible[i]) + len(hidden[i]) for i in (ELEMENTS, PORTS, PLATFORMS))]
-    assert service.import_(fabric.otherwise_said(fabric.description)) == (
+def odd_fabric():
+    """More rows than an answer has room for, values at their ends, and VSANs that are local-only."""
+    fabric = json.loads(run("fcsctl", "generate", *"--vsans 20 --switches 9 --ports 2 --platforms 2".split())[1])
+    for vsan in fabric["vsans"][::2]:
+        vsan["discovery"] = {"status": "localOnly", "completed": {"seconds": 2**31 - 1, "microseconds": 999999},
+                             "takesSeconds": 86400}
+        vsan["statistics"] = dict.fromkeys(vsan["statistics"], WORD)
+        vsan["platforms"][0] |= {"name": "", "type": WORD, "validationResult": 0}
+        for element in vsan["elements"]:
+            element |= {"type": 99, "domainId": 239, "logicalName": {"hex": "ff00c3"}, "infoList": "a\0€\"\n"}
+            for port in element["ports"]:
+                port |= dict.fromkeys(("type", "txType", "moduleType", "physicalPort", "state"), WORD)
+    return fabric
+
+
+@pytest.mark.parametrize("fabric", [json.loads(SAMPLE.read_text()), odd_fabric()], ids=["sample", "odd"])
+@pytest.mark.parametrize("seed", range(2))
+def test_rows_are_the_fabrics(service, fabric, seed):
+    chance = random.Random(seed)
+    visible, hidden = (records(fabric, shown) for shown in (True, False))
+    totals = [len(fabric["vsans"]), *(len(visible[i]) + len(hidden[i]) for i in (ELEMENTS, PORTS, PLATFORMS))]
+    assert service.import_(otherwise_said(chance, fabric)) == (
         "imported {} VSANs, {} elements, {} ports, {} platforms\n".format(*totals))
-    assert json.loads(service.text()) == fabric.description
+    assert json.loads(service.text()) == fabric
     assert [service.status()[part] for part in ("vsans", "elements", "ports", "platforms")] == totals
     client = service.client()
     for record_id, table in TABLES.items():
         # Around rows and what may not show, and at both ends.
         low, high = (table.key.unpack(octet * table.key.size) for octet in (b"\x00", b"\xFF"))
         probes = [*visible[record_id], *hidden[record_id], low, high]
-        probes = fabric.sample(probes, min(len(probes), 50))
+        probes = chance.sample(probes, min(len(probes), 50))
         for probe in [low, *probes, *((key[0], *high[1:]) for key in probes[:5])]:
             request = table.key.pack(*probe).ljust(table.request_length, b"\xEE")
             for operation, asked in ((operation, asked) for operation in (1, 2) for asked in (1, 2, 7, 1000)):
                 assert client.record(operation, record_id, request, asked) == answer(
                     table, visible[record_id], operation, probe, asked), (record_id, probe, asked)
-    rejects = sum(vsan["statistics"]["rejects"] for vsan in fabric.description["vsans"]) % 2**32
+    rejects = sum(vsan["statistics"]["rejects"] for vsan in fabric["vsans"]) % 2**32
     counts = [FCS.REC_TOTAL_REJECTS, FCS.REC_IE_COUNT, FCS.REC_PORT_COUNT, FCS.REC_PLATFORM_COUNT]
     assert [client.word(record_id) for record_id in counts] == [
         rejects, *(len(visible[i]) for i in (ELEMENTS, PORTS, PLATFORMS))]

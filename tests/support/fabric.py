@@ -1,13 +1,11 @@
-"""What a fabric's description means: the service's records, and what managers see of them. Random descriptions."""
+"""What a fabric's description means: the service's records, and what managers see of them."""
 
-import random
 import re
 from collections import namedtuple
 from struct import Struct
 
 from service import ORDER
 
-WORD, INDEX = 2**32 - 1, 2**31 - 1
 EVERY_VSAN = range(1, 4097)
 
 # The words of descriptions: the codes in records, and the values in the MIB.
@@ -163,84 +161,26 @@ def expected_varbinds(description, root, readable=EVERY_VSAN):
 
 def labels():
     """What the MIB file calls a column's values: {column's OID below the root: {value: label}}."""
-    named_codes = {"N_Port": "nPort", "NL_Port": "nlPort", "Nx_Port": "nxPort", "F_Port": "fPort", "FL_Port": "flPort",
-                   "E_Port": "ePort", "B_Port": "bPort"}
+    def label(word):
+        letters, port, _ = word.partition("_Port")
+        return f"{letters.lower()}Port" if port else word
+
     return {f"{VIEWS[table][0]}.{column}": {
         **{str(value): f"code{unnamed}" for unnamed, value in others.items() if others is OTHER_PORT_TYPES},
-        **{str(value): named_codes.get(word, word) for word, (_, value) in words.items()}}
+        **{str(value): label(word) for word, (_, value) in words.items()}}
         for (table, column), (words, others) in CODED.items()}
 
 
-class RandomFabric(random.Random):
-    """A description as the service exports it. Names and list indexes come in no order."""
-
-    def __init__(self, seed):
-        super().__init__(seed)
-        self.indexes = iter(self.sample(range(1, INDEX), 1000))
-        self.lists, self.names = (sorted(next(self.indexes) for _ in range(4)) for _ in range(2))
-        self.description = {
-            "comment": self.choice(["", "line\nbreak"]),
-            "nodeNameLists": [{"index": index, "names": [
-                {"name": name, "configured": True} if self.flag() else name
-                for name in sorted(self.name() for _ in range(self.randint(0, 3)))]} for index in self.names],
-            "mgmtAddrLists": [{"index": index, "addresses": [
-                {"index": at, "address": self.text(), "configured": self.flag()}
-                for at in sorted(self.sample(range(1, INDEX), size))]}
-                for index, size in zip(self.lists, (0, 250, 1, 2))],
-            "vsans": [self.vsan(vsan) for vsan in sorted({1, 4096, *self.sample(range(1, 4097), 20)})]}
-
-    def number(self, limit=WORD):
-        return self.choice([0, 1, limit, self.randint(0, limit)])
-
-    def flag(self):
-        return self.random() < 0.5
-
-    def name(self):
-        return self.randbytes(8).hex(":")
-
-    def text(self):
-        return self.choice(["", "x" * 255, "a\0€\"\n", {"hex": "ff00c3"}])
-
-    def several(self, most, make, *arguments):
-        return sorted((make(*arguments) for _ in range(self.randint(0, most))), key=lambda made: made["name"])
-
-    def vsan(self, vsan):
-        local = iter([self.flag(), False, False])
-        return {"id": vsan, "discovery": {
-            "status": self.choice(["completed", "localOnly", "localOnly"]),
-            "completed": {"seconds": self.choice([1, INDEX]), "microseconds": self.number(999999)},
-            "takesSeconds": self.choice([0, 0.1, 2, 86400])},
-            "statistics": {counter: self.number() for counter in COUNTERS},
-            "elements": self.several(3, lambda: self.element(next(local))),
-            "platforms": [self.platform(at) for at in sorted(self.sample([1, 9, INDEX], 2))]}
-
-    def element(self, local):
-        return {"name": self.name(), "type": self.choice([*ELEMENT_TYPES, 99]), "domainId": self.randint(1, 239),
-                "mgmtId": self.randbytes(3).hex(), "fabricName": self.name(), "logicalName": self.text(),
-                "mgmtAddrList": self.choice([0, *self.lists]), "infoList": self.text(), "portList": next(self.indexes),
-                "local": local, "ports": self.several(4, self.port)}
-
-    def port(self):
-        return {"name": self.name(), "type": self.choice([*PORT_TYPES, 255]), "txType": self.number(),
-                "moduleType": self.number(), "physicalPort": self.number(), "attachedList": next(self.indexes),
-                "state": self.choice([*PORT_STATES, 5, WORD]), "attached": [self.randbytes(12).hex()]}
-
-    def platform(self, at):
-        return {"index": at, "name": self.choice(["", f"host {at}\0€"]),
-                "type": self.choice([*PLATFORM_TYPES, 3, WORD]), "nodeNameList": self.choice([0, *self.names]),
-                "mgmtAddrList": self.choice([0, *self.lists]),
-                "configured": self.flag(), "validationResult": self.randint(0, 3)}
-
-    def otherwise_said(self, value, key=""):
-        """The same description in other words and another order."""
-        words = {**ELEMENT_TYPES, **PORT_TYPES, **PORT_STATES, **PLATFORM_TYPES}
-        if isinstance(value, list):
-            return [self.otherwise_said(item) for item in self.sample(value, len(value))]
-        if isinstance(value, dict):
-            required = {"name", "address", "type", "takesSeconds", "validationResult", "seconds"}
-            return {key: self.otherwise_said(item, key) for key, item in self.sample([*value.items()], len(value))
-                    if item or key in required or self.flag()}
-        if key in ("type", "state"):
-            return words[value][0] if value in words and value != "unknown" and self.flag() else value
-        is_name = isinstance(value, str) and re.fullmatch("([0-9a-f]{2}:){7}[0-9a-f]{2}", value)
-        return self.choice([value, value.upper(), value.replace(":", "")]) if is_name else value
+def otherwise_said(chance, value, key=""):
+    """The same description in other words and another order, without some of what is the default."""
+    words = {**ELEMENT_TYPES, **PORT_TYPES, **PORT_STATES, **PLATFORM_TYPES}
+    if isinstance(value, list):
+        return [otherwise_said(chance, item) for item in chance.sample(value, len(value))]
+    if isinstance(value, dict):
+        required = {"name", "address", "type", "takesSeconds", "validationResult", "seconds"}
+        return {key: otherwise_said(chance, item, key) for key, item in chance.sample([*value.items()], len(value))
+                if item or key in required or chance.random() < 0.5}
+    if key in ("type", "state"):
+        return words[value][0] if value in words and value != "unknown" and chance.random() < 0.5 else value
+    is_name = isinstance(value, str) and re.fullmatch("([0-9a-f]{2}:){7}[0-9a-f]{2}", value)
+    return chance.choice([value, value.upper(), value.replace(":", "")]) if is_name else value
