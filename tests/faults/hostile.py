@@ -12,7 +12,6 @@ import os
 import struct
 import sys
 import tempfile
-import threading
 import time
 from contextlib import contextmanager
 from pathlib import Path
@@ -21,67 +20,17 @@ sys.dont_write_bytecode = True
 sys.path[:0] = [str(Path(__file__).resolve().parents[1] / "support")]
 
 from false_service import slow_service  # noqa: E402
-from lab import ADMIN, READER, ROOT, UPTIME, Lab, oid  # noqa: E402
+from lab import ADMIN, READER, ROOT, UPTIME, Lab  # noqa: E402
+from load import PATIENCE, Waits, ask  # noqa: E402
 from programs import SAMPLE, eventually, footprint, run  # noqa: E402
-from snmp_message import GET, GETBULK, INTEGER, NULL, OCTETS, SET, Manager, message, parse  # noqa: E402
+from snmp_message import GET, GETBULK, INTEGER, NULL, OCTETS, SET  # noqa: E402
 
 LAB = {"exchange_timeout": 200}
-PATIENCE = 60.0  # Seconds after which an agent counts as one that does not answer.
 ALL_2K, SOME_4K = b"\xff" * 256, b"\xff" * 244  # VSANs 1 to 2048, 2049 to 4000.
-
-
-def ask(port, community, kind, bindings, fields=(0, 0)):
-    """Sends a message and waits for its answer: the error status, or an error without one."""
-    with Manager(port) as manager:
-        manager.send(message(community, kind, 1, [(oid(name), *value) for name, *value in bindings], fields))
-        for answer in manager.answers(PATIENCE):
-            return parse(answer)[0][1][2][1][1][1][0]
-    raise TimeoutError
 
 
 def write(lab, *bindings):
     assert ask(lab.port, "private", SET, bindings) == 0
-
-
-class Waits:
-    """While entered, asks for sysUpTime.0 every 20 ms, whether answers come or not; then the seconds of each answer."""
-
-    MOST_WAITING = 100  # What the agent's socket has room for.
-
-    def __init__(self, port):
-        self.manager, self.number, self.seconds, self.asked = Manager(port), 1 << 30, [], {}
-        self.stopped = threading.Event()
-        self.thread = threading.Thread(target=self.run)
-
-    def run(self):
-        while not self.stopped.is_set():
-            if len(self.asked) < self.MOST_WAITING:
-                self.number += 1
-                self.asked[self.number] = time.monotonic()
-                self.manager.send(message("public", GET, self.number, [(UPTIME, NULL, b"")]))
-            for answer in self.manager.answers(0.02):
-                self.note(answer)
-        for answer in self.manager.answers(PATIENCE) if self.asked else ():
-            if not self.note(answer):
-                break
-        self.seconds += [PATIENCE for _ in self.asked]
-
-    def note(self, answer):
-        self.seconds.append(time.monotonic() - self.asked.pop(int.from_bytes(parse(answer)[0][1][2][1][0][1], "big")))
-        return self.asked
-
-    def __enter__(self):
-        self.thread.start()
-        eventually(lambda: self.seconds)
-        return self
-
-    def __exit__(self, *_):
-        self.stopped.set()
-        self.thread.join()
-        self.manager.close()
-
-    def percentile(self, share):
-        return sorted(self.seconds)[int(share * (len(self.seconds) - 1))]
 
 
 @contextmanager
@@ -199,7 +148,7 @@ IN_4000_VSANS = (start, invalidation)
 
 def inflict(lab, case):
     """\\return the waits of a case, the kilobytes by which the agent has grown, and what else there is to say."""
-    with case(lab) as act, Waits(lab.port) as waits:
+    with case(lab) as act, Waits(lab) as waits:
         ask(lab.port, "public", GET, [(UPTIME, NULL, b"")] * 2500)  # The agent keeps the room of its largest request.
         before = footprint(lab.agent)[1]
         try:
@@ -219,9 +168,9 @@ def report(case):
             run("fcsctl", "generate", *"--vsans 4000 --switches 1 --ports 1 --platforms 0 --output".split(), fabric)
         with Lab(Path(directory, "lab"), fabric, **LAB) as lab:
             waits, growth, note = inflict(lab, case)
-    figures = [*map(waits.percentile, (0.5, 0.99, 1)), CASES[case]]
-    print(f"{case.__name__:18}", *(f"{seconds * 1e3:9.1f}" for seconds in figures), f"{growth:9}", "", note, flush=True)
-    return waits.percentile(1) <= CASES[case]
+    figures = [*map(waits.percentile, (0.5, 0.99, 1)), CASES[case] * 1e3]
+    print(f"{case.__name__:18}", *(f"{figure:9.1f}" for figure in figures), f"{growth:9}", "", note, flush=True)
+    return waits.percentile(1) <= CASES[case] * 1e3
 
 
 def main():

@@ -85,18 +85,11 @@ def lie_about_a_length(random, packet):
     return packet[:place] + random.choice(LENGTH_FIELDS) + packet[place + 1 :]
 
 
-def cut(random, packet):
-    return packet[: random.randrange(len(packet))]
-
-
-def append(random, packet):
-    return packet + random.randbytes(random.choice(LENGTHS))
-
-
-def repeat_octets(random, packet):
-    begin = random.randrange(len(packet))
-    end = random.randrange(begin, len(packet)) + 1
-    return packet[:end] + packet[begin:]
+def recombine(random, packet, other):
+    """The beginning of one, perhaps octets of none, and the end of another: it is cut, goes on, or repeats itself."""
+    middle = random.choice((b"", random.randbytes(random.choice(LENGTHS))))
+    end = random.choice((b"", packet[random.randrange(len(packet)) :], other[random.randrange(len(other)) :]))
+    return packet[: random.randrange(len(packet) + 1)] + middle + end
 
 
 def spoil(random, packets):
@@ -104,7 +97,6 @@ def spoil(random, packets):
     packet = random.choice(packets)
     if random.random() < 0.5:
         return spoil_elements(random, packet)
-    if random.random() < 0.1:
-        other = random.choice(packets)
-        return packet[: random.randrange(len(packet))] + other[random.randrange(len(other)) :]
-    return random.choice((flip_bits, flip_bits, lie_about_a_length, cut, append, repeat_octets))(random, packet)
+    return random.choice((
+        lambda: flip_bits(random, packet), lambda: lie_about_a_length(random, packet),
+        lambda: recombine(random, packet, random.choice(packets))))()

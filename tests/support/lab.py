@@ -115,8 +115,12 @@ class Lab:
         assert done.returncode == 0, done.stderr
         return dict(line.split("=", 1) for line in done.stdout.splitlines())
 
-    agent = property(lambda self: int(self.env()["FCS_AGENT_PID"]))
-    service = property(lambda self: int(self.env()["FCS_SERVICE_PID"]))
+    def pid(self, program):
+        """Of what was started last."""
+        return int((self.directory / f"{program}.pid").read_text().split()[0])
+
+    agent = property(lambda self: self.pid("snmpd"))
+    service = property(lambda self: self.pid("fcsd"))
 
     def end(self, part, with_signal=signal.SIGKILL):
         """Ends the "AGENT" or the "SERVICE"; `up` starts it again."""
