@@ -55,7 +55,7 @@ REQUESTS = [
 ]
 
 
-@pytest.mark.parametrize("bindings, expected, other_way_round", REQUESTS, ids=lambda value: value and value[0][:40])
+@pytest.mark.parametrize("bindings, expected, other_way_round", REQUESTS, ids=[sent[0][:40] for sent, *_ in REQUESTS])
 def test_requests(lab, bindings, expected, other_way_round):
     before = lab.walk()
     assert lab.put(*bindings) == expected

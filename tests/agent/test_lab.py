@@ -78,7 +78,7 @@ def test_labs_side_by_side_and_up_again(lab, tmp_path):
         other.end("SERVICE", signal.SIGTERM)
         done = other.script("up")
         assert done.returncode == 0, done.stderr  # With the ports and programs that it runs with.
-        assert SHOWN in done.stdout and other.agent == agent and other.service != service
+        assert other.agent == agent and other.service != service
         runs = f"the lab in {other.directory} runs already, with"
         for option, value, said in [("--snmp-port", "1", f"--snmp-port: {runs} {other.port};"),
                                     ("--trap-port", "1", f"--trap-port: {runs} {other.trap_port};"),
