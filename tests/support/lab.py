@@ -55,6 +55,10 @@ def parse_walk(text):
 class Lab:
     """Entered, it is up. Left, it is down, and its sanitizers have had nothing to say.
 
+        with Lab(tmp_path / "lab", settings="dontLogTCPWrappersConnects no\\n") as lab:
+            assert lab.put("fcsVsanDiscoveryTimeOut.0 u 600", options=ADMIN) == "noError"
+            subprocess.run([program, "--agent", lab.address], ...)
+
     `exchange_timeout` is the agent's, in milliseconds: a loaded machine fails no test that is not about it. `settings`
     are further lines of the agent's configuration.
     """
