@@ -46,7 +46,8 @@ enter_directory() {
   planted=$(first_file \( -type l -o -type f -links +1 \))
   [ -z "$planted" ] ||
     die "$dir/${planted#./} is a link, and the lab writes through none; this removes it: rm $(printf %q "$dir/${planted#./}")"
-  planted=$(first_file ! -user "$(id -u)")
+  # Not "! -user", which is also true of a file that has just gone.
+  planted=$(first_file \( -uid "+$(id -u)" -o -uid "-$(id -u)" \))
   [ -z "$planted" ] ||
     die "$dir/${planted#./} belongs to $(stat -c %U "$planted"); this makes the lab yours: $(sudo_here)chown -R $(id -un): $(printf %q "$dir")"
   read_settings
