@@ -3,11 +3,12 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <unistd.h>
 
 /** Ends the program when a property does not hold. */
 inline void require(bool holds, const char *property) {
   if (!holds) {
-    fprintf(stderr, "does not hold: %s\n", property);
+    dprintf(STDERR_FILENO, "does not hold: %s\n", property);
     abort();
   }
 }

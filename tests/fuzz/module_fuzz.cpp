@@ -37,7 +37,6 @@ Reply take_reply(FuzzInput &input) {
 /** A new module and its surroundings, as the input has them. */
 void take_surroundings(FuzzInput &input) {
   start_module();
-  platform.recording = false;
   platform.service = [&input](const Request &) { return take_reply(input); };
   const uint8_t flags = input.octet();
   platform.restricted = flags & 1;
@@ -55,10 +54,6 @@ void take_surroundings(FuzzInput &input) {
       take_vsans(input, *vsans);
     }
   }
-}
-
-const variable &take_object(FuzzInput &input) {
-  return platform.registered[input.octet() % platform.registered.size()];
 }
 
 /**
@@ -81,21 +76,18 @@ Name take_name(FuzzInput &input, const variable &object, size_t least) {
 Binding take_binding(FuzzInput &input) {
   constexpr u_char kTypes[] = {ASN_INTEGER,   ASN_OCTET_STR, ASN_UNSIGNED, ASN_OBJECT_ID,
                                ASN_IPADDRESS, ASN_COUNTER64, ASN_NULL,     ASN_OPAQUE};
-  constexpr size_t kLongestValue = 2000;
-  constexpr uint8_t kLongValue = 255;
-  const variable &object = take_object(input);
-  Name name = take_name(input, object, object.namelen); // The agent has found the object by it.
-  const uint8_t other_type = input.octet();
-  const u_char type =
-      other_type < 224 ? static_cast<u_char>(object.type) : kTypes[other_type % std::size(kTypes)];
-  const uint8_t short_length = input.octet();
-  const size_t length = short_length == kLongValue ? input.up_to(kLongestValue) : short_length;
-  return {object, std::move(name), type, input.octets(length)};
+  const variable &object = registered[input.octet() % registered.size()];
+  const Name name = take_name(input, object, object.namelen); // By which the agent has found it.
+  const uint8_t type = input.octet();
+  const uint8_t length = input.octet();
+  return {object, name,
+          type < 224 ? static_cast<u_char>(object.type) : kTypes[type % std::size(kTypes)],
+          input.octets(length == 255 ? input.up_to(2000) : length)};
 }
 
 void take_reads(FuzzInput &input) {
   for (int i = 0; i < 8 && !input.empty(); ++i) {
-    const variable &object = take_object(input);
+    const variable &object = registered[input.octet() % registered.size()];
     const bool exact = input.octet() % 2 == 1;
     Name name = take_name(input, object, 0);
     read_name(object, name, exact);
@@ -103,38 +95,37 @@ void take_reads(FuzzInput &input) {
 }
 
 void take_sets(FuzzInput &input) {
-  std::vector<std::vector<Binding>> sets;
-  while (sets.size() < 4 && !input.empty()) {
-    std::vector<Binding> &set = sets.emplace_back();
-    for (int i = 1 + input.octet() % 4; i > 0; --i) {
+  std::vector<Binding> all;
+  for (int i = 0; i < 4 && !input.empty(); ++i) {
+    std::vector<Binding> set;
+    for (int more = 1 + input.octet() % 4; more > 0; --more) {
       set.push_back(take_binding(input));
     }
-    write_set(set);
+    write_set(set.size(), [&](size_t binding, int phase) { return set[binding].write(phase); });
+    all.insert(all.end(), set.begin(), set.end());
   }
   // Rows that a failed ACTION has left pending go with the next SET that fails.
-  for (std::vector<Binding> &set : sets) {
-    for (Binding &binding : set) {
-      binding.write(FREE);
-    }
+  for (Binding &binding : all) {
+    binding.write(FREE);
   }
-  require(pending_rows().empty(), "no row stays behind");
+  for (const RowIndex *store : {temp_mgmt_addr_table, temp_platform_table}) {
+    row_index_each(store, [](void *) { require(false, "no row stays behind"); });
+  }
 }
 
 void take_notifications(FuzzInput &input) {
   constexpr uint32_t kOpcodes[] = {FCS_MSG_REG_REQ_REJ, FCS_MSG_DISC_COMPLETE,
                                    FCS_MSG_DISC_COMP_ON_VSAN, FCS_MSG_TIMEOUT_ON_VSAN,
                                    FCS_MSG_IP_ADDR_CHANGE};
-  constexpr uint8_t kNoMessage = 255;
   for (int i = 0; i < 8 && !input.empty(); ++i) {
     const uint8_t choice = input.octet();
-    const uint32_t opcode = kOpcodes[choice % std::size(kOpcodes)];
-    if (choice == kNoMessage) {
-      notify(opcode, {});
-      continue;
+    std::optional<Bytes> payload;
+    if (choice != 255) {
+      payload = input.octets(input.up_to(IPC_MESSAGE_ROOM));
     }
-    notify(opcode, input.octets(input.up_to(IPC_MESSAGE_ROOM)));
-    for (const SentMessage &sent : std::exchange(platform.sent, {})) { // The module's to itself.
-      notify(sent.opcode, sent.payload);
+    snmp_free_varbind(deliver(kOpcodes[choice % std::size(kOpcodes)], payload));
+    for (const auto &[opcode, sent] : std::exchange(platform.sent, {})) { // To itself.
+      snmp_free_varbind(deliver(opcode, sent));
     }
   }
 }

@@ -3,11 +3,37 @@
 #include "tests/require.h"
 
 #include <algorithm>
+#include <cstdarg>
+#include <cstring>
 #include <utility>
 
-Name::Name(const variable &object, const std::vector<oid> &index)
-    : length(object.namelen + index.size()) {
-  std::copy(index.begin(), index.end(), std::copy_n(object.name, object.namelen, room.begin()));
+std::vector<variable> registered;
+int32_t register_result;
+int32_t agent_debugging;
+
+void release_stores() {
+  row_index_release(temp_mgmt_addr_table);
+  row_index_release(temp_platform_table);
+  platform.stores_created = 0;
+}
+
+void start_module() {
+  int32_t *const numbers[] = {
+      &fcs_spin_lock,       &fcs_discovery_timeout,    &fcs_start_discovery,
+      &fcs_rej_reason_code, &fcs_rej_reason_code_expl, &fcs_return_value.record};
+  static std::vector<int32_t> loaded;
+  for (size_t i = 0; i < std::size(numbers); ++i) {
+    loaded.size() == i ? loaded.push_back(*numbers[i]) : void(*numbers[i] = loaded[i]);
+  }
+  memset(fcs_discovery_name, 0, sizeof(fcs_discovery_name));
+  // Ends a SET that a test has left open: what it has pending is released with the test.
+  write_fcsStartDiscovery(UNDO, nullptr, 0, 0, nullptr, nullptr, 0);
+  write_fcsVsanDiscoveryTimeOut(UNDO, nullptr, 0, 0, nullptr, nullptr, 0);
+  release_stores();
+  platform = MemoryPlatform();
+  register_result = MIB_REGISTERED_OK;
+  agent_debugging = 0;
+  init_fcs_mib();
 }
 
 Answer read_name(const variable &object, Name &name, bool exact) {
@@ -29,28 +55,27 @@ Answer read_name(const variable &object, Name &name, bool exact) {
   return answer;
 }
 
-Binding::Binding(const variable &object, Name name, u_char type, const Bytes &value)
-    : object_(&object), name_(std::move(name)), type_(type), length_(value.size()) {
+Binding::Binding(const variable &object, Name name, u_char type, const Bytes &value,
+                 std::optional<size_t> told)
+    : object_(object), name_(std::move(name)), type_(type), length_(told.value_or(value.size())) {
   // The agent has numbers in a long, and even a text of no octets somewhere.
-  value_.reset(new u_char[type == ASN_OCTET_STR ? length_ : std::max(length_, sizeof(long))]());
-  std::copy(value.begin(), value.end(), value_.get());
-}
-
-void Binding::read() {
-  const bool recording = std::exchange(platform.recording, false);
-  Name found = name_;
-  const Answer answer = read_name(*object_, found, true);
-  platform.recording = recording;
-  write_method_ = answer.write_method;
-  current_ = answer.answered;
+  const size_t least = type == ASN_OCTET_STR ? 0 : sizeof(long);
+  value_.reset(new u_char[std::max(value.size(), least)]());
+  std::ranges::copy(value, value_.get());
 }
 
 int Binding::write(int phase) {
-  if (write_method_ == nullptr) {
+  if (!current_) {
+    const bool listening = std::exchange(platform.listening, false);
+    Name found = name_;
+    current_ = read_name(object_, found, true);
+    platform.listening = listening;
+  }
+  if (current_->write_method == nullptr) {
     return SNMP_ERR_NOTWRITABLE;
   }
-  const int status =
-      write_method_(phase, value_.get(), type_, length_, current_, name_.room.data(), name_.length);
+  const int status = current_->write_method(phase, value_.get(), type_, length_, current_->answered,
+                                            name_.room.data(), name_.length);
   require(status >= SNMP_ERR_NOERROR && status <= MAX_SNMP_ERR, "a status is one of SNMP's");
   return status;
 }
@@ -74,35 +99,51 @@ int write_set(size_t bindings, const std::function<int(size_t binding, int phase
   return status;
 }
 
-int write_set(std::vector<Binding> &bindings) {
-  return write_set(bindings.size(), [&](size_t i, int phase) {
-    if (phase == RESERVE1) {
-      bindings[i].read();
-    }
-    return bindings[i].write(phase);
-  });
+// ---- Net-SNMP's registration and debug output, in front of the library's own
+
+extern "C" {
+
+int register_mib(const char *module, const variable *variables, size_t size, size_t count,
+                 const oid *root, size_t root_length) {
+  require(size == sizeof(variable7), "a variable has room for the module's names");
+  tell("register", module, count, "at length", root_length);
+  const auto *entries = reinterpret_cast<const variable7 *>(variables);
+  while (registered.size() < count) {
+    const variable7 &entry = entries[registered.size()];
+    variable &whole = registered.emplace_back();
+    whole.magic = entry.magic;
+    whole.type = static_cast<char>(entry.type);
+    whole.acl = entry.acl;
+    whole.findVar = entry.findVar;
+    whole.namelen = static_cast<u_char>(root_length + entry.namelen);
+    std::copy_n(entry.name, entry.namelen, std::copy_n(root, root_length, whole.name));
+  }
+  return register_result;
 }
 
-void notify(uint32_t opcode, const std::optional<Bytes> &payload) {
-  std::optional<IpcMessage> message;
-  if (payload) {
-    message.emplace(*payload);
-  }
-  oid trap[AGENT_TRAP_OID_ROOM] = {};
-  size_t length = 0;
-  int send = 42;
-  netsnmp_variable_list *bindings =
-      platform.handlers.at(opcode)(message ? &*message : nullptr, trap, &length, &send);
-  require(send == 0 || (send == 1 && length == std::size(trap)),
-          "a notification that is to be sent has an OID");
-  require(send == 1 || bindings == nullptr, "bindings come with a notification");
-  if (send == 1) {
-    record("trap " + text_of(trap, length));
-  }
-  for (const auto *b = bindings; platform.recording && b != nullptr; b = b->next_variable) {
-    const Bytes octets(b->val.string, b->val.string + b->val_len);
-    record("with " + text_of(b->name, b->name_length) + " type " + std::to_string(b->type) + " = " +
-           (b->type == ASN_INTEGER ? std::to_string(*b->val.integer) : text_of_octets(octets)));
-  }
-  snmp_free_varbind(bindings);
+int unregister_mib(oid * /*root*/, size_t root_length) {
+  tell("unregister at length", root_length);
+  return 0;
+}
+
+void snmp_set_detail(const char *detail) {
+  tell("detail '" + std::string(detail) + "'");
+}
+
+int snmp_get_do_debugging() {
+  return agent_debugging;
+}
+
+void debugmsgtoken(const char *token, const char * /*format*/, ...) {
+  tell("token", token);
+}
+
+void debugmsg(const char *token, const char *format, ...) {
+  char line[512];
+  va_list arguments;
+  va_start(arguments, format);
+  vsnprintf(line, sizeof(line), format, arguments);
+  va_end(arguments);
+  tell("debug", std::string(token) + ":", line);
+}
 }

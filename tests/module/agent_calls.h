@@ -1,18 +1,26 @@
 /**
- * The agent's part in front of the recording platform: it has handlers read, set and notify as the
+ * The agent's part in front of the memory platform: it has handlers read, set and notify as the
  * agent does, and checks what must hold of every answer.
  */
 #pragma once
 
-#include "recording_platform.h"
+#include "tests/foreign/memory_platform.h"
 
-#include <memory>
+#include "feature/fabric_conf_server/snmp/fcs_mib.h"
+
+/** The variables that register_mib was first called with, with whole names. */
+extern std::vector<variable> registered;
+extern int32_t register_result;
+extern int32_t agent_debugging;
+
+/** Gives the platform its defaults, and the module the state that it is loaded with. */
+void start_module();
+
+/** Ends the life of the pending rows and their stores. */
+void release_stores();
 
 /** An OID in the room that the agent gives to every one. */
 struct Name {
-  Name() = default;
-  /** The object's own name, and `index` behind it. */
-  Name(const variable &object, const std::vector<oid> &index);
   std::vector<oid> room = std::vector<oid>(MAX_OID_LEN);
   size_t length = 0;
 };
@@ -27,26 +35,24 @@ struct Answer {
 /** Has the handler of an object answer a request for `name`, which becomes the answer's. */
 Answer read_name(const variable &object, Name &name, bool exact);
 
-/** A variable binding of a SET. Its value has as much room as the agent gives it, and no more. */
+/** A variable binding of a SET. */
 class Binding {
 public:
-  Binding(const variable &object, Name name, u_char type, const Bytes &value);
+  /** \param value With as much room behind it as the agent gives it, and no more.
+   *  \param told  The length that the handlers are told; without it the value's own. */
+  Binding(const variable &object, Name name, u_char type, const Bytes &value,
+          std::optional<size_t> told = {});
 
-  /** Tells the handlers another length than the value's own. */
-  void tell_length(size_t length) { length_ = length; }
-
-  /** Has the object read, in silence: where the agent gets its write handler from. */
-  void read();
+  /** Has the object read first, in silence: where the agent gets its write handler from. */
   int write(int phase);
 
 private:
-  const variable *object_;
+  variable object_;
   Name name_;
   u_char type_;
   size_t length_;
   std::shared_ptr<u_char[]> value_;
-  WriteMethod *write_method_ = nullptr;
-  u_char *current_ = nullptr;
+  std::optional<Answer> current_;
 };
 
 /**
@@ -55,8 +61,3 @@ private:
  * \return the status of the first binding that failed.
  */
 int write_set(size_t bindings, const std::function<int(size_t binding, int phase)> &write);
-int write_set(std::vector<Binding> &bindings);
-
-/** Calls the handler of the opcode, without a payload for no message; a notification that it raises
- * is one more line. */
-void notify(uint32_t opcode, const std::optional<Bytes> &payload);

@@ -1,12 +1,15 @@
-/** Bitmaps and the keyed container. */
+/** Bitmaps and the keyed container, of whatever platform this is linked with. */
 #include "platform/bitmap.h"
-#include "platform/linux/containers/row_index_host.h"
+#include "platform/row_index.h"
 
 #include <cstdlib>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <random>
 #include <set>
+
+/** Each platform has it for itself: destroys a container, and frees the rows left in it. */
+void row_index_release(RowIndex *store);
 
 namespace {
 

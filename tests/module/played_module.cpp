@@ -1,0 +1,271 @@
+/**
+ * The module as a program, for the transcripts: it takes a command on each line of its input, and
+ * answers with a line for everything that happened, in order, and a "." behind the last.
+ */
+#include "agent_calls.h"
+
+#include "feature/fabric_conf_server/snmp/frame/fcs_values.h"
+
+#include <algorithm>
+#include <bit>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <iostream>
+#include <string_view>
+
+namespace {
+
+// ---- State
+
+struct State {
+  const char *name;
+  VsanBitmap *bits;
+  int32_t *number;
+};
+
+const State kState[] = {{"2k", &fcs_vsan_2k, nullptr},
+                        {"4k", &fcs_vsan_4k, nullptr},
+                        {"total2k", &fcs_vsan_total_2k, nullptr},
+                        {"total4k", &fcs_vsan_total_4k, nullptr},
+                        {"notif2k", &fcs_notif_2k, nullptr},
+                        {"notif4k", &fcs_notif_4k, nullptr},
+                        {"invalid2k", &fcs_invalidate_cache_2k, nullptr},
+                        {"invalid4k", &fcs_invalidate_cache_4k, nullptr},
+                        {"readable", &platform.readable, nullptr},
+                        {"lock", nullptr, &fcs_spin_lock},
+                        {"timeout", nullptr, &fcs_discovery_timeout},
+                        {"start", nullptr, &fcs_start_discovery},
+                        {"reason", nullptr, &fcs_rej_reason_code},
+                        {"explanation", nullptr, &fcs_rej_reason_code_expl},
+                        {"restricted", nullptr, &platform.restricted},
+                        {"role_fails", nullptr, &platform.role_fails},
+                        {"role_refuses_writes", nullptr, &platform.role_refuses_writes},
+                        {"notif_enabled", nullptr, &platform.notif_enabled},
+                        {"enable_result", nullptr, &platform.enable_result},
+                        {"history_filtered", nullptr, &platform.history_filtered},
+                        {"console", nullptr, &platform.console},
+                        {"failing_adds", nullptr, &platform.failing_adds},
+                        {"failing_stores", nullptr, &platform.failing_stores},
+                        {"register_result", nullptr, &register_result},
+                        {"agent_debugging", nullptr, &agent_debugging}};
+
+std::vector<std::string> state_then;
+
+void tell_changes() {
+  std::string pending;
+  const auto show = [&](const RowIndex *store, const std::string &id, size_t length) {
+    if (store != nullptr) {
+      row_index_each(store, [&](const void *row) {
+        pending += (pending.empty() ? "" : " and ") + id + " " + shown(id, row, length);
+      });
+    }
+  };
+  show(temp_mgmt_addr_table, "30", sizeof(MgmtAddrEntry));
+  show(temp_platform_table, "70", sizeof(PlatformEntry));
+  std::vector<std::string> now = {"name=" +
+                                      shown("text", fcs_discovery_name, strlen(fcs_discovery_name)),
+                                  "pending=" + pending};
+  for (const auto &[name, bits, number] : kState) {
+    now.push_back(name + ("=" + (bits != nullptr ? shown(*bits) : std::to_string(*number))));
+  }
+  for (size_t i = 0; i < state_then.size(); ++i) {
+    if (now[i] != state_then[i]) {
+      tell(now[i]);
+    }
+  }
+  state_then = now;
+}
+
+// ---- Words of commands
+
+template <typename Value = std::string> Value take(std::istream &in) {
+  Value value{};
+  in >> value;
+  return value;
+}
+
+/** Octets behind "=", in hexadecimal digits. */
+std::optional<Bytes> take_octets(std::istream &in) {
+  const auto word = take(in);
+  if (!word.starts_with('=')) {
+    return {};
+  }
+  Bytes octets;
+  for (size_t i = 1; i < word.size(); i += 2) {
+    octets.push_back(static_cast<uint8_t>(std::stoul(word.substr(i, 2), nullptr, 16)));
+  }
+  return octets;
+}
+
+/** An object by its place in the table, its magic, and a whole OID. */
+struct Instance {
+  explicit Instance(std::istream &in) : object(registered.at(take<size_t>(in))) {
+    object.magic = static_cast<u_char>(take<unsigned>(in));
+    std::istringstream numbers(take(in));
+    for (std::string number; std::getline(numbers, number, '.');) {
+      name.room[name.length++] = std::stoul(number);
+    }
+  }
+  variable object;
+  Name name;
+};
+
+// ---- Commands
+
+/** Requests that begin so, and what they are answered with; the last that fits counts. */
+std::vector<std::pair<std::string, Reply>> answers;
+
+void start(std::istream & /*in*/) {
+  static const timeval started = {1'000'000, 500'000};
+  netsnmp_set_agent_starttime(const_cast<timeval *>(&started));
+  start_module();
+  platform.listening = true;
+  platform.history_filtered = 0;
+  answers.clear();
+  platform.service = [](const Request &request) {
+    const auto answer = std::find_if(answers.rbegin(), answers.rend(), [](const auto &each) {
+      return platform.lines.back().starts_with(each.first);
+    });
+    errno = ECONNRESET;
+    return answer == answers.rend() ? platform.fabric.answer(request) : answer->second;
+  };
+}
+
+void list_objects(std::istream & /*in*/) {
+  tell(std::endian::native == std::endian::little ? "little" : "big");
+  for (const variable &each : registered) {
+    tell(shown(each.name, each.namelen), int{each.magic}, int{static_cast<u_char>(each.type)},
+         each.acl == NETSNMP_OLDAPI_RWRITE ? "RW" : "RO");
+  }
+}
+
+void set_state(std::istream &in) {
+  const auto name = take(in);
+  const State *known = std::ranges::find(kState, name, &State::name);
+  if (known->number != nullptr) {
+    in >> *known->number;
+    return;
+  }
+  bitmap_clear(known->bits);
+  for (int32_t bit = 0; in >> bit;) {
+    bitmap_set_bit(known->bits, bit);
+  }
+}
+
+void read(std::istream &in) {
+  const bool exact = take(in) == "get";
+  Instance asked(in);
+  const auto answer = read_name(asked.object, asked.name, exact);
+  const char *form = asked.object.type == ASN_OCTET_STR ? "octets"
+                     : asked.object.type == ASN_INTEGER ? "i"
+                                                        : "w";
+  const Bytes value = answer.value.value_or(Bytes());
+  tell("=", answer.value ? shown(form, value.data(), value.size()) : "none");
+  tell("at", shown(asked.name.room.data(), asked.name.length));
+  if ((answer.write_method != nullptr) != (asked.object.acl == NETSNMP_OLDAPI_RWRITE)) {
+    tell(answer.write_method == nullptr ? "no write handler" : "a write handler");
+  }
+}
+
+/** A SET as the agent goes, or through some phases until one fails. */
+void set(std::istream &in) {
+  constexpr std::string_view kPhases = "12ACFU"; // In the order of their numbers.
+  const auto phases = take(in);
+  std::vector<Binding> bindings;
+  while (in >> std::ws && !in.eof()) {
+    const Instance instance(in);
+    const auto type = static_cast<u_char>(take<unsigned>(in));
+    const auto value = take_octets(in).value_or(Bytes());
+    bindings.emplace_back(instance.object, instance.name, type, value, take<size_t>(in));
+  }
+  const auto write = [&](size_t i, int phase) {
+    tell(std::string{'[', kPhases[static_cast<size_t>(phase)], "abcdef"[i], ']'});
+    const int status = bindings[i].write(phase);
+    tell_changes();
+    return status;
+  };
+  int status = phases == "all" ? write_set(bindings.size(), write) : SNMP_ERR_NOERROR;
+  for (const char phase : phases == "all" ? "" : phases) {
+    status = status != 0 ? status : write(0, static_cast<int>(kPhases.find(phase)));
+  }
+  if (status != 0) {
+    tell("status", snmp_errstring(status));
+  }
+}
+
+void notify(std::istream &in) {
+  const auto opcode = take<uint32_t>(in);
+  netsnmp_variable_list *bindings = deliver(opcode, take_octets(in));
+  for (const auto *b = bindings; b != nullptr; b = b->next_variable) {
+    if (b == bindings) {
+      tell("trap", shown(b->val.objid, b->val_len / sizeof(oid)));
+      continue;
+    }
+    tell("with", shown(b->name, b->name_length), "type", int{b->type}, "=",
+         b->type == ASN_INTEGER ? std::to_string(*b->val.integer)
+                                : shown("octets", b->val.string, b->val_len));
+  }
+  snmp_free_varbind(bindings);
+}
+
+constexpr std::pair<std::string_view, void (*)(std::istream &)> kCommands[] = {
+    {"start", start},
+    {"objects", list_objects},
+    {"state", set_state},
+    {"read", read},
+    {"set", set},
+    {"notify", notify},
+    {"row",
+     [](std::istream &in) {
+       const auto record_id = take<uint32_t>(in);
+       platform.fabric.add(record_id, take_octets(in).value_or(Bytes()));
+     }},
+    {"answer",
+     [](std::istream &in) {
+       const Reply reply{take<int32_t>(in), take_octets(in)};
+       std::string beginning;
+       std::getline(in >> std::ws, beginning);
+       answers.emplace_back(beginning, reply);
+     }},
+    {"init",
+     [](std::istream & /*in*/) {
+       release_stores();
+       init_fcs_mib();
+     }},
+    {"deinit", [](std::istream & /*in*/) { deinit_fcs_mib(); }},
+    {"wwn", [](std::istream &in) { tell(print_wwn(take_octets(in).value_or(Bytes()).data())); }},
+};
+
+/** A stream whose every print becomes a line behind the label. */
+FILE *told_stream(const char *label) {
+  const auto write = [](void *name, const char *text, size_t length) {
+    tell(static_cast<const char *>(name) + std::string(text, length));
+    return static_cast<ssize_t>(length);
+  };
+  FILE *stream = fopencookie(const_cast<char *>(label), "w", {nullptr, write, nullptr, nullptr});
+  setvbuf(stream, nullptr, _IONBF, 0);
+  return stream;
+}
+
+} // namespace
+
+int main() {
+  FILE *const answer = stdout;
+  stdout = told_stream("1>");
+  stderr = told_stream("2>");
+  for (std::string line; std::getline(std::cin, line);) {
+    std::istringstream in(line);
+    const auto name = take(in);
+    const auto *command = std::ranges::find(kCommands, name, [](const auto &c) { return c.first; });
+    platform.lines.clear();
+    command->second(in);
+    tell_changes();
+    for (std::string &event : platform.lines) {
+      std::ranges::replace(event, '\n', '\x1f');
+      fprintf(answer, "%s\n", event.c_str());
+    }
+    fputs(".\n", answer);
+    fflush(answer);
+  }
+}
