@@ -15,8 +15,8 @@ person compares it with what the module is to do.
   init, deinit, wwn         The module's own functions.
 
 Several of these may share a line, " ; " between them. Of a line with alternatives, {A,B}, each is played from the state in
-front of the line. What comes of all is written once, with a "*" where they differ; what is an alternative's own stands
-behind a "*" and its text.
+front of the line. What comes of all is written once, {A,B} where it differs; or it has a "*" there, and what is an
+alternative's own stands behind a "*" and its text.
 
 Events: ":text" is a trace of the function that traced last, or of the write handler of a SET's object; "var:", "header:" and
 "write:" are functions that have traced before. "!text" is an event of the history; "1>" and "2>" are what is printed, with
@@ -24,6 +24,7 @@ Events: ":text" is a trace of the function that traced last, or of the write han
 every exchange as long as those are right. "role" asks about the OID of the request. [1] [2] [A] [C] [F] [U] is a phase of a
 SET, with a letter for the binding. NAME=VALUE is a change of state.
 """
+import os
 import re
 
 from played_module import words_of
@@ -97,10 +98,25 @@ def take_common(outcomes, place):
     return common
 
 
+def abreast(texts):
+    """\return texts as one, {A,B} where they differ; nothing when that cannot be read."""
+    start = re.match(r"(.*[ :=(.])?", os.path.commonprefix(texts))[0] if len(set(texts)) > 1 else texts[0]
+    rests = [text[len(start):] for text in texts]
+    end = re.match(r"(.*[ :=).])?", os.path.commonprefix([rest[::-1] for rest in rests]))[0][::-1]
+    middles = [rest[:len(rest) - len(end)] for rest in rests]
+    if not any(middles):
+        return start
+    return start + "{" + ",".join(middles) + "}" + end if all(re.fullmatch(r"[^,{}|]+", middle) for middle in middles) else None
+
+
 def page_of(request, outcomes):
     """What is common to all outcomes, then what is each one's own; several on a line where they fit."""
     if len(outcomes) == 1:
         return flow(request + " =>", outcomes[0][1], "  ")
+    each = {label: events for labels, events in outcomes for label in words_of(labels, ",")}
+    columns = [each.get(label, [None]) for label in words_of(request.partition("{")[2].partition("}")[0], ",")]
+    events = [None not in texts and abreast(texts) for texts in zip(*columns)]
+    merged = flow(request + " =>", events, "  ") if all(events) and len(set(map(len, columns))) == 1 else None
     common = [*take_common(outcomes, 0), "*", *reversed(take_common(outcomes, -1))]
     lines = flow(request + " =>", common, "  ")
     for label, events in outcomes:
@@ -109,7 +125,7 @@ def page_of(request, outcomes):
             lines[-1] += own[0][1:]
         else:
             lines += own
-    return lines
+    return merged if merged and len(merged) < len(lines) else lines
 
 
 def read(path):
