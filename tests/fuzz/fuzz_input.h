@@ -8,6 +8,12 @@
 #include <cstring>
 #include <vector>
 
+/** Octets that the sanitizers have seen to be readable. */
+inline std::vector<uint8_t> read_all(const void *first, size_t length) {
+  const auto *octets = static_cast<const uint8_t *>(first);
+  return {octets, octets + length};
+}
+
 /** An input, taken apart front to back; behind its end everything is zero. */
 class FuzzInput {
 public:

@@ -7,7 +7,6 @@
  */
 #include "fuzz_input.h"
 
-#include "common/system/fd.h"
 #include "common/wire/ipc_wire.h"
 #include "feature/fabric_conf_server/fcs_protocol.h"
 #include "platform/agent_host.h"
@@ -19,8 +18,6 @@
 #include "platform/linux/settings/settings.h"
 #include "tests/service_peer.h"
 
-#include <array>
-#include <cerrno>
 #include <sys/socket.h>
 
 #include <net-snmp/net-snmp-config.h>
@@ -29,135 +26,106 @@
 
 namespace {
 
-using ipc_wire::Frame;
 using ipc_wire::FrameHeader;
 using service_peer::send_to_agent;
 using service_peer::serve_agent;
 
-/** The service's ends of the agent's connections. */
-struct LyingService {
-  FuzzInput *input = nullptr;
-  Fd exchanges;
-  Fd notifications;
-  uint32_t sequence = 0; ///< Of the agent's last request.
+// ---- The lying service, with its ends of the agent's connections
 
-  void greet(const Fd &peer) const;
-  void hear_requests();
-  void say(const Fd &peer, uint32_t meant_sequence);
-  void say_several(const Fd &peer, uint32_t meant_sequence);
-  void answer();
-} service;
+Fd exchanges;
+Fd notifications;
+uint32_t sequence; ///< Of the agent's last request.
 
-/** Most often as it should be. */
-void LyingService::greet(const Fd &peer) const {
+/** The exchanges' connection is opened first. It is greeted as it should be, most often. */
+int take_connection(FuzzInput &input, Fd end) {
+  static bool for_exchanges = false;
+  for_exchanges = !for_exchanges;
+  Fd &peer = for_exchanges ? exchanges : notifications;
+  peer = std::move(end);
   auto reply = ipc_wire::reply_to_greeting("");
   size_t length = sizeof(reply);
-  switch (input->octet() % 16) {
-  case 1: length = input->up_to(sizeof(reply)); break;
-  case 2: reply = input->take<ipc_wire::GreetingReply>(); break;
-  case 3: reply.version = input->octet(); break;
-  case 4: reply.accepted = input->octet(); break;
+  switch (input.octet() % 16) {
+  case 1: length = input.up_to(sizeof(reply)); break;
+  case 2: reply = input.take<ipc_wire::GreetingReply>(); break;
+  case 3: reply.version = input.octet(); break;
+  case 4: reply.accepted = input.octet(); break;
   default: break;
   }
   send_to_agent(peer, &reply, length);
+  return 0;
 }
 
-/** A message of any length, those beyond a frame's included. */
-void LyingService::say(const Fd &peer, uint32_t meant_sequence) {
-  struct {
-    FrameHeader header;
-    uint8_t payload[ipc_wire::kMessageRoom + 64];
-  } message{};
-  message.header.sequence = meant_sequence + input->octet();
-  message.header.opcode = input->take<uint16_t>();
-  message.header.result = input->octet();
-  message.header.rows = input->octet();
-  const size_t length = input->up_to(sizeof(message));
-  if (length > sizeof(message.header)) {
-    const std::vector<uint8_t> payload = input->octets(length - sizeof(message.header));
-    std::copy(payload.begin(), payload.end(), message.payload);
-  }
-  send_to_agent(peer, &message, length);
+/** A message of any length up to `room`, those beyond a frame's included. */
+void say(FuzzInput &input, const Fd &peer, const FrameHeader &header, size_t room) {
+  const size_t length = input.up_to(room);
+  std::vector<uint8_t> message(std::max(length, sizeof(header)));
+  memcpy(message.data(), &header, sizeof(header));
+  std::ranges::copy(input.octets(message.size() - sizeof(header)),
+                    message.begin() + sizeof(header));
+  send_to_agent(peer, message.data(), length);
 }
 
-void LyingService::say_several(const Fd &peer, uint32_t meant_sequence) {
-  for (int i = input->octet() % 32; i > 0 && !input->empty(); --i) {
-    say(peer, meant_sequence);
+void lie(FuzzInput &input, const Fd &peer, uint32_t meant_sequence) {
+  for (int i = input.octet() % 32; i > 0 && !input.empty(); --i) {
+    FrameHeader header{};
+    header.sequence = meant_sequence + input.octet();
+    header.opcode = input.take<uint16_t>();
+    header.result = input.octet();
+    header.rows = input.octet();
+    say(input, peer, header, sizeof(ipc_wire::Frame) + 64);
   }
 }
 
-void LyingService::answer() {
-  Frame frame{};
-  frame.header.sequence = sequence + 1;
-  frame.header.result = input->take<int32_t>();
-  frame.header.rows = input->octet() % 4;
-  const size_t length = input->up_to(sizeof(frame.payload));
-  const std::vector<uint8_t> payload = input->octets(length);
-  std::copy(payload.begin(), payload.end(), frame.payload);
-  send_to_agent(exchanges, &frame, sizeof(frame.header) + length);
+void answer(FuzzInput &input) {
+  FrameHeader header{};
+  header.sequence = sequence + 1;
+  header.result = input.take<int32_t>();
+  header.rows = input.octet() % 4;
+  say(input, exchanges, header, sizeof(ipc_wire::Frame));
 }
 
-void LyingService::hear_requests() {
-  Frame request{};
+void hear_requests() {
+  ipc_wire::Frame request{};
   ssize_t length = 0;
   while (exchanges &&
          (length = recv(exchanges.get(), &request, sizeof(request), MSG_DONTWAIT)) > 0) {
-    if (length == sizeof(ipc_wire::Greeting)) {
-      continue;
+    if (length != sizeof(ipc_wire::Greeting)) {
+      require(static_cast<size_t>(length) >= sizeof(FrameHeader) &&
+                  request.header.user[sizeof(request.header.user) - 1] == '\0',
+              "a request has a header, and a user's name ends");
+      sequence = request.header.sequence;
     }
-    require(static_cast<size_t>(length) >= sizeof(request.header), "a request has a header");
-    require(request.header.user[sizeof(request.header.user) - 1] == '\0', "a user's name ends");
-    sequence = request.header.sequence;
   }
 }
 
+// ---- The agent's end
+
 /** A request of the agent, with lies in front of the answer, if there is one. */
-void exchange() {
-  const uint8_t choice = service.input->octet();
-  service.say_several(service.exchanges, service.sequence + 1);
-  if (choice % 4 != 0) {
-    service.answer();
-  } else {
-    shutdown(service.exchanges.get(), SHUT_WR);
-  }
+void exchange(FuzzInput &input) {
+  const uint8_t choice = input.octet();
+  lie(input, exchanges, sequence + 1);
+  choice % 4 != 0 ? answer(input) : void(shutdown(exchanges.get(), SHUT_WR));
   const uint8_t request[IPC_MESSAGE_ROOM] = {};
-  auto length = static_cast<uint32_t>(service.input->up_to(IPC_MESSAGE_ROOM + 1));
+  auto length = static_cast<uint32_t>(input.up_to(IPC_MESSAGE_ROOM + 1));
   void *response = nullptr;
   const int32_t result = ipc_req_resp(1402, 1, request, choice % 8 < 6 ? &response : nullptr,
                                       &length, "user", 1, 20, ipc_response_queue, 0);
-  require(result == 0 || result % 256 != 0, "a failure stays one in its low octet");
-  require(result == 0 || response == nullptr, "a failure brings no response");
-  if (response != nullptr) {
-    const auto *octets = static_cast<const uint8_t *>(response);
-    const std::vector<uint8_t> readable(octets, octets + length);
-    require(readable.size() <= IPC_MESSAGE_ROOM, "a response is no longer than the room");
-  }
+  require(result == 0 || (result % 256 != 0 && response == nullptr),
+          "a failure stays one in its low octet, and brings no response");
+  require(response == nullptr || read_all(response, length).size() <= IPC_MESSAGE_ROOM,
+          "a response is no longer than the room");
   free(response);
-  service.hear_requests();
+  hear_requests();
 }
 
 netsnmp_variable_list *receive(const IpcMessage *message, oid * /*trap_oid*/,
                                size_t * /*trap_oid_length*/, int *send) {
-  const auto *payload = static_cast<const uint8_t *>(ipc_payload_get(message));
-  const std::vector<uint8_t> readable(payload, payload + IPC_MESSAGE_ROOM);
-  require(readable.size() == IPC_MESSAGE_ROOM, "a payload fills the room");
+  read_all(ipc_payload_get(message), IPC_MESSAGE_ROOM);
   *send = 0;
   return nullptr;
 }
 
-/** The exchanges' connection is opened first. */
-int take_connection(Fd end) {
-  static bool for_exchanges = false;
-  for_exchanges = !for_exchanges;
-  Fd &peer = for_exchanges ? service.exchanges : service.notifications;
-  peer = std::move(end);
-  service.greet(peer);
-  return 0;
-}
-
-void start_agent_end() {
-  service_peer::on_connection = take_connection;
-  snmp_disable_log();
+bool start_agent_end() {
   netsnmp_ds_set_string(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_APPTYPE, "snmpd");
   netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_ALARM_DONT_USE_SIG, 1);
   configuration_tokens_register();
@@ -169,17 +137,19 @@ void start_agent_end() {
   char shortest[] = "10";
   token->parse_line(token->config_token, shortest);
   require(settings().exchange_timeout == std::chrono::milliseconds(10), "the time-out is set");
+  snmp_disable_log();
   for (const uint32_t opcode : {1407U, 1408U, 1409U}) {
     agent_notif_register(opcode, receive);
   }
+  return true;
 }
+
+// ---- Rows that come along
 
 /** A key of few values, so that some are the same. */
 std::vector<uint8_t> take_key(FuzzInput &input, const FcsKeyForm &form) {
-  std::vector<uint8_t> key(form.length());
-  for (uint8_t &octet : key) {
-    octet = std::array<uint8_t, 4>{0, 1, 2, 0xFF}[input.octet() % 4];
-  }
+  std::vector<uint8_t> key = input.octets(form.length());
+  std::ranges::transform(key, key.begin(), [](uint8_t octet) { return "\0\1\2\xFF"[octet % 4]; });
   return key;
 }
 
@@ -193,7 +163,7 @@ RowQuestion take_question(FuzzInput &input, std::vector<uint8_t> &request) {
   return *question;
 }
 
-/** Rows that come along, in order or not, and what is made of them. */
+/** Rows in order or not, and what is made of them. */
 void keep_rows(FuzzInput &input) {
   static ipc_wire::Reply reply;
   RequestRows rows;
@@ -214,15 +184,14 @@ void keep_rows(FuzzInput &input) {
   }
   for (int i = 0; i < 8; ++i) {
     const RowQuestion question = take_question(input, request);
-    const auto answer = rows.find(question);
-    if (!answer || answer->result != 0) {
-      continue;
+    if (const auto found = rows.find(question); found && found->result == 0) {
+      const size_t length = question.form->length();
+      const auto record = read_all(found->record.data(), found->record.size());
+      require(record.size() >= length && (memcmp(record.data(), question.key, length) == 0) ==
+                                             (question.operation == FCS_OP_GET),
+              "a row has a key, and is the one asked for, or another");
+      require(rows.rows_to_ask(question, 5) <= 5, "no more rows are asked for than are of use");
     }
-    const std::vector<uint8_t> readable(answer->record.begin(), answer->record.end());
-    require(readable.size() >= question.form->length(), "a row has a key");
-    const bool same = memcmp(readable.data(), question.key, question.form->length()) == 0;
-    require(same == (question.operation == FCS_OP_GET), "a row is the one asked for, or another");
-    require(rows.rows_to_ask(question, 5) <= 5, "no more rows are asked for than are of use");
   }
   rows.serve(2);
   require(!rows.find(take_question(input, request)), "another request begins without rows");
@@ -230,27 +199,22 @@ void keep_rows(FuzzInput &input) {
 
 void take_step(FuzzInput &input) {
   switch (input.octet() % 5) {
-  case 0: exchange(); break;
-  case 1:
-    service.say_several(service.exchanges, service.sequence);
-    serve_agent();
-    break;
-  case 2:
-    service.say_several(service.notifications, 0);
-    serve_agent();
-    break;
+  case 0: exchange(input); break;
+  case 1: lie(input, exchanges, sequence); break;
+  case 2: lie(input, notifications, 0); break;
   case 3: service_connection_open(); break;
   case 4: keep_rows(input); break;
   }
+  serve_agent();
 }
 
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *octets, size_t length) {
   constexpr int kMostSteps = 8;
-  [[maybe_unused]] static const bool started = (start_agent_end(), true);
+  [[maybe_unused]] static const bool started = start_agent_end();
   FuzzInput input(octets, length);
-  service.input = &input;
+  service_peer::on_connection = [&](Fd end) { return take_connection(input, std::move(end)); };
   service_connection_open();
   for (int i = 0; i < kMostSteps && !input.empty(); ++i) {
     take_step(input);

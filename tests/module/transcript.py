@@ -106,7 +106,8 @@ def abreast(texts):
     middles = [rest[:len(rest) - len(end)] for rest in rests]
     if not any(middles):
         return start
-    return start + "{" + ",".join(middles) + "}" + end if all(re.fullmatch(r"[^,{}|]+", middle) for middle in middles) else None
+    can_be_read = (start or end) and all(re.fullmatch(r"[^,{}|]+", middle) for middle in middles)
+    return start + "{" + ",".join(middles) + "}" + end if can_be_read else None
 
 
 def page_of(request, outcomes):
