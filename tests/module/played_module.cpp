@@ -16,39 +16,39 @@
 
 namespace {
 
+template <typename Table> auto entry_of(const Table &table, std::string_view name) {
+  return std::ranges::find(table, name, [](const auto &entry) { return entry.first; });
+}
+
 // ---- State
 
-struct State {
-  const char *name;
-  VsanBitmap *bits;
-  int32_t *number;
-};
-
-const State kState[] = {{"2k", &fcs_vsan_2k, nullptr},
-                        {"4k", &fcs_vsan_4k, nullptr},
-                        {"total2k", &fcs_vsan_total_2k, nullptr},
-                        {"total4k", &fcs_vsan_total_4k, nullptr},
-                        {"notif2k", &fcs_notif_2k, nullptr},
-                        {"notif4k", &fcs_notif_4k, nullptr},
-                        {"invalid2k", &fcs_invalidate_cache_2k, nullptr},
-                        {"invalid4k", &fcs_invalidate_cache_4k, nullptr},
-                        {"readable", &platform.readable, nullptr},
-                        {"lock", nullptr, &fcs_spin_lock},
-                        {"timeout", nullptr, &fcs_discovery_timeout},
-                        {"start", nullptr, &fcs_start_discovery},
-                        {"reason", nullptr, &fcs_rej_reason_code},
-                        {"explanation", nullptr, &fcs_rej_reason_code_expl},
-                        {"restricted", nullptr, &platform.restricted},
-                        {"role_fails", nullptr, &platform.role_fails},
-                        {"role_refuses_writes", nullptr, &platform.role_refuses_writes},
-                        {"notif_enabled", nullptr, &platform.notif_enabled},
-                        {"enable_result", nullptr, &platform.enable_result},
-                        {"history_filtered", nullptr, &platform.history_filtered},
-                        {"console", nullptr, &platform.console},
-                        {"failing_adds", nullptr, &platform.failing_adds},
-                        {"failing_stores", nullptr, &platform.failing_stores},
-                        {"register_result", nullptr, &register_result},
-                        {"agent_debugging", nullptr, &agent_debugging}};
+constexpr std::pair<std::string_view, VsanBitmap *> kBitmaps[] = {
+    {"2k", &fcs_vsan_2k},
+    {"4k", &fcs_vsan_4k},
+    {"total2k", &fcs_vsan_total_2k},
+    {"total4k", &fcs_vsan_total_4k},
+    {"notif2k", &fcs_notif_2k},
+    {"notif4k", &fcs_notif_4k},
+    {"invalid2k", &fcs_invalidate_cache_2k},
+    {"invalid4k", &fcs_invalidate_cache_4k},
+    {"readable", &platform.readable}};
+constexpr std::pair<std::string_view, int32_t *> kNumbers[] = {
+    {"lock", &fcs_spin_lock},
+    {"timeout", &fcs_discovery_timeout},
+    {"start", &fcs_start_discovery},
+    {"reason", &fcs_rej_reason_code},
+    {"explanation", &fcs_rej_reason_code_expl},
+    {"restricted", &platform.restricted},
+    {"role_fails", &platform.role_fails},
+    {"role_refuses_writes", &platform.role_refuses_writes},
+    {"notif_enabled", &platform.notif_enabled},
+    {"enable_result", &platform.enable_result},
+    {"history_filtered", &platform.history_filtered},
+    {"console", &platform.console},
+    {"failing_adds", &platform.failing_adds},
+    {"failing_stores", &platform.failing_stores},
+    {"register_result", &register_result},
+    {"agent_debugging", &agent_debugging}};
 
 std::vector<std::string> state_then;
 
@@ -66,8 +66,11 @@ void tell_changes() {
   std::vector<std::string> now = {"name=" +
                                       shown("text", fcs_discovery_name, strlen(fcs_discovery_name)),
                                   "pending=" + pending};
-  for (const auto &[name, bits, number] : kState) {
-    now.push_back(name + ("=" + (bits != nullptr ? shown(*bits) : std::to_string(*number))));
+  for (const auto &[name, bits] : kBitmaps) {
+    now.push_back(std::string(name) + "=" + shown(*bits));
+  }
+  for (const auto &[name, number] : kNumbers) {
+    now.push_back(std::string(name) + "=" + std::to_string(*number));
   }
   for (size_t i = 0; i < state_then.size(); ++i) {
     if (now[i] != state_then[i]) {
@@ -142,14 +145,14 @@ void list_objects(std::istream & /*in*/) {
 
 void set_state(std::istream &in) {
   const auto name = take(in);
-  const State *known = std::ranges::find(kState, name, &State::name);
-  if (known->number != nullptr) {
-    in >> *known->number;
+  if (const auto *numbers = entry_of(kNumbers, name); numbers != std::end(kNumbers)) {
+    in >> *numbers->second;
     return;
   }
-  bitmap_clear(known->bits);
+  VsanBitmap *bitmap = entry_of(kBitmaps, name)->second;
+  bitmap_clear(bitmap);
   for (int32_t bit = 0; in >> bit;) {
-    bitmap_set_bit(known->bits, bit);
+    bitmap_set_bit(bitmap, bit);
   }
 }
 
@@ -256,10 +259,8 @@ int main() {
   stderr = told_stream("2>");
   for (std::string line; std::getline(std::cin, line);) {
     std::istringstream in(line);
-    const auto name = take(in);
-    const auto *command = std::ranges::find(kCommands, name, [](const auto &c) { return c.first; });
     platform.lines.clear();
-    command->second(in);
+    entry_of(kCommands, take(in))->second(in);
     tell_changes();
     for (std::string &event : platform.lines) {
       std::ranges::replace(event, '\n', '\x1f');

@@ -1,29 +1,28 @@
-"""Transcripts: tests of the module as pages to read. A line at the margin says what is done, and behind " => " and in the
-indented lines all that came of it, in order, " | " between two events. That part is written by this interpreter, and a
-person compares it with what the module is to do.
-
-  == NAME                   Begins a test. What stands in front of the first begins them all.
-  let NAME = TEXT           From here on $NAME stands for the text.
-  STATE VALUE...            Sets state of the module or the platform: see played_module.cpp.
-  row RECORD FIELD...       The service has this row. It answers reads in the order of keys.
-  answer REQUEST -> RESULT  What it answers to requests that begin so; ": FIELD..." may follow.
-  hide FUNCTIONS            Leaves out the traces of functions that begin so, up to a "*".
-  get OBJECT.INDEX          The same for next. OBJECT@SUFFIX is an OID elsewhere, OBJECT#MAGIC an object with another magic.
-  set OBJECT.INDEX VALUE... A value may begin with its type (i: u: s: o: n:) and end with the length that the handlers are
-                            told (#2). set/12A: these phases alone.
-  notify OPCODE FIELD...    Or "none": there is no message.
-  init, deinit, wwn         The module's own functions.
-
-Several of these may share a line, " ; " between them. Of a line with alternatives, {A,B}, each is played from the state in
-front of the line. What comes of all is written once, {A,B} where it differs; or it has a "*" there, and what is an
-alternative's own stands behind a "*" and its text.
-
-Events: ":text" is a trace of the function that traced last, or of the write handler of a SET's object; "var:", "header:" and
-"write:" are functions that have traced before. "!text" is an event of the history; "1>" and "2>" are what is printed, with
-"~" for the object. "get", "next", "set", "delete" and "send" are requests, "-> 2" the result, without the lines that go with
-every exchange as long as those are right. "role" asks about the OID of the request. [1] [2] [A] [C] [F] [U] is a phase of a
-SET, with a letter for the binding. NAME=VALUE is a change of state.
-"""
+# Transcripts: tests of the module as pages to read. A line at the margin says what is done, and behind " => " and in the
+# indented lines all that came of it, in order, " | " between two events. That part is written by this interpreter, and a
+# person compares it with what the module is to do.
+#
+#   == NAME                   Begins a test. What stands in front of the first begins them all.
+#   let NAME = TEXT           From here on $NAME stands for the text.
+#   STATE VALUE...            Sets state of the module or the platform: see played_module.cpp.
+#   row RECORD FIELD...       The service has this row. It answers reads in the order of keys.
+#   answer REQUEST -> RESULT  What it answers to requests that begin so; ": FIELD..." may follow.
+#   hide FUNCTIONS            Leaves out the traces of functions that begin so, up to a "*".
+#   get OBJECT.INDEX          The same for next. OBJECT@SUFFIX is an OID elsewhere, OBJECT#MAGIC an object with another magic.
+#   set OBJECT.INDEX VALUE... A value may begin with its type (i: u: s: o: n:) and end with the length that the handlers are
+#                             told (#2). set/12A: these phases alone.
+#   notify OPCODE FIELD...    Or "none": there is no message.
+#   init, deinit, wwn         The module's own functions.
+#
+# Several of these may share a line, " ; " between them. Of a line with alternatives, {A,B}, each is played from the state in
+# front of the line. What comes of all is written once, {A,B} where it differs; or it has a "*" there, and what is an
+# alternative's own stands behind a "*" and its text.
+#
+# Events: ":text" is a trace of the function that traced last, or of the write handler of a SET's object; "var:", "header:" and
+# "write:" are functions that have traced before. "!text" is an event of the history; "1>" and "2>" are what is printed, with
+# "~" for the object. "get", "next", "set", "delete" and "send" are requests, "-> 2" the result, without the lines that go with
+# every exchange as long as those are right. "role" asks about the OID of the request. [1] [2] [A] [C] [F] [U] is a phase of a
+# SET, with a letter for the binding. NAME=VALUE is a change of state.
 import os
 import re
 
