@@ -37,7 +37,7 @@ class Player:
         self.module = module
         self.texts = {}  # Of names: those that are alternatives first, longer names first.
         self.history = []
-        self.last = ""
+        self.line = self.last = ""  # With its alternatives, and with the last of them.
 
     def take(self, line):
         """\return what comes of a line as (alternative, events), the alternative empty where they do not matter."""
@@ -48,7 +48,8 @@ class Player:
             self.texts = dict(sorted(self.texts.items(), key=lambda item: ("{" in item[1], item[0]), reverse=True))
             return []
         for name, text in self.texts.items():
-            line = line.replace(name, text) if "{" in text else line
+            line = line.replace(name, text) if re.search("[{,]", text) else line
+        self.line = line
         outcomes = self.alternatives(line)
         self.history.append(self.last)
         return outcomes
@@ -109,12 +110,12 @@ def abreast(texts):
     return start + "{" + ",".join(middles) + "}" + end if can_be_read else None
 
 
-def page_of(request, outcomes):
+def page_of(request, choices, outcomes):
     """What is common to all outcomes, then what is each one's own; several on a line where they fit."""
     if len(outcomes) == 1:
         return flow(request + " =>", outcomes[0][1], "  ")
     each = {label: events for labels, events in outcomes for label in words_of(labels, ",")}
-    columns = [each.get(label, [None]) for label in words_of(request.partition("{")[2].partition("}")[0], ",")]
+    columns = [each.get(label, [None]) for label in words_of(choices, ",")]
     events = [None not in texts and abreast(texts) for texts in zip(*columns)]
     merged = flow(request + " =>", events, "  ") if all(events) and len(set(map(len, columns))) == 1 else None
     common = [*take_common(outcomes, 0), "*", *reversed(take_common(outcomes, -1))]
@@ -144,5 +145,5 @@ def play(module, preamble, text):
         if not line.startswith("  "):
             outcomes = player.take(request)
             asks = outcomes and request.split(" ; ")[-1].startswith(ASKING)
-            page += page_of(request, outcomes) if asks else [line]
+            page += page_of(request, re.split("[{}]", player.line + "{")[1], outcomes) if asks else [line]
     return "\n".join(page) + "\n"
