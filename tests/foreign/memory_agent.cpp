@@ -6,6 +6,7 @@
 
 #include "feature/fabric_conf_server/snmp/fcs_mib.h"
 
+#include <algorithm>
 #include <cstring>
 #include <utility>
 
@@ -48,30 +49,26 @@ Reply complete_discoveries(const Request &request) {
 
 // ---- In front of the module's registrations
 
-bool is_wide(const netsnmp_variable_list &value, size_t length) {
-  return sizeof(long) > sizeof(int32_t) && value.val_len == length &&
-         (value.type == ASN_INTEGER || value.type == ASN_UNSIGNED);
-}
-
-/** Hands the handlers 32-bit integers. */
+/** Hands the handlers 32-bit integers, one binding after the other. */
 int serve(netsnmp_mib_handler *handler, netsnmp_handler_registration *registration,
           netsnmp_agent_request_info *info, netsnmp_request_info *requests) {
-  for (auto *request = requests; MODE_IS_SET(info->mode) && request != nullptr;
-       request = request->next) {
-    if (netsnmp_variable_list &value = *request->requestvb; is_wide(value, sizeof(long))) {
-      const auto word = static_cast<int32_t>(*value.val.integer);
+  int status = SNMP_ERR_NOERROR;
+  for (netsnmp_request_info *request = requests; request != nullptr; request = request->next) {
+    netsnmp_request_info *const following = std::exchange(request->next, nullptr);
+    netsnmp_variable_list &value = *request->requestvb;
+    const bool wide = MODE_IS_SET(info->mode) && sizeof(long) > sizeof(int32_t) &&
+                      (value.type == ASN_INTEGER || value.type == ASN_UNSIGNED);
+    const long whole = wide ? *value.val.integer : 0;
+    if (wide) {
+      const auto word = static_cast<int32_t>(whole);
       memcpy(value.val.integer, &word, value.val_len = sizeof(word));
     }
-  }
-  const int status = netsnmp_call_next_handler(handler, registration, info, requests);
-  for (auto *request = requests; MODE_IS_SET(info->mode) && request != nullptr;
-       request = request->next) {
-    if (netsnmp_variable_list &value = *request->requestvb; is_wide(value, sizeof(int32_t))) {
-      int32_t word = 0;
-      memcpy(&word, value.val.integer, sizeof(word));
-      *value.val.integer = word;
+    status = std::max(status, netsnmp_call_next_handler(handler, registration, info, request));
+    if (wide) {
+      *value.val.integer = whole;
       value.val_len = sizeof(long);
     }
+    request->next = following;
   }
   return status;
 }

@@ -15,7 +15,10 @@ TESTS = {f"{path.stem}_{text.split()[1]}": (path, preamble, text)
 
 @pytest.fixture(name="module", scope="session")
 def the_module():
-    return played_module.PlayedModule()
+    module = played_module.PlayedModule()
+    yield module
+    module.process.stdin.close()
+    assert module.process.wait(60) == 0, "the sanitizers tell what is wrong"
 
 
 @pytest.mark.parametrize("name", TESTS)
