@@ -54,7 +54,8 @@ def started_agent(tmp_path):
         receiver.settimeout(20)
         address = f"127.0.0.1:{free_port()}"
         configuration = tmp_path / "snmpd.conf"
-        configuration.write_text(f"agentaddress udp:{address}\nrwcommunity public\ntrap2sink 127.0.0.1:{receiver.getsockname()[1]} public\n"
+        configuration.write_text(f"agentaddress udp:{address}\nrwcommunity public\n"
+                                 f"trap2sink 127.0.0.1:{receiver.getsockname()[1]} public\n"
                                  f"dlmod memory_fcs {tmp_path}/memory_fcs.so\n")
         with open(tmp_path / "log", "w") as log:
             snmpd = subprocess.Popen(["snmpd", "-f", "-Lo", "-C", "-c", configuration], stdout=log, stderr=log,
@@ -67,7 +68,7 @@ def started_agent(tmp_path):
 
 
 def ask(address, tool, *words):
-    """\return what an SNMP tool prints for "SCALAR TYPE VALUE", and the like."""
+    """What an SNMP tool prints."""
     return run(tool, "-v2c", "-cpublic", "-On", "-r20", "-t1", address, *words, env=os.environ | {"MIBS": ""})
 
 

@@ -81,7 +81,7 @@ class PlayedModule:
         self.command("start")
 
     def command(self, *words):
-        """\return a line for everything that happened."""
+        """Gives a line for everything that happened."""
         self.process.stdin.write(" ".join(map(str, words)) + "\n")
         self.process.stdin.flush()
         lines = []
@@ -129,7 +129,7 @@ class PlayedModule:
     # ---- Commands of a transcript
 
     def take(self, step):
-        """Takes a step: see transcript.py. \return what came of it, as events."""
+        """Takes a step: see transcript.py; gives what came of it, as events."""
         what, *words = words_of(step)
         if what in ("get", "next"):
             instance = Instance(self, words[0])

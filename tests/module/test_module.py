@@ -31,7 +31,7 @@ def test_transcript(module, name):
 
 
 def steps(module, *lines):
-    """\return the events of the last step."""
+    """The events of the last step."""
     module.start()
     return [module.take(line) for line in ("hide *", *lines)][-1]
 

@@ -40,7 +40,7 @@ class Player:
         self.line = self.last = ""  # With its alternatives, and with the last of them.
 
     def take(self, line):
-        """\return what comes of a line as (alternative, events), the alternative empty where they do not matter."""
+        """Gives what comes of a line as (alternative, events), the alternative empty where they do not matter."""
         if not line or line[0] in "#=":
             return []
         if let := re.fullmatch(r"let (\w+) = (.*)", line):
@@ -99,7 +99,7 @@ def take_common(outcomes, place):
 
 
 def abreast(texts):
-    """\return texts as one, {A,B} where they differ; nothing when that cannot be read."""
+    """Texts as one, {A,B} where they differ; nothing when that cannot be read."""
     start = re.match(r"(.*[ :=(.])?", os.path.commonprefix(texts))[0] if len(set(texts)) > 1 else texts[0]
     rests = [text[len(start):] for text in texts]
     end = re.match(r"(.*[ :=).])?", os.path.commonprefix([rest[::-1] for rest in rests]))[0][::-1]
@@ -130,12 +130,12 @@ def page_of(request, choices, outcomes):
 
 
 def read(path):
-    """\return the transcript as texts: what stands in front of the tests, and each test."""
+    """The transcript as texts: what stands in front of the tests, and each test."""
     return re.split(r"^(?=== )", path.read_text(), flags=re.MULTILINE)
 
 
 def play(module, preamble, text):
-    """\return the text of a test as it would have to be for what the module does."""
+    """The text of a test as it would have to be for what the module does."""
     player = Player(module)
     page = []
     for line in preamble.splitlines():
