@@ -47,7 +47,7 @@ def test_top_builds_with_the_rest_deleted(tmp_path):
 
 @pytest.fixture(name="agent")
 def started_agent(tmp_path):
-    """\\return the address of an snmpd that has loaded the platform in memory, and where its notifications arrive."""
+    """The address of an snmpd that has loaded the platform in memory, and where its notifications arrive."""
     build(ROOT / "tests/foreign", tmp_path)
     with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as receiver:
         receiver.bind(("127.0.0.1", 0))
