@@ -100,7 +100,8 @@ static std::string shown(const Request &asked) {
 static std::string shown(const Reply &reply) {
   const Bytes response = reply.response.value_or(Bytes());
   int32_t word = 0;
-  memcpy(&word, response.data(), std::min(response.size(), sizeof(word)));
+  std::copy_n(response.data(), std::min(response.size(), sizeof(word)),
+              reinterpret_cast<uint8_t *>(&word));
   return (reply.result == 0 ? "" : " -> " + std::to_string(reply.result)) +
          " | len = " + std::to_string(response.size()) + " val = " + std::to_string(word);
 }
