@@ -2,6 +2,7 @@
 #include "fcsctl.h"
 #include "map/dot_program.h"
 #include "map/map_dot.h"
+#include "map/map_page.h"
 #include "map_source.h"
 #include "open_store.h"
 #include "output.h"
@@ -87,9 +88,9 @@ std::vector<fcs::Vsan> choose_vsans(fcs::FabricSource &fabric, const VsanList &w
   return chosen;
 }
 
-void write_graph(fcs::FabricSource &fabric, const std::vector<fcs::Vsan> &vsans,
-                 fabric_map::Detail detail, std::ostream &out) {
-  fabric_map::DotWriter writer(out, detail);
+/** Has a writer of maps write the VSANs. */
+template <typename Writer>
+void write_map(Writer writer, fcs::FabricSource &fabric, const std::vector<fcs::Vsan> &vsans) {
   for (const fcs::Vsan &vsan : vsans) {
     writer.add(read_for_map(fabric, vsan));
   }
@@ -98,13 +99,20 @@ void write_graph(fcs::FabricSource &fabric, const std::vector<fcs::Vsan> &vsans,
 
 void draw(fcs::FabricSource &fabric, const Options &options, const WorkingDirectory &directory) {
   const std::vector<fcs::Vsan> vsans = choose_vsans(fabric, options.vsans);
-  const auto write = [&](std::ostream &out) { write_graph(fabric, vsans, options.detail, out); };
+  if (options.format == "html") {
+    write_output(options.output,
+                 [&](std::ostream &out) { write_map(fabric_map::PageWriter(out), fabric, vsans); });
+    return;
+  }
+  const auto write_graph = [&](std::ostream &out) {
+    write_map(fabric_map::DotWriter(out, options.detail), fabric, vsans);
+  };
   if (options.format == "dot") {
-    write_output(options.output, write);
+    write_output(options.output, write_graph);
     return;
   }
   const std::string graph = directory.path("fabric.dot");
-  write_output(graph, write);
+  write_output(graph, write_graph);
   write_output(options.output,
                [&](std::ostream &out) { fabric_map::run_dot(graph, options.format, out); });
 }
@@ -133,12 +141,20 @@ void add_map(CLI::App &app, const Places &places) {
   command->add_flag_callback(
       "--summary", [options] { options->detail = fabric_map::Detail::kSummary; },
       "Only the elements of each VSAN, with their links bundled");
-  command->add_option("--format", options->format, "What to write: a graph, or a drawing of it")
-      ->check(cli::one_of({"dot", "svg"}))
+  command
+      ->add_option("--format", options->format,
+                   "What to write: a graph, a drawing of it, or a page for a browser")
+      ->check(cli::one_of({"dot", "svg", "html"}))
       ->type_name("FORMAT");
   command->add_option("--output", options->output, "File to write; - for standard output")
       ->type_name("PATH");
-  command->callback([options, &places] { map_fabric(*options, places.store); });
+  command->callback([options, &places] {
+    if (options->format == "html" && options->detail == fabric_map::Detail::kSummary) {
+      throw CLI::ValidationError("--summary", "not with --format html: a page shows the links "
+                                              "bundled, and ports when they are asked for");
+    }
+    map_fabric(*options, places.store);
+  });
 }
 
 } // namespace fcsctl

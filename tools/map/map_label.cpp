@@ -1,6 +1,6 @@
 #include "map_label.h"
 
-#include <cstdint>
+#include "name_text.h"
 
 namespace fabric_map {
 
@@ -10,60 +10,12 @@ constexpr size_t kLineLength = 28;
 constexpr size_t kShortLine = 20; ///< Long enough to end where a word does.
 constexpr size_t kLines = 3;
 
-/** Length of the UTF-8 sequence that begins the octets; 0 when they begin with none. */
-size_t sequence_length(std::string_view octets) {
-  const auto at = [octets](size_t i) {
-    return i < octets.size() ? static_cast<uint8_t>(octets[i]) : uint8_t{0};
-  };
-  const uint8_t first = at(0);
-  const size_t length = first < 0x80                    ? 1
-                        : first >= 0xC2 && first < 0xE0 ? 2
-                        : first >= 0xE0 && first < 0xF0 ? 3
-                        : first >= 0xF0 && first < 0xF5 ? 4
-                                                        : 0;
-  for (size_t i = 1; i < length; ++i) {
-    if ((at(i) & 0xC0) != 0x80) {
-      return 0;
-    }
-  }
-  // Overlong forms, surrogates, and what lies beyond the last code point.
-  const bool wrong = (first == 0xE0 && at(1) < 0xA0) || (first == 0xED && at(1) > 0x9F) ||
-                     (first == 0xF0 && at(1) < 0x90) || (first == 0xF4 && at(1) > 0x8F);
-  return wrong ? 0 : length;
-}
-
-/** Controls, and the two characters of the base plane that XML forbids. */
-bool is_unprintable(std::string_view character) {
-  const auto first = static_cast<uint8_t>(character[0]);
-  return first < 0x20 || first == 0x7F || (character.size() == 2 && character < "\xC2\xA0") ||
-         character == "\xEF\xBF\xBE" || character == "\xEF\xBF\xBF";
-}
-
-std::string in_brackets(std::string_view octets) {
-  constexpr char kDigits[] = "0123456789abcdef";
-  std::string text = "[";
-  for (const char octet : octets) {
-    const auto value = static_cast<uint8_t>(octet);
-    text += {kDigits[value >> 4], kDigits[value & 0xF]};
-  }
-  return text + "]";
-}
-
 bool can_break_before(std::string_view octets) {
   return std::string_view(" .-/").find(octets[0]) != std::string_view::npos;
 }
 
-/** What shows the first character; `length` tells how many octets that took. */
-std::string show_character(std::string_view octets, size_t &length) {
-  length = sequence_length(octets);
-  if (length == 0) {
-    length = 1;
-    return in_brackets(octets.substr(0, 1));
-  }
-  const std::string_view character = octets.substr(0, length);
-  if (is_unprintable(character)) {
-    return in_brackets(character);
-  }
+/** A character as Graphviz takes it. */
+std::string escape(const std::string &character) {
   switch (character[0]) {
   case '&': return "&amp;";
   case '<': return "&lt;";
@@ -71,7 +23,7 @@ std::string show_character(std::string_view octets, size_t &length) {
   case '"': return "&quot;";
   // Labels lose blanks at their ends, and may not consist of blanks alone.
   case ' ': return "&#160;";
-  default: return std::string(character);
+  default: return character;
   }
 }
 
@@ -81,7 +33,7 @@ std::string label_name(std::string_view octets) {
   std::string text;
   size_t line = 1;
   size_t column = 0;
-  for (size_t length = 0; !octets.empty(); octets.remove_prefix(length)) {
+  while (!octets.empty()) {
     if (column == kLineLength || (column >= kShortLine && can_break_before(octets))) {
       if (line++ == kLines) {
         return text + "&#8230;";
@@ -89,7 +41,7 @@ std::string label_name(std::string_view octets) {
       text += "<BR/>";
       column = 0;
     }
-    text += show_character(octets, length);
+    text += escape(take_character(octets));
     ++column;
   }
   return text;

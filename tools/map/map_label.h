@@ -9,9 +9,8 @@
 namespace fabric_map {
 
 /**
- * A name as a label shows it exactly as it is, whatever its octets are: broken into lines, and cut
- * with an ellipsis after a few. Octets that are no UTF-8 and characters that cannot be shown become
- * [hh], their octets in hexadecimal.
+ * A name's text (name_text.h) as a label shows it exactly as it is: broken into lines, and cut with
+ * an ellipsis after a few.
  */
 std::string label_name(std::string_view octets);
 

@@ -26,8 +26,8 @@ public:
     }
     for_each_port([this](PortPlace place, const Port &port) { ports_.emplace(port.wwn, place); });
     for_each_port([this](PortPlace place, const Port &port) {
-      for (const std::string &attached : port.attached) {
-        attach(place, attached);
+      for (size_t name = 0; name < port.attached.size(); ++name) {
+        attach(place, name, port.attached[name]);
       }
     });
     wiring_.links.assign(links_.begin(), links_.end());
@@ -43,12 +43,12 @@ private:
     }
   }
 
-  void attach(PortPlace place, const std::string &wwn) {
+  void attach(PortPlace place, size_t name, const std::string &wwn) {
     const auto peer = ports_.find(wwn);
     if (peer != ports_.end()) {
       links_.insert({std::min(place, peer->second), std::max(place, peer->second)});
     } else {
-      wiring_.attachments.push_back({place, device_of(wwn)});
+      wiring_.attachments.push_back({place, name, device_of(wwn)});
     }
   }
 

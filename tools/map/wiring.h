@@ -28,6 +28,7 @@ struct Link {
 /** What is attached to a port of an element without being an element's port itself. */
 struct Attachment {
   PortPlace port;
+  size_t name;   ///< Its port's, by the place among the names that are attached to the port.
   size_t device; ///< A platform of the VSAN or, counted on from these, a stranger.
 };
 
