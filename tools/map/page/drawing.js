@@ -15,7 +15,8 @@ function pathOf({ startPoint, bendPoints = [], endPoint }) {
   const points = [startPoint, ...bendPoints, endPoint].map(({ x, y }) => [x, y]);
   const path = d3.path();
   path.moveTo(...points[0]);
-  for (let i = 1; i < points.length; i += 3) { // The controls of cubic curves, of which the last may lack some.
+  for (let i = 1; i < points.length; i += 3) {
+    // The controls of cubic curves, of which the last may lack some.
     const [a, b, c] = [points[i], points[i + 1] ?? points.at(-1), points[i + 2] ?? points.at(-1)];
     path.bezierCurveTo(...a, ...b, ...c);
   }
@@ -29,8 +30,10 @@ function drawBundles(vsan, edges) {
     .join("g")
     .attr("class", "bundle")
     .attr("role", "img")
-    .attr("aria-label", ({ from, to, text }) =>
-      `Links between ${nameOf(vsan.elements[from])} and ${nameOf(vsan.elements[to])}: ${text}`)
+    .attr(
+      "aria-label",
+      ({ from, to, text }) => `Links between ${nameOf(vsan.elements[from])} and ${nameOf(vsan.elements[to])}: ${text}`,
+    )
     .attr("color", ({ state }) => lineOf(state).colour);
   bundles
     .append("path")
@@ -49,7 +52,11 @@ function drawBundles(vsan, edges) {
   labels.each(function ({ state }) {
     addMark(d3.select(this), state, 8).attr("transform", "translate(10,9)");
   });
-  labels.append("text").attr("x", 18).attr("y", 13).text(({ text }) => text);
+  labels
+    .append("text")
+    .attr("x", 18)
+    .attr("y", 13)
+    .text(({ text }) => text);
 }
 
 /** A card says of an element what can be said without its ports. */
@@ -57,17 +64,29 @@ function fillCard(card, element, counts) {
   card.append("title").text(`${nameOf(element)}\n${wwnText(element.wwn)}`);
   card.append("rect").attr("class", "body").attr("width", CARD.width).attr("height", CARD.height).attr("rx", 8);
   const band = card.append("g").attr("class", "band").attr("color", element.look.text);
-  band.append("path").attr("d", `M0,28V8a8,8 0 0 1 8,-8H${CARD.width - 8}a8,8 0 0 1 8,8V28z`).attr("fill", element.look.fill);
+  band
+    .append("path")
+    .attr("d", `M0,28V8a8,8 0 0 1 8,-8H${CARD.width - 8}a8,8 0 0 1 8,8V28z`)
+    .attr("fill", element.look.fill);
   const name = nameOf(element);
   const shown = [...name].length > NAME_LENGTH ? `${[...name].slice(0, NAME_LENGTH - 1).join("")}…` : name;
-  band.append("text").attr("x", 10).attr("y", 19).attr("class", element.name ? "name" : "name none").text(shown);
+  band
+    .append("text")
+    .attr("x", 10)
+    .attr("y", 19)
+    .attr("class", element.name ? "name" : "name none")
+    .text(shown);
   card.append("text").attr("class", "wwn").attr("x", 10).attr("y", 45).text(wwnText(element.wwn));
   card.append("text").attr("x", 10).attr("y", 61).text(descriptionOf(element).join(" · "));
   const states = card.append("g").attr("class", "states").attr("transform", "translate(15,77)");
   let x = 0;
   for (const { state, count } of counts) {
     addMark(states, state).attr("transform", `translate(${x},0)`);
-    states.append("text").attr("x", x + 8).attr("y", 4).text(count);
+    states
+      .append("text")
+      .attr("x", x + 8)
+      .attr("y", 4)
+      .text(count);
     x += 20 + 7 * String(count).length;
   }
 }
@@ -79,7 +98,12 @@ function descriptionOf({ type, domain, isLocal }) {
 /** All that a card shows, for who does not see it. */
 function cardText(element, counts) {
   const ports = counted(element.ports.length, "port");
-  return [nameOf(element), ...descriptionOf(element), ports, ...counts.map(({ state, count }) => `${count} ${state}`)].join(", ");
+  return [
+    nameOf(element),
+    ...descriptionOf(element),
+    ports,
+    ...counts.map(({ state, count }) => `${count} ${state}`),
+  ].join(", ");
 }
 
 function drawCards(vsan, nodes, choose) {
@@ -132,7 +156,10 @@ function nearest(card, [right, down]) {
 
 /** Gives an element's card the keyboard's focus. */
 export function focusOn(place) {
-  cards?.filter(({ element }) => element.place === place).node()?.focus();
+  cards
+    ?.filter(({ element }) => element.place === place)
+    .node()
+    ?.focus();
 }
 
 /** Shows which element is chosen, and its lines; null for none. */

@@ -70,7 +70,9 @@ export function linksOf(vsan, place) {
 export function placesOfDevices(vsan) {
   const places = vsan.devices.map(() => []);
   for (const { place, ports } of vsan.elements) {
-    ports.forEach((port, i) => attachedTo(port).forEach(({ device }) => places[device].push({ element: place, port: i })));
+    ports.forEach((port, i) =>
+      attachedTo(port).forEach(({ device }) => places[device].push({ element: place, port: i })),
+    );
   }
   return places;
 }

@@ -16,15 +16,25 @@ function show(title, ...content) {
 }
 
 const stateList = (counts) =>
-  make("ul", { class: "states" }, ...counts.map(({ state, count }) => make("li", {}, markOf(state), `${count.toLocaleString("en")} ${state}`)));
+  make(
+    "ul",
+    { class: "states" },
+    ...counts.map(({ state, count }) => make("li", {}, markOf(state), `${count.toLocaleString("en")} ${state}`)),
+  );
 
 /** Where a device is attached; many places are listed when they are asked for. */
 function describePlaces(vsan, places, goTo) {
-  const lines = () => places.map((place) => {
-    const element = vsan.elements[place.element];
-    const { number } = portOf(vsan, element.ports[place.port]);
-    return make("div", {}, link(nameOf(element), () => goTo(place)), ` port ${number}`);
-  });
+  const lines = () =>
+    places.map((place) => {
+      const element = vsan.elements[place.element];
+      const { number } = portOf(vsan, element.ports[place.port]);
+      return make(
+        "div",
+        {},
+        link(nameOf(element), () => goTo(place)),
+        ` port ${number}`,
+      );
+    });
   if (places.length <= FEW_PLACES) {
     return places.length ? lines() : ["not attached"];
   }
@@ -34,10 +44,18 @@ function describePlaces(vsan, places, goTo) {
 }
 
 function describePlatform(vsan, device, places, goTo) {
-  return make("tr", {},
-    make("th", { scope: "row" }, make("span", { class: "swatch", style: `background:${device.look.fill}` }), bdi(deviceName(device))),
+  return make(
+    "tr",
+    {},
+    make(
+      "th",
+      { scope: "row" },
+      make("span", { class: "swatch", style: `background:${device.look.fill}` }),
+      bdi(deviceName(device)),
+    ),
     make("td", {}, device.type),
-    make("td", {}, ...describePlaces(vsan, places, goTo)));
+    make("td", {}, ...describePlaces(vsan, places, goTo)),
+  );
 }
 
 /** Shows a VSAN as a whole, with its platforms. */
@@ -46,27 +64,52 @@ export function showVsan(vsan, goTo) {
   const places = placesOfDevices(vsan);
   const platforms = vsan.devices.slice(0, vsan.platforms.length);
   const head = make("tr", {}, ...["Platform", "Type", "Attached to"].map((text) => make("th", { scope: "col" }, text)));
-  show(`VSAN ${vsan.id}`,
+  show(
+    `VSAN ${vsan.id}`,
     facts([
       ["Discovery", figures.discovery],
       ["Elements", String(figures.elements)],
       ["Links", figures.links.toLocaleString("en")],
       ["Ports", stateList(namedCounts(figures.ports))],
-      ["Devices", `${counted(figures.platforms, "platform")}, ${counted(vsan.strangers.length, "port")} of no platform`],
+      [
+        "Devices",
+        `${counted(figures.platforms, "platform")}, ${counted(vsan.strangers.length, "port")} of no platform`,
+      ],
     ]),
-    make("p", { class: "hint" }, "Choose an element, with the pointer or with Tab, arrow keys and Enter, to see its ports."),
+    make(
+      "p",
+      { class: "hint" },
+      "Choose an element, with the pointer or with Tab, arrow keys and Enter, to see its ports.",
+    ),
     ...(platforms.length
-      ? [make("table", {}, make("thead", {}, head),
-          make("tbody", {}, ...platforms.map((device, i) => describePlatform(vsan, device, places[i], goTo))))]
-      : []));
+      ? [
+          make(
+            "table",
+            {},
+            make("thead", {}, head),
+            make("tbody", {}, ...platforms.map((device, i) => describePlatform(vsan, device, places[i], goTo))),
+          ),
+        ]
+      : []),
+  );
 }
 
 function linkList(vsan, element, goTo) {
   const bundles = vsan.bundles.filter(({ from, to }) => from === element.place || to === element.place);
-  return make("ul", { class: "links" }, ...bundles.map(({ from, to, state, text }) => {
-    const other = from === element.place ? to : from;
-    return make("li", {}, markOf(state), link(nameOf(vsan.elements[other]), () => goTo({ element: other, port: null })), ` ${text}`);
-  }));
+  return make(
+    "ul",
+    { class: "links" },
+    ...bundles.map(({ from, to, state, text }) => {
+      const other = from === element.place ? to : from;
+      return make(
+        "li",
+        {},
+        markOf(state),
+        link(nameOf(vsan.elements[other]), () => goTo({ element: other, port: null })),
+        ` ${text}`,
+      );
+    }),
+  );
 }
 
 /**
@@ -75,15 +118,28 @@ function linkList(vsan, element, goTo) {
  * @param close is called when the user leaves the element.
  */
 export function showElement(vsan, element, port, goTo, close) {
-  const back = make("button", { type: "button", class: "close", "aria-label": "Back to the VSAN", title: "Back to the VSAN (Esc)", onclick: close }, "×");
-  const heading = show(bdi(nameOf(element)), back,
+  const back = make(
+    "button",
+    {
+      type: "button",
+      class: "close",
+      "aria-label": "Back to the VSAN",
+      title: "Back to the VSAN (Esc)",
+      onclick: close,
+    },
+    "×",
+  );
+  const heading = show(
+    bdi(nameOf(element)),
+    back,
     facts([
       ["World-wide name", make("span", { class: "wwn" }, wwnText(element.wwn))],
       ["Type", element.isLocal ? `${element.type}, the local one` : element.type],
       ["Domain", element.domain ? String(element.domain) : "none"],
       ["Links", linkList(vsan, element, goTo)],
     ]),
-    portTable(vsan, element, port, goTo));
+    portTable(vsan, element, port, goTo),
+  );
   const target = panel.querySelector("[aria-current]") ?? heading;
   target.focus();
   target.scrollIntoView({ block: target === heading ? "nearest" : "center" });

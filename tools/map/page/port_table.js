@@ -14,16 +14,29 @@ function describeDevice(vsan, { wwn, device }) {
 function describeLink(vsan, end, goTo) {
   const element = vsan.elements[end.element];
   const { number } = portOf(vsan, element.ports[end.port]);
-  return make("div", {}, "linked to ", link(nameOf(element), () => goTo(end)), ` port ${number}`);
+  return make(
+    "div",
+    {},
+    "linked to ",
+    link(nameOf(element), () => goTo(end)),
+    ` port ${number}`,
+  );
 }
 
 function rowOf(vsan, port, ends, goTo) {
-  return make("tr", {},
+  return make(
+    "tr",
+    {},
     make("th", { scope: "row" }, String(port.number)),
     make("td", { class: "state" }, markOf(port.state), port.state),
     make("td", {}, port.type, make("div", { class: "wwn" }, wwnText(port.wwn))),
-    make("td", {}, ...ends.map((end) => describeLink(vsan, end, goTo)),
-      ...port.attached.map((attached) => describeDevice(vsan, attached))));
+    make(
+      "td",
+      {},
+      ...ends.map((end) => describeLink(vsan, end, goTo)),
+      ...port.attached.map((attached) => describeDevice(vsan, attached)),
+    ),
+  );
 }
 
 /**
@@ -37,8 +50,10 @@ export function portTable(vsan, element, chosen, goTo) {
   const more = make("button", { type: "button", onclick: () => show(AT_ONCE) });
   const filter = make("select", { "aria-label": "Ports to show", onchange: () => start() });
   const states = [...new Set(element.ports.map((port) => vsan.words[port[3]]))];
-  filter.append(make("option", { value: "" }, `all ${element.ports.length}`),
-    ...states.sort((a, b) => rankOf(a) - rankOf(b)).map((state) => make("option", {}, state)));
+  filter.append(
+    make("option", { value: "" }, `all ${element.ports.length}`),
+    ...states.sort((a, b) => rankOf(a) - rankOf(b)).map((state) => make("option", {}, state)),
+  );
   let waiting = [];
 
   function show(count) {
@@ -56,13 +71,23 @@ export function portTable(vsan, element, chosen, goTo) {
 
   function start() {
     body.replaceChildren();
-    waiting = [...element.ports.keys()].filter((i) => !filter.value || vsan.words[element.ports[i][3]] === filter.value);
+    waiting = [...element.ports.keys()].filter(
+      (i) => !filter.value || vsan.words[element.ports[i][3]] === filter.value,
+    );
     show(Math.max(AT_ONCE, (chosen ?? 0) + 1));
   }
 
   start();
-  const head = make("tr", {}, ...["Port", "State", "Type, name", "At the other end"].map((text) => make("th", { scope: "col" }, text)));
-  return make("section", { "aria-label": "Ports" },
+  const head = make(
+    "tr",
+    {},
+    ...["Port", "State", "Type, name", "At the other end"].map((text) => make("th", { scope: "col" }, text)),
+  );
+  return make(
+    "section",
+    { "aria-label": "Ports" },
     make("div", { class: "bar" }, make("h3", {}, "Ports"), filter),
-    make("table", {}, make("thead", {}, head), body), more);
+    make("table", {}, make("thead", {}, head), body),
+    more,
+  );
 }

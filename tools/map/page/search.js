@@ -34,7 +34,12 @@ function* findInVsan(id, { name, digits, domain, vsan: wanted }) {
   for (const { place, ...element } of vsan.elements) {
     const hit = { vsan: id, element: place, port: null };
     if (element.domain === domain || named(element.name) || has(element.wwn)) {
-      yield { ...hit, kind: "element", name: nameOf(element), note: `${element.type}, domain ${element.domain || "none"}, ${wwnText(element.wwn)}` };
+      yield {
+        ...hit,
+        kind: "element",
+        name: nameOf(element),
+        note: `${element.type}, domain ${element.domain || "none"}, ${wwnText(element.wwn)}`,
+      };
     }
     for (let port = 0; digits !== null && port < element.ports.length; ++port) {
       const [wwn, number] = element.ports[port];
@@ -50,7 +55,13 @@ function* findInVsan(id, { name, digits, domain, vsan: wanted }) {
     if (named(device.name) || device.nodes.some(has)) {
       places ??= placesOfDevices(vsan);
       const place = places[i][0] ?? { element: null, port: null };
-      yield { vsan: id, ...place, kind: "platform", name: deviceName(device), note: `${device.type}${places[i].length ? "" : ", not attached"}` };
+      yield {
+        vsan: id,
+        ...place,
+        kind: "platform",
+        name: deviceName(device),
+        note: `${device.type}${places[i].length ? "" : ", not attached"}`,
+      };
     }
   }
 }
@@ -77,9 +88,19 @@ async function find(text) {
 
 function show(all, choose) {
   const text = query.value.trim();
-  hits.replaceChildren(...all.slice(0, SHOWN).map((hit, i) =>
-    make("li", { role: "option", id: `hit-${i}`, "aria-selected": i === 0, onclick: () => take(hit, choose) },
-      make("span", { class: "kind" }, hit.kind), bdi(hit.name), make("small", {}, bdi(`${hit.note}${hit.note ? ", " : ""}VSAN ${hit.vsan}`)))));
+  hits.replaceChildren(
+    ...all
+      .slice(0, SHOWN)
+      .map((hit, i) =>
+        make(
+          "li",
+          { role: "option", id: `hit-${i}`, "aria-selected": i === 0, onclick: () => take(hit, choose) },
+          make("span", { class: "kind" }, hit.kind),
+          bdi(hit.name),
+          make("small", {}, bdi(`${hit.note}${hit.note ? ", " : ""}VSAN ${hit.vsan}`)),
+        ),
+      ),
+  );
   const number = all.length.toLocaleString("en");
   found.textContent = all.length > SHOWN ? `${number} found, the first ${SHOWN} are shown` : `${number} found`;
   results.hidden = text === "";

@@ -47,7 +47,11 @@ const BY_KEY = {
   "-": () => target(true).call(zoom.scaleBy, 1 / 1.4),
   0: () => fit(size, true),
 };
-for (const [button, key] of [["zoom-in", "+"], ["zoom-out", "-"], ["zoom-fit", "0"]]) {
+for (const [button, key] of [
+  ["zoom-in", "+"],
+  ["zoom-out", "-"],
+  ["zoom-fit", "0"],
+]) {
   document.getElementById(button).addEventListener("click", BY_KEY[key]);
 }
 svg.on("keydown.zoom", ({ key }) => BY_KEY[key]?.());
