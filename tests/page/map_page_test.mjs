@@ -5,7 +5,7 @@ import { mkdtempSync, readFileSync, rmSync } from "node:fs";
 import { createRequire } from "node:module";
 import { tmpdir } from "node:os";
 import { join } from "node:path";
-import { after, before, test } from "node:test";
+import { after, afterEach, before, test } from "node:test";
 import { fileURLToPath } from "node:url";
 
 const ROOT = fileURLToPath(new URL("../..", import.meta.url));
@@ -20,6 +20,8 @@ before(async () => {
   const args = process.getuid() === 0 ? ["--no-sandbox"] : []; // Root has no use of it.
   browser = await chromium.launch({ executablePath: "/usr/bin/chromium", args });
 });
+
+afterEach(() => assert.deepEqual(complaints, []));
 
 after(async () => {
   await browser?.close();
@@ -78,7 +80,6 @@ test("a pointer chooses VSANs, elements and what their ports lead to", async () 
     return items.map((item) => shape(item) + item.querySelector("line").getAttribute("stroke-dasharray"));
   });
   assert.equal(new Set(signs).size, 6, "states differ where colours are not seen");
-  assert.deepEqual(complaints, []);
 });
 
 test("a search finds whatever has a name or a number", async () => {
@@ -99,7 +100,6 @@ test("a search finds whatever has a name or a number", async () => {
   await drawn(2100);
   await query().fill("no such name");
   await page.getByText("0 found").waitFor();
-  assert.deepEqual(complaints, []);
 });
 
 test("the keyboard alone reaches everything", async () => {
@@ -119,7 +119,6 @@ test("the keyboard alone reaches everything", async () => {
   await press("Escape", "Shift+Tab", "ArrowUp");
   await drawn(1);
   await details().getByRole("heading", { name: "VSAN 1" }).waitFor();
-  assert.deepEqual(complaints, []);
 });
 
 test("names do no harm, whatever their octets are", async () => {
@@ -143,5 +142,4 @@ test("names do no harm, whatever their octets are", async () => {
     assert.equal(await details().locator("h2").textContent(), shown);
   }
   assert.equal(await page.locator("img").count(), 0);
-  assert.deepEqual(complaints, []);
 });

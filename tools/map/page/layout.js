@@ -19,14 +19,10 @@ const OPTIONS = {
 const NARROW = { "elk.layered.nodePlacement.strategy": "LINEAR_SEGMENTS" };
 const MANY = 60;
 
-let elk = null;
-let busy = false;
+const startElk = (worker) => new ELK({ workerFactory: () => worker, algorithms: ["layered"] });
 
-function startElk() {
-  const program = new Blob([document.getElementById("elk-worker").textContent], { type: "text/javascript" });
-  const url = URL.createObjectURL(program);
-  return new ELK({ workerFactory: () => new Worker(url), algorithms: ["layered"] });
-}
+let elk = startElk(firstElkWorker);
+let busy = false;
 
 /** Elements stay in the rows that they came in. */
 const cardOf = ({ place, row }) => ({
@@ -58,9 +54,8 @@ const graphOf = ({ elements, bundles }) => ({
 export async function layOut(vsan) {
   if (busy) {
     elk.terminateWorker();
-    elk = null;
+    elk = startElk(startElkWorker());
   }
-  elk ??= startElk();
   busy = true;
   const graph = await elk.layout(graphOf(vsan));
   busy = false;
