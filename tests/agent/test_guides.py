@@ -65,7 +65,8 @@ README_SHOWS = [
     ("snmptable", r"(?s)\A(?!.*not increasing).*21:1:0:0:5e:0:53:1"),
     ("snmpwalk", r"(?s)\A(?!.*Type\.2100\.).*Type\.100\."),
     ("build/lab/fcsctl status", "fabric +3 VSANs"),
-    ("build/lab/fcsctl map", "^$"),
+    ("build/lab/fcsctl map --format svg", "^$"),
+    ("build/lab/fcsctl map --format html", "^$"),
     ("build/lab/fcsctl export", "^$"),
     ("build/lab/fcsctl import", "imported 3 VSANs"),
     ("build/lab/fcsctl generate", "^$"),
@@ -97,5 +98,5 @@ def test_the_readme_is_true(lab, checkout):
         for number, (start, shown) in enumerate(README_SHOWS):
             eventually(lambda: re.search(shown, (checkout / f"output{number}").read_text()))
             assert "failed\n" not in (checkout / f"output{number}").read_text()
-    assert "<svg" in (checkout / "fabric.svg").read_text()
+    assert "<svg" in (checkout / "fabric.svg").read_text() and "vsan-2100" in (checkout / "fabric.html").read_text()
     assert len(json.loads((checkout / "big.json").read_text())["vsans"]) == 40

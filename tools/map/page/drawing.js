@@ -4,7 +4,6 @@ import { addMark, countStates, lineOf } from "./states.js";
 import { counted, nameOf, wwnText } from "./text.js";
 import { bringIntoView, fit, layer } from "./zoom.js";
 
-const NAME_LENGTH = 24;
 const KEYS = { ArrowLeft: [-1, 0], ArrowRight: [1, 0], ArrowUp: [0, -1], ArrowDown: [0, 1] };
 
 const svg = d3.select("#drawing");
@@ -68,14 +67,15 @@ function fillCard(card, element, counts) {
     .append("path")
     .attr("d", `M0,28V8a8,8 0 0 1 8,-8H${CARD.width - 8}a8,8 0 0 1 8,8V28z`)
     .attr("fill", element.look.fill);
-  const name = nameOf(element);
-  const shown = [...name].length > NAME_LENGTH ? `${[...name].slice(0, NAME_LENGTH - 1).join("")}…` : name;
   band
+    .append("svg") // Which cuts a long name off.
+    .attr("width", CARD.width - 8)
+    .attr("height", 28)
     .append("text")
     .attr("x", 10)
     .attr("y", 19)
     .attr("class", element.name ? "name" : "name none")
-    .text(shown);
+    .text(nameOf(element));
   card.append("text").attr("class", "wwn").attr("x", 10).attr("y", 45).text(wwnText(element.wwn));
   card.append("text").attr("x", 10).attr("y", 61).text(descriptionOf(element).join(" · "));
   const states = card.append("g").attr("class", "states").attr("transform", "translate(15,77)");

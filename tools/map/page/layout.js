@@ -1,6 +1,6 @@
 /** Where the elements of a VSAN and the lines between them go: ELK finds that out, in a worker. */
 
-export const CARD = { width: 190, height: 92 };
+export const CARD = { width: 200, height: 92 };
 const LABEL = { height: 18, octet: 6.1, mark: 20 };
 
 const OPTIONS = {
@@ -8,6 +8,7 @@ const OPTIONS = {
   "elk.direction": "DOWN",
   "elk.edgeRouting": "SPLINES",
   "elk.partitioning.activate": "true",
+  "elk.layered.thoroughness": "1", // One try: more of them take longer than they are worth.
   "elk.spacing.nodeNode": "24",
   "elk.spacing.edgeNode": "8",
   "elk.spacing.edgeEdge": "8",
