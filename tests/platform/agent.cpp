@@ -1,8 +1,10 @@
 #include "agent.h"
 
 #include "platform/linux/roles/roles.h"
+#include "platform/linux/settings/settings.h"
+#include "tests/service_peer.h"
 
-#include <filesystem>
+#include <utility>
 
 using namespace std::chrono;
 
@@ -10,12 +12,23 @@ namespace {
 
 constexpr auto kStart = 1'700'000'000s; ///< Behind the Epoch.
 nanoseconds passed;
-std::string logged;
 
 const Name kRoot = {1, 3, 6, 1, 4, 1, 32473, 1, 1};
 
 int keep_line(int /*major*/, int /*minor*/, void *message, void * /*client*/) {
-  logged += static_cast<snmp_log_message *>(message)->msg;
+  static const char *const levels[] = {"emerg",   "alert",  "crit", "error",
+                                       "warning", "notice", "info", "debug"};
+  static bool in_line;
+  const auto &logged = *static_cast<snmp_log_message *>(message);
+  std::string text = logged.msg;
+  const bool ends = text.ends_with('\n');
+  text.resize(text.size() - (ends ? 1 : 0));
+  if (in_line) {
+    Agent::events.back() += text;
+  } else {
+    Agent::events.push_back(std::string(levels[logged.priority]) + " " + text);
+  }
+  in_line = !ends;
   return SNMPERR_SUCCESS;
 }
 
@@ -30,6 +43,13 @@ void start_library() {
   snmp_register_callback(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_LOGGING, keep_line, nullptr);
 }
 
+std::string new_directory() {
+  std::string path = std::filesystem::temp_directory_path() / "fcs-agent-XXXXXX";
+  return mkdtemp(path.data()) == nullptr
+             ? throw std::filesystem::filesystem_error(path, std::make_error_code(std::errc(errno)))
+             : path;
+}
+
 } // namespace
 
 /** In place of the C library's: of whatever clock, it is as late as the tests have made it. */
@@ -39,24 +59,20 @@ extern "C" int clock_gettime(clockid_t /*clock*/, timespec *now) noexcept {
   return 0;
 }
 
-Agent::Agent() {
+Agent::Agent() : directory(new_directory()) {
   [[maybe_unused]] static const bool started = (start_library(), true);
-  EXPECT_NE(mkdtemp(directory_), nullptr);
   netsnmp_ds_set_string(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_OPTIONALCONFIG, nullptr);
+  set_persistent_directory(directory.c_str());
   settings_for_change() = Settings();
   roles_reset();
-  logged.clear();
-  service_peer::on_connection = [this](Fd peer) {
-    const auto greeting = ipc_wire::reply_to_greeting("");
-    service_peer::send_to_agent(peer, &greeting, sizeof(greeting));
-    peers_.push_back(std::move(peer));
-    return 0;
-  };
+  keep_busy(1h); // What is reported once in a while may be reported.
+  pass(0s);
+  events.clear();
 }
 
 Agent::~Agent() {
-  service_peer::on_connection = nullptr;
-  std::filesystem::remove_all(directory_);
+  pass(0s); // What the test has left to be stored.
+  std::filesystem::remove_all(directory);
 }
 
 void Agent::keep_busy(nanoseconds duration) {
@@ -69,28 +85,30 @@ void Agent::pass(nanoseconds duration) {
   service_peer::serve_agent();
 }
 
-void Agent::say(const Fd &peer, const ipc_wire::FrameHeader &header, const std::string &payload) {
-  const std::string head(reinterpret_cast<const char *>(&header), sizeof(header));
-  service_peer::send_to_agent(peer, (head + payload).data(), sizeof(header) + payload.size());
+std::vector<std::string> Agent::take_events() {
+  return std::exchange(events, {});
 }
 
-std::string Agent::log() {
-  return std::exchange(logged, {});
-}
-
-std::string Agent::configure(std::string line) {
-  log();
-  char *value = &line[line.find(' ')];
-  *value++ = '\0';
+static const config_line *token_of(const std::string &start, size_t length) {
   const config_line *token = read_config_get_handlers("snmpd");
-  while (token != nullptr && strcasecmp(token->config_token, line.c_str()) != 0) {
+  while (token != nullptr && strncasecmp(token->config_token, start.c_str(), length) != 0) {
     token = token->next;
   }
+  return token;
+}
+
+void Agent::configure(std::string line) {
+  const size_t blank = line.find(' ');
+  const config_line *token = token_of(line.substr(0, blank), blank + 1);
   if (token == nullptr) {
-    return "Unknown token";
+    events.emplace_back("unknown token");
+  } else {
+    token->parse_line(token->config_token, &line[blank + 1]);
   }
-  token->parse_line(token->config_token, value);
-  return log();
+}
+
+bool Agent::has_token(const std::string &start) {
+  return token_of(start, start.size()) != nullptr;
 }
 
 Message::Message(int command, const std::vector<Name> &names, const std::string &user)
@@ -107,12 +125,12 @@ Message::Message(int command, const std::vector<Name> &names, const std::string 
     snmp_varlist_add_variable(&pdu.variables, whole.data(), whole.size(), ASN_NULL, nullptr, 0);
   }
   session_.pdu = session_.orig_pdu = &pdu;
-  info_.asp = &session_;
-  info_.mode = MODE_GET;
+  info.asp = &session_;
+  info.mode = MODE_GET;
   netsnmp_variable_list *binding = pdu.variables;
   for (size_t i = 0; i < requests.size(); ++i, binding = binding->next_variable) {
     requests[i].requestvb = binding;
-    requests[i].agent_req_info = &info_;
+    requests[i].agent_req_info = &info;
     requests[i].next = i + 1 < requests.size() ? &requests[i + 1] : nullptr;
   }
 }
@@ -124,24 +142,14 @@ Message::~Message() {
   snmp_free_varbind(pdu.variables);
 }
 
-Message &Message::with(u_char type, const void *value, size_t length) {
-  snmp_set_var_typed_value(requests.back().requestvb, type, value, length);
-  return *this;
-}
-
-int Message::serve(int mode) {
+void Message::serve(int mode) {
   const netsnmp_variable_list &first = *requests[0].requestvb;
-  info_.mode = mode;
+  info.mode = mode;
   netsnmp_call_handlers(netsnmp_subtree_find(first.name, first.name_length, nullptr, "")->reginfo,
-                        &info_, requests.data());
-  return requests[0].status;
+                        &info, requests.data());
 }
 
-Name Message::name(size_t binding) const {
-  const netsnmp_variable_list &vb = *requests[binding].requestvb;
-  return {vb.name + kRoot.size(), vb.name + vb.name_length};
-}
-
-bool Message::is_answered(size_t binding) const {
-  return requests[binding].requestvb->type != ASN_NULL;
+Name Message::name_of(const netsnmp_request_info &request) {
+  const netsnmp_variable_list &binding = *request.requestvb;
+  return {binding.name + kRoot.size(), binding.name + binding.name_length};
 }

@@ -1,16 +1,11 @@
 /**
  * An agent for tests: Net-SNMP's library with the platform in it, without a network or a service.
- * Its time goes on only when a test says so, and its log is the test's.
+ * Its time goes on only when a test says so.
  */
 #pragma once
 
-#include "common/wire/ipc_wire.h"
-#include "platform/linux/configuration_tokens.h"
-#include "platform/linux/settings/settings.h"
-#include "tests/service_peer.h"
-
 #include <chrono>
-#include <gmock/gmock.h>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -24,55 +19,60 @@ using namespace std::chrono_literals;
 
 using Name = std::vector<oid>;
 
-class Agent : public testing::Test {
-protected:
+class Agent {
+public:
   Agent();
-  ~Agent() override;
+  ~Agent();
+  Agent(const Agent &) = delete;
+  Agent &operator=(const Agent &) = delete;
 
   /** Lets time go on, and gives the agent a turn. */
   static void pass(std::chrono::nanoseconds duration);
   /** Lets time go on while the agent is busy. */
   static void keep_busy(std::chrono::nanoseconds duration);
-  /** What has been logged since this was last called. */
-  static std::string log();
-  /** Takes a line of snmpd.conf. \return what the agent says to it. */
-  static std::string configure(std::string line);
+  /** Takes a line of snmpd.conf. */
+  static void configure(std::string line);
+  /** Whether the agent knows a token of snmpd.conf that begins so. */
+  static bool has_token(const std::string &start);
+  /** What has come of things since this was last called. */
+  static std::vector<std::string> take_events();
 
-  /** Sends a message of the service on a connection: a header, and the payload. */
-  static void say(const Fd &peer, const ipc_wire::FrameHeader &header, const std::string &payload);
+  /** What comes of things, in order: the agent's log, and whatever a test adds. */
+  static inline std::vector<std::string> events;
+  static void tell(const std::string &event) {
+    if (!event.empty()) {
+      events.push_back(event);
+    }
+  }
 
-  char directory_[32] = "/tmp/fcs-agent-XXXXXX"; ///< Of the test's own.
-  std::vector<Fd> peers_; ///< The service's ends of all connections, which it has greeted.
+  const std::string directory; ///< Of the test's own.
 };
 
 /** A message that the agent has in hand, all of whose bindings lie in one table. */
 class Message {
 public:
   /** \param names Of the instances, behind the module root. */
-  explicit Message(int command, const std::vector<Name> &names = {{1, 1, 2, 0}},
-                   const std::string &user = "olga");
+  Message(int command, const std::vector<Name> &names, const std::string &user);
   ~Message();
   Message(const Message &) = delete;
   Message &operator=(const Message &) = delete;
 
   /** Gives the last binding a value. */
-  Message &with(u_char type, const void *value, size_t length);
-  Message &with(u_char type, long value) { return with(type, &value, sizeof(value)); }
+  void set(u_char type, const void *value, size_t length) {
+    snmp_set_var_typed_value(requests.back().requestvb, type, value, length);
+  }
 
-  /** Calls the handlers in front of the table. \return the error status of the first binding. */
-  int serve(int mode);
+  /** Calls the handlers in front of the table. */
+  void serve(int mode);
 
-  const netsnmp_agent_request_info &info() const { return info_; }
-
-  /** Of a binding: what follows the module root, and whether it has a value. */
-  Name name(size_t binding = 0) const;
-  bool is_answered(size_t binding = 0) const;
+  /** Of a binding: what follows the module root. */
+  static Name name_of(const netsnmp_request_info &request);
 
   netsnmp_pdu pdu{};
+  netsnmp_agent_request_info info{};
   std::vector<netsnmp_request_info> requests;
 
 private:
   std::string user_;
   netsnmp_agent_session session_{};
-  netsnmp_agent_request_info info_{};
 };

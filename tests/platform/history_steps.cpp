@@ -1,0 +1,110 @@
+#include "history_steps.h"
+
+#include "agent.h"
+#include "common/history/event_history.h"
+#include "platform/linux/settings/settings.h"
+#include "platform/linux/trace/trace_output.h"
+#include "platform/trace.h"
+#include "service_ends.h"
+
+#include <fstream>
+#include <optional>
+#include <utility>
+
+namespace {
+
+template <typename T = std::string> T next(std::istream &words) {
+  T value{};
+  words >> value;
+  return value;
+}
+
+int64_t nanoseconds_since_the_epoch() {
+  timespec now{};
+  clock_gettime(CLOCK_REALTIME, &now);
+  return now.tv_sec * 1'000'000'000L + now.tv_nsec;
+}
+
+/** LEVEL TEXT TIMES: a text "#" is the number of the event. */
+void record(std::istream &words) {
+  const auto level = next<uint32_t>(words);
+  const std::string text = written_out(next(words));
+  for (int left = next<int>(words), done = 1; left > 0; --left, ++done) {
+    std::string event(reinterpret_cast<const char *>(&level), sizeof(level));
+    event += text == "#" ? std::to_string(done) : text;
+    trace_hist_event(7, static_cast<uint32_t>(event.size() + 1), event.c_str());
+  }
+}
+
+/** Tells the records to come, but those that count on from the one in front of them. */
+void read(EventHistoryReader &reader, int64_t start) {
+  size_t records = 0;
+  std::string last;
+  for (EventRecord event; reader.next(event); ++records) {
+    const std::string before = std::exchange(last, event.text);
+    if (records == 0 || event.lost != 0 || atoi(last.c_str()) != atoi(before.c_str()) + 1) {
+      Agent::tell(abbreviated(last) + ", level " + std::to_string(event.level) + " of " +
+                  std::to_string(event.module) + " at " + std::to_string(event.time_ns - start) +
+                  ", lost " + std::to_string(event.lost));
+    }
+  }
+  Agent::tell(std::to_string(records) + " records");
+}
+
+/** FILE OFFSET WORD: puts 64 bits into a file. 16 has the position of the oldest record, 24 that
+ * behind the last one. */
+void put(std::istream &words) {
+  std::fstream file(next(words), std::ios::in | std::ios::out | std::ios::binary);
+  file.seekp(next<int>(words));
+  const auto octets = next<uint64_t>(words);
+  file.write(reinterpret_cast<const char *>(&octets), sizeof(octets));
+}
+
+/** Tells the fault of what is opened, if it has one. */
+template <typename Open> void tell_fault(Open open) {
+  try {
+    open();
+  } catch (const std::runtime_error &error) {
+    Agent::tell(error.what());
+  }
+}
+
+void open_history(uint32_t level, const std::string &file) {
+  settings_for_change().history_level = level;
+  settings_for_change().history_file = file;
+  trace_output_open();
+}
+
+void print(const std::string &text) {
+  if (trace_debug_on(1, 0, 0, 1) == 1) {
+    debug_printf(1, trace_module_name, 0, "%s %d\n", text.c_str(), 1);
+  }
+}
+
+} // namespace
+
+StepTable history_steps(std::istream &words) {
+  const auto reader = std::make_shared<std::optional<EventHistoryReader>>();
+  const int64_t start = nanoseconds_since_the_epoch();
+  const auto number = [&words] { return next<uint32_t>(words); };
+  const auto file = [&words] { return next(words); };
+  return {
+      {"history",
+       [=] {
+         const uint32_t level = number();
+         open_history(level, file());
+       }},
+      {"filtered", [=] { Agent::tell(trace_hist_filtered(1, number()) != 0 ? "yes" : "no"); }},
+      {"event", [&words] { record(words); }},
+      {"print", [=] { print(file()); }},
+      {"reader", [=] { tell_fault([&] { reader->emplace(file()); }); }},
+      {"read", [=] { read(**reader, start); }},
+      {"writer", [=] { tell_fault([&] { EventHistoryWriter another(file()); }); }},
+      {"resize",
+       [=] {
+         const std::string name = file();
+         std::filesystem::resize_file(name, number());
+       }},
+      {"put", [&words] { put(words); }},
+  };
+}

@@ -1,0 +1,437 @@
+#include "steps.h"
+
+#include "agent.h"
+#include "feature/fabric_conf_server/fcs_protocol.h"
+#include "history_steps.h"
+#include "module_stand_in.h"
+#include "platform/agent_host.h"
+#include "platform/ipc.h"
+#include "platform/linux/configuration_tokens.h"
+#include "platform/linux/messaging/notification_switches.h"
+#include "platform/linux/messaging/notifications.h"
+#include "platform/linux/messaging/service_connection.h"
+#include "platform/linux/request/agent_request.h"
+#include "platform/linux/roles/roles.h"
+#include "platform/linux/settings/settings.h"
+#include "platform/linux/trace/trace_output.h"
+#include "platform/role.h"
+#include "service_ends.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <set>
+#include <sys/socket.h>
+#include <utility>
+
+using module_stand_in::told;
+using std::chrono::milliseconds;
+
+extern "C" void init_fcs();
+extern "C" void deinit_fcs();
+
+namespace {
+
+/** The VSANs of a set, as a role's list has them. */
+std::string list_of(const VsanBitmap &set) {
+  std::string list;
+  for (uint32_t vsan = 0; role_next_allowed_vsan(&vsan, set) != 0;) {
+    const uint32_t first = vsan;
+    while (role_vsan_allowed(vsan + 1, set) != 0) {
+      ++vsan;
+    }
+    list += (list.empty() ? "" : ",") + std::to_string(first) +
+            (first == vsan ? "" : "-" + std::to_string(vsan));
+  }
+  return list.empty() ? "none" : list;
+}
+
+/** Calls `act` while a GETBULK of a user is served. */
+template <typename Act> void within_request(const std::string &user, int repetitions, Act act) {
+  Message message(SNMP_MSG_GETBULK, {{1, 1, 2, 0}}, user);
+  message.requests[0].repeat = repetitions;
+  const ServedRequest served(message.info, message.requests.data());
+  act();
+}
+
+/** What the agent logs when it is told what it has no handler for, for the first time and later. */
+const std::vector<std::string> &said_of_unknown_notifications() {
+  static const auto said = [] {
+    for (const uint32_t opcode : {4711U, 4712U}) {
+      ipc_wire::Frame frame{};
+      frame.header.opcode = opcode;
+      notifications_deliver(frame, 0);
+    }
+    return Agent::take_events();
+  }();
+  return said;
+}
+
+/** Tells what the module has left with the agent, or has there. */
+void show_what_is_left() {
+  const oid name[] = {1, 3, 6, 1, 4, 1, 32473, 1, 1, 1, 1, 2};
+  Agent::tell(netsnmp_subtree_find(name, std::size(name), nullptr, "")->reginfo->handlerName);
+  Agent::tell(Agent::has_token("fcs") ? "tokens" : "no tokens");
+}
+
+void show_size(const std::string &file) {
+  const bool exists = std::filesystem::exists(file);
+  Agent::tell(exists ? std::to_string(std::filesystem::file_size(file)) + " octets" : "no file");
+}
+
+/** The agent has read its configuration, whose lack of access control it complains of. */
+void has_read_configuration() {
+  snmp_call_callbacks(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_POST_READ_CONFIG, nullptr);
+  std::erase_if(Agent::events, [](const std::string &event) {
+    return event.starts_with("warning Warning: no access control");
+  });
+}
+
+void start_debugging(const std::string &token) {
+  snmp_set_do_debugging(1);
+  static std::set<std::string> registered; // A second time is one too many to be disabled.
+  if (registered.insert(token).second) {
+    debug_register_tokens(token.c_str());
+  } else {
+    debug_enable_token_logs(token.c_str());
+  }
+  Agent::take_events();
+}
+
+/** Makes a request of the module, and tells what it gets for it. */
+void make_request(const std::string &request, uint32_t opcode, uint32_t flag,
+                  const std::string &user = "olga") {
+  auto length = static_cast<uint32_t>(request.size());
+  void *response = nullptr;
+  errno = 0;
+  const int32_t result = ipc_req_resp(opcode, flag, request.data(), &response, &length,
+                                      user.c_str(), 9, FCS_SERVICE_ID, ipc_response_queue, 0);
+  last_sequence += errno == EPIPE ? 1 : 0;
+  Agent::tell(
+      std::to_string(result) + (errno == 0 ? "" : std::string(" ") + strerrorname_np(errno)) +
+      (response == nullptr ? ""
+                           : " '" + abbreviated({static_cast<char *>(response), length}) + "'"));
+  free(response);
+}
+
+std::string text_of_settings() {
+  const Settings &is = settings();
+  const std::string user = !is.service_uid              ? ""
+                           : *is.service_uid == kNobody ? " of nobody"
+                           : *is.service_uid == geteuid()
+                               ? " of its own"
+                               : " of " + std::to_string(*is.service_uid);
+  return abbreviated(is.service_socket) + user + " within " +
+         std::to_string(is.exchange_timeout.count()) + " ms, level " +
+         std::to_string(is.history_level) + " into " + is.history_file;
+}
+
+class Steps {
+public:
+  Steps() {
+    settings_for_change().service_socket = "/s";
+    settings_for_change().exchange_timeout = 10ms;
+    settings_ = text_of_settings();
+    steps_.merge(history_steps(words_));
+  }
+  ~Steps() {
+    module_stand_in::leave();
+    service_connection_close();
+    for (const char *token : {"another", "fcs_mib", kRequestToken}) {
+      debug_disable_token_logs(token);
+    }
+    snmp_set_do_debugging(0);
+    settings_for_change().history_level = 0;
+    trace_output_open(); // It closes the history.
+  }
+
+  std::vector<std::string> take(const std::string &step) {
+    words_ = std::istringstream(with(step, "~", agent_.directory));
+    steps_.at(word())();
+    service_.hear();
+    if (std::exchange(settings_, text_of_settings()) != settings_) {
+      Agent::tell(settings_);
+    }
+    for (std::string &event : Agent::events) {
+      event = with(event, agent_.directory, "~");
+      event = with(event, written_out("/*108"), "/*108");
+      event = with(event, "user id " + std::to_string(geteuid()), "its own user id");
+    }
+    return Agent::take_events();
+  }
+
+private:
+  /** The next word of the step, if it has one. */
+  template <typename T = std::string> T word(T otherwise = {}) {
+    T value{};
+    return words_ >> value ? value : otherwise;
+  }
+  std::string rest() {
+    std::string text;
+    return std::getline(words_ >> std::ws, text) ? text : "";
+  }
+  ServiceEnds::End &end() {
+    return word() == "exchanges" ? service_.exchanges : service_.notifications;
+  }
+
+  /** Passes the time by until something happens, at most for 20 seconds. */
+  void wait() {
+    auto waited = 0ms;
+    while (Agent::events.empty() && waited < 20s) {
+      Agent::pass(250ms);
+      service_.hear();
+      waited += 250ms;
+    }
+    Agent::tell("after " + std::to_string(waited.count()) + " ms");
+  }
+
+  /** Has both connections up without a word. */
+  void connect() {
+    service_connection_open();
+    Agent::pass(0ms);
+    service_.hear();
+    Agent::take_events();
+  }
+
+  /** A line of snmpd.conf, with some blanks too many. */
+  void line() {
+    const std::string token = word();
+    Agent::configure(token + "  " + written_out(rest()) + " ");
+  }
+
+  /** Lines of a file that the agent is told to read behind one that is not there. */
+  void configure() {
+    const std::string file = agent_.directory + "/fcs.conf";
+    std::ofstream lines(file);
+    for (std::string line; std::getline(words_, line, ';');) {
+      lines << line << "\n";
+    }
+    netsnmp_ds_set_string(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_OPTIONALCONFIG,
+                          (agent_.directory + "/none," + file).c_str());
+  }
+
+  /** What the agent has stored of the switches since this was last shown. */
+  void show_stored() {
+    const std::string file = agent_.directory + "/snmpd.conf";
+    std::ifstream store(file);
+    for (std::string line; std::getline(store, line);) {
+      if (line.starts_with("fcs")) {
+        Agent::tell(line);
+      }
+    }
+    std::filesystem::remove(file);
+  }
+
+  void flip() {
+    const auto opcode = word<uint32_t>();
+    const int32_t before = agent_notif_enable_get(opcode);
+    const int32_t result = agent_notif_enable_set(opcode, word<int>());
+    Agent::tell(std::to_string(before) + ", then " +
+                std::to_string(agent_notif_enable_get(opcode)) + (result == 0 ? "" : ": refused"));
+  }
+
+  /** The greeting of the connections to come. */
+  void greet() {
+    const std::string fault = word();
+    service_.greeting = ipc_wire::reply_to_greeting(fault == "refusal" ? "user 7 may not" : "");
+    service_.greeting_length = fault == "none" ? 0 : fault == "short" ? 127 : 128;
+    if (fault == "version") {
+      service_.greeting.version = 9;
+    } else if (fault == "order") {
+      service_.greeting.byte_order = 0x04030201;
+    } else if (fault == "magic") {
+      service_.greeting.magic[0] = 'f';
+    }
+  }
+
+  /** The answer to the exchange to come: PAYLOAD [RESULT [ROWS [SEQUENCE [END]]]]. */
+  void answer() {
+    const std::string payload = written_out(word());
+    ipc_wire::FrameHeader header{};
+    header.result = word<int32_t>();
+    header.rows = word<uint32_t>();
+    header.sequence = last_sequence + 1 + static_cast<uint32_t>(word<int>());
+    service_.exchanges.say(header, payload);
+  }
+
+  void notify() {
+    ipc_wire::FrameHeader header{};
+    header.opcode = word<uint32_t>();
+    const std::string payload = written_out(word());
+    for (int times = word(1); times > 0; --times) {
+      service_.notifications.say(header, payload);
+    }
+  }
+
+  /** A request: PAYLOAD [OPCODE [FLAG [USER]]]. */
+  void ask() {
+    const std::string request = written_out(word());
+    const auto opcode = word(1402U);
+    const auto flag = word(1U);
+    make_request(request, opcode, flag, written_out(word(user_)));
+  }
+
+  void ask_for_rows() {
+    const int rows = word<int>();
+    const uint32_t words[] = {FCS_REC_PLATFORM, 0, 0};
+    const std::string request(reinterpret_cast<const char *>(words), sizeof(words));
+    within_request(user_, rows - 1,
+                   [&] { make_request(request, FCS_MSG_REQUEST, FCS_OP_GETNEXT); });
+  }
+
+  /** A message for the names that follow; the last one may have a value, "i:5" or "s:text". */
+  Steps &begin(int command, int repetitions = 0) {
+    std::vector<Name> names;
+    std::string each = word();
+    for (; !each.empty() && each[1] != ':'; each = word()) {
+      names.push_back(module_stand_in::name_of(each));
+    }
+    message_ = std::make_unique<Message>(command, names, user_);
+    message_->requests.back().repeat = repetitions;
+    if (!each.empty()) {
+      static const std::map<char, u_char> types = {
+          {'i', ASN_INTEGER}, {'u', ASN_UNSIGNED}, {'t', ASN_TIMETICKS}, {'c', ASN_COUNTER}};
+      const std::string text = each.substr(2);
+      const long number = each[0] == 's' ? 0 : std::stol(text);
+      each[0] == 's' ? message_->set(ASN_OCTET_STR, text.data(), text.size())
+                     : message_->set(types.at(each[0]), &number, sizeof(number));
+    }
+    return *this;
+  }
+
+  /** Serves a read, and tells its answers. */
+  void serve(int mode) {
+    message_->serve(mode);
+    for (const netsnmp_request_info &request : message_->requests) {
+      Agent::tell((request.requestvb->type == ASN_NULL ? "no answer at " : "= ") +
+                  module_stand_in::text_of(Message::name_of(request)));
+    }
+  }
+
+  /** Serves the message once more, or as one with another transaction or id. */
+  void serve_again(const std::string &difference) {
+    message_->pdu.transid *= difference == "transaction" ? -1 : 1;
+    message_->pdu.reqid *= difference == "id" ? -1 : 1;
+    serve(message_->info.mode);
+  }
+
+  /** Serves the phases of a SET, 1 and 2 for those that reserve, A, C, F, U. */
+  void serve_phases() {
+    const netsnmp_variable_list &binding = *message_->requests.back().requestvb;
+    const std::string before(reinterpret_cast<char *>(binding.val.string), binding.val_len);
+    for (const char phase : word()) {
+      const int status = message_->requests.back().status;
+      message_->serve(static_cast<int>(std::string("12ACFU").find(phase)));
+      if (message_->requests.back().status != status) {
+        Agent::tell("status " + std::to_string(message_->requests.back().status));
+      }
+      if (before != std::string(reinterpret_cast<char *>(binding.val.string), binding.val_len)) {
+        Agent::tell("the value has changed");
+      }
+    }
+  }
+
+  /** The VSANs that a user may read and write, and of those that follow what is left of them. */
+  void show_access(const std::string &user) {
+    VsanBitmap list{VSAN_WHOLE_BYTES, {}};
+    for (int vsan = word(0); vsan != 0; vsan = word(0)) {
+      bitmap_set_bit(&list, vsan);
+    }
+    within_request(user, 0, [&] {
+      for (const int access : {ROLE_ACCESS_READ, ROLE_ACCESS_WRITE}) {
+        VsanBitmap allowed{VSAN_WHOLE_BYTES, {}};
+        VsanBitmap filtered{VSAN_WHOLE_BYTES, {0xFF}};
+        const bool restricted = role_allowed_vsans(&allowed, nullptr, 0, access) != 0;
+        const bool is_told =
+            role_allowed_vsans_from_list(&list, &filtered, nullptr, 0, access) == 0;
+        Agent::tell(
+            std::string(access == ROLE_ACCESS_READ ? "reads " : "writes ") +
+            (restricted ? list_of(allowed) : "everything") + ", of the list " +
+            (is_told ? list_of(filtered) : "unknown") +
+            (role_vsan_bitmap_allowed(&list, nullptr, 0, access) == 1 ? " as a whole" : ""));
+      }
+    });
+  }
+
+  Agent agent_;
+  ServiceEnds service_;
+  std::string settings_;
+  std::string user_ = "olga";
+  std::unique_ptr<Message> message_;
+  std::istringstream words_;
+  StepTable steps_ = {
+      {"pass", [this] { Agent::pass(milliseconds(word<int>())); }},
+      {"wait", [this] { wait(); }},
+      {"busy", [this] { Agent::keep_busy(milliseconds(word<int>())); }},
+      {"debug", [this] { start_debugging(word()); }},
+      {"tokens", configuration_tokens_register},
+      {"no-tokens", configuration_tokens_unregister},
+      {"line", [this] { line(); }},
+      {"configuration", [this] { configure(); }},
+      {"service-user",
+       [this] { settings_for_change().service_uid = word() == "own" ? geteuid() : kNobody; }},
+      {"switches", notification_switches_register},
+      {"no-switches", notification_switches_unregister},
+      {"switch", [this] { flip(); }},
+      {"store", [] { snmp_store("snmpd"); }},
+      {"stored", [this] { show_stored(); }},
+      {"left", show_what_is_left},
+      {"load", init_fcs},
+      {"unload", deinit_fcs},
+      {"has-read", has_read_configuration},
+      {"size", [this] { show_size(word()); }},
+
+      {"open", service_connection_open},
+      {"close", service_connection_close},
+      {"connect", [this] { connect(); }},
+      {"greeting", [this] { greet(); }},
+      {"refuse", [this] { service_.refusal = word<int>(); }},
+      {"deaf", [this] { service_.is_deaf = true; }},
+      {"greet", [this] { service_.greet(end()); }},
+      {"octets", [this] { end().say(std::string(word<size_t>(), 'x')); }},
+      {"say-no-more", [this] { shutdown(end().peer.get(), SHUT_WR); }},
+      {"hang-up", [this] { end().peer = Fd(); }},
+      {"answer", [this] { answer(); }},
+      {"notify", [this] { notify(); }},
+      {"ask", [this] { ask(); }},
+      {"ask-for-rows", [this] { ask_for_rows(); }},
+
+      {"unknown", [] { Agent::events = said_of_unknown_notifications(); }},
+      {"handle", [this] { module_stand_in::take_notifications(word<uint32_t>()); }},
+      {"ignore", [this] { agent_notif_unregister(word<uint32_t>()); }},
+      {"stand-in", module_stand_in::take_variables},
+      {"answers",
+       [this] {
+         module_stand_in::answers = {word(), word()};
+       }},
+      {"question", [this] { module_stand_in::question = written_out(word()); }},
+      {"as", [this] { user_ = word(); }},
+      {"get", [this] { begin(SNMP_MSG_GET).serve(MODE_GET); }},
+      {"next", [this] { begin(SNMP_MSG_GETNEXT).serve(MODE_GETNEXT); }},
+      {"bulk", [this] { begin(SNMP_MSG_GETBULK, word<int>()).serve(MODE_GETNEXT); }},
+      {"set", [this] { begin(SNMP_MSG_SET); }},
+      {"phases", [this] { serve_phases(); }},
+      {"again", [this] { serve_again(word()); }},
+      {"told", [this] { Agent::tell(module_stand_in::told(word())); }},
+
+      {"no-roles", roles_reset},
+      {"role", [this] { Agent::tell(roles_define(rest().c_str())); }},
+      {"user", [this] { Agent::tell(roles_assign(rest().c_str())); }},
+      {"sees", [this] { show_access(written_out(word())); }},
+  };
+};
+
+} // namespace
+
+std::string with(std::string text, const std::string &part, const std::string &other) {
+  if (const size_t at = text.find(part); at != std::string::npos) {
+    text.replace(at, part.size(), other);
+  }
+  return text;
+}
+
+Stage new_stage() {
+  const auto steps = std::make_shared<Steps>();
+  return [steps](const std::string &step) { return steps->take(step); };
+}
