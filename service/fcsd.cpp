@@ -12,6 +12,7 @@
 #include "service/server/listener.h"
 #include "service/server/privileges.h"
 #include "service/server/server.h"
+#include "service/server/service_manager.h"
 #include "service/store/fabric_store.h"
 #include "service/store/store_lock.h"
 
@@ -108,6 +109,9 @@ void serve(const Options &options) {
   fcs::give_up_privileges(); // The socket's group was the last thing to need one.
   const fcs::StoreLock lock(options.store);
   fcs::FabricStore store(options.store, kBusyWait);
+  if (group) {
+    store.let_read(*group);
+  }
   set_wanted(store, fcs::Setting::kRejectNotifications, options.wants_rejects);
   set_wanted(store, fcs::Setting::kCompleteNotifications, options.wants_completions);
   fcs::NotificationQueue notifications;
@@ -122,7 +126,9 @@ void serve(const Options &options) {
   fcs::log_line("ready: socket %s, store %s with %u VSANs, %u elements, %u ports, %u platforms",
                 listener.path().c_str(), store.path().c_str(), totals.vsans, totals.elements,
                 totals.ports, totals.platforms);
+  fcs::ServiceManager::ready("serving " + std::to_string(totals.vsans) + " VSANs at the start");
   server.run(stop.get());
+  fcs::ServiceManager::stopping();
   fcs::log_line("stopped");
 }
 
@@ -130,7 +136,9 @@ void describe(CLI::App &app) {
   static Options options;
   app.add_option("--socket", options.socket, "Socket to listen on")->type_name("PATH");
   app.add_option("--store", options.store, "Database that holds the fabric")->type_name("PATH");
-  app.add_option("--group", options.group, "Group whose members may connect, besides root")
+  app.add_option("--group", options.group,
+                 "Group whose members may connect, besides root, and read the store if it is of "
+                 "this group")
       ->type_name("GROUP");
   app.add_option("--fabric", options.fabric,
                  "Fabric description (JSON) to import if the store holds no fabric yet")

@@ -9,7 +9,7 @@ namespace fcs {
 
 constexpr char kDefaultSocket[] = "/run/fcsd/fcsd.sock";
 constexpr char kDefaultStore[] = "/var/lib/fcsd/fabric.db";
-constexpr char kDefaultHistory[] = "/var/lib/snmp/fcs-history";
+constexpr char kDefaultHistory[] = FCS_HISTORY_FILE;
 
 /** How long the agent waits for an answer of the service. */
 constexpr std::chrono::milliseconds kDefaultExchangeTimeout{200};

@@ -84,6 +84,7 @@ void Server::run(int stop_fd) {
     }
     drop_silent_clients();
     discovery_.run_due();
+    manager_.run_due();
     distribute_notifications();
     std::erase_if(clients_, [](const Client &client) { return client.gone; });
     if (polled_[1].revents != 0) {
@@ -92,10 +93,10 @@ void Server::run(int stop_fd) {
   }
 }
 
-/** Until a client's time to greet is over or discovery has something to do; milliseconds. */
+/** Until a client's time to greet is over, or discovery or the watchdog is due; milliseconds. */
 int Server::poll_timeout() const {
   const Clock::time_point now = Clock::now();
-  Clock::time_point wake = discovery_.next_due();
+  Clock::time_point wake = std::min(discovery_.next_due(), manager_.next_due());
   if (now < accept_again_) {
     wake = std::min(wake, accept_again_);
   }

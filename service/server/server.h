@@ -12,6 +12,7 @@
 #include "service/protocol/record_dispatch.h"
 #include "service/reports/notification_queue.h"
 #include "service/store/fabric_store.h"
+#include "service_manager.h"
 
 #include <chrono>
 #include <cstdint>
@@ -84,6 +85,7 @@ private:
   Clock::time_point started_;
   Clock::time_point accept_again_;
   ProcessorPin processor_;
+  ServiceManager manager_;
   uint64_t requests_ = 0; ///< Of the agent, answered.
   std::vector<Client> clients_;
   std::vector<pollfd> polled_;

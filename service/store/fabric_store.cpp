@@ -7,6 +7,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
+#include <sys/stat.h>
 
 namespace fcs {
 
@@ -47,13 +48,27 @@ void create_tables(Database &database) {
   transaction.commit();
 }
 
+/** Whoever may only read the store needs the files that SQLite keeps beside it while it is open. */
+void check_log(Database &database) {
+  try {
+    single(database, "PRAGMA user_version");
+  } catch (const SqliteError &) {
+    if (!database.is_read_only()) {
+      throw;
+    }
+    throw std::runtime_error("only its owner may read it while the service does not run");
+  }
+}
+
 void prepare_database(Database &database, std::chrono::milliseconds busy_wait) {
   database.wait_for_others(busy_wait);
+  check_log(database);
   int64_t version = single(database, "PRAGMA user_version");
   if (version != 0 && single(database, "PRAGMA application_id") != kApplicationId) {
     throw std::runtime_error("it is a database of another program");
   }
-  if (version == 0 || (version >= kOldestSchemaVersion && version < kSchemaVersion)) {
+  if (!database.is_read_only() &&
+      (version == 0 || (version >= kOldestSchemaVersion && version < kSchemaVersion))) {
     create_tables(database);
     version = single(database, "PRAGMA user_version");
   }
@@ -61,16 +76,19 @@ void prepare_database(Database &database, std::chrono::milliseconds busy_wait) {
     throw std::runtime_error("it has the schema version " + std::to_string(version) +
                              ", this program knows version " + std::to_string(kSchemaVersion));
   }
+  if (database.is_read_only()) {
+    return;
+  }
   // EXTRA makes a commit durable on file systems that have no WAL, too.
   database.execute("PRAGMA journal_mode = WAL; PRAGMA synchronous = EXTRA;"
                    "PRAGMA journal_size_limit = 16777216; PRAGMA cache_size = -16384;");
 }
 
 std::unique_ptr<Database> open_database(const std::string &path,
-                                        std::chrono::milliseconds busy_wait) {
+                                        std::chrono::milliseconds busy_wait, FabricStore::Use use) {
   try {
     create_file(path);
-    auto database = std::make_unique<Database>(path);
+    auto database = std::make_unique<Database>(path, use == FabricStore::Use::kRead);
     prepare_database(*database, busy_wait);
     return database;
   } catch (const std::exception &error) {
@@ -90,11 +108,20 @@ FabricStore::Statements::Statements(Database &database)
   static_assert(FCS_DISCOVERY_LOCAL_ONLY == 3);
 }
 
-FabricStore::FabricStore(const std::string &path, std::chrono::milliseconds busy_wait)
-    : path_(path), database_(open_database(path, busy_wait)) {
+FabricStore::FabricStore(const std::string &path, std::chrono::milliseconds busy_wait, Use use)
+    : path_(path), database_(open_database(path, busy_wait, use)) {
   statements_.emplace(*database_);
   rows_.emplace(*database_);
   settings_.emplace(*database_);
+}
+
+void FabricStore::let_read(gid_t group) {
+  struct stat file {};
+  if (stat(path_.c_str(), &file) == 0 && file.st_gid == group) {
+    for (const char *suffix : {"", "-wal", "-shm"}) { // The latter two while others have it open.
+      (void)chmod(file_beside(path_, suffix).c_str(), 0640);
+    }
+  }
 }
 
 std::string FabricStore::file_beside(const std::string &path, const std::string &suffix) {

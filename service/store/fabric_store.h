@@ -14,6 +14,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <sys/types.h>
 
 namespace fcs {
 
@@ -26,12 +27,18 @@ constexpr char kStatusesSuffix[] = "-statuses";
  */
 class FabricStore {
 public:
+  /** What a program opens a store for: kRead takes one, too, that it may not change. */
+  enum class Use : bool { kRead, kChange };
+
   /**
    * Opens the store, creating it (mode 0600) if there is none.
    * \param busy_wait how long a call waits for another program's write to end.
    * Throws std::runtime_error naming the path and why it cannot be used.
    */
-  FabricStore(const std::string &path, std::chrono::milliseconds busy_wait);
+  FabricStore(const std::string &path, std::chrono::milliseconds busy_wait, Use use = Use::kChange);
+
+  /** From now on the members of the group may read the store, if it is the group of its file. */
+  void let_read(gid_t group);
 
   /** The path of a file that belongs to the store at `path`, which may be a link to it. */
   static std::string file_beside(const std::string &path, const std::string &suffix);

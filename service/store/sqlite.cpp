@@ -26,7 +26,7 @@ void check(bool in_place) {
 
 } // namespace
 
-Database::Database(const std::string &path) {
+Database::Database(const std::string &path, bool to_read) {
   sqlite3 *handle = nullptr;
   const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE;
   const int code = sqlite3_open_v2(path.c_str(), &handle, flags, nullptr);
@@ -34,7 +34,7 @@ Database::Database(const std::string &path) {
   if (code != SQLITE_OK) {
     fcs::fail(handle, code);
   }
-  if (sqlite3_db_readonly(handle, "main") == 1) {
+  if (is_read_only() && !to_read) {
     throw SqliteError(SQLITE_READONLY, "it may only be read");
   }
 }

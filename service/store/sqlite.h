@@ -29,11 +29,14 @@ private:
 /** A connection to a database file that exists. */
 class Database {
 public:
-  /** Throws SqliteError, also for a file that can only be read. */
-  explicit Database(const std::string &path);
+  /** \param to_read whether a file that this process may only read will do. Throws SqliteError. */
+  Database(const std::string &path, bool to_read);
   Database(const Database &) = delete;
   Database &operator=(const Database &) = delete;
   ~Database() = default;
+
+  /** Whether changes fail, as this process may only read the file. */
+  bool is_read_only() const { return sqlite3_db_readonly(handle(), "main") == 1; }
 
   /** How long a call waits for another program's write to end; at first it does not. */
   void wait_for_others(std::chrono::milliseconds patience);
