@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 /**
  * Agent host: who is asking, the notification switches, and the delivery of the FCS service's
  * notifications to the module. Everything happens on the agent's request thread.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 /**
  * Bitmap operations. Position p lies in byte p / 8 and, as in SNMP's BITS, position 0 is the most
  * significant bit of its byte. Positions outside the byte count are ignored: none is ever set.

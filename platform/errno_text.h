@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 /** Texts of the platform's error codes. */
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 /**
  * Messaging service: synchronous request and response between the module and a service of the
  * platform. Called on the agent's request thread only.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 /**
  * Role service: which VSANs the user of the request being served may read or write. Its sets have a
  * byte count of VSAN_WHOLE_BYTES, and VSAN v is bit v.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 /**
  * A sorted keyed container of rows. The rows belong to the caller: the container never frees one.
  * How many it holds is bounded by whoever stands in front of the module: those of a SET that fails

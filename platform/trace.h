@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 /**
  * Trace facility: the event history, which can be read while the agent runs and after it has died,
  * and the debug console.

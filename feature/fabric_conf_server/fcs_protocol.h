@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 /**
  * The protocol between the SNMP module and the FCS service: message opcodes, record ids, operation
  * codes, results and record layouts. Both sides include this header; all of it stands here alone.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 #include "fcs_mib.h"
 
 #include "fcs_variables.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 /**
  * The SNMP module of the Fabric Configuration Server: its objects, its state, and the handlers that
  * the variable table names. The agent calls one handler at a time, and every buffer here relies on

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 /** The variable table: each registered object with its OID behind the module root, its handler. */
 #pragma once
 

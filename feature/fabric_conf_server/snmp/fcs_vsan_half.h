@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 /**
  * The two halves of the VSANs: 2k holds VSANs 1 to 2048, 4k VSANs 2049 to 4096. What the module
  * does with one it does with the other; what differs between them stands here.

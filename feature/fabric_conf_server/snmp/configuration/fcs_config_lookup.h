@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 /** Locating the rows of the three tables that managers can write to, for reads and for SETs. */
 #pragma once
 

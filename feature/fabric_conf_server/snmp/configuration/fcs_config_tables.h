@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 /** What the write handlers share with the read side of the tables that managers can write to. */
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 /** Node names: adding to and removing from a list. A row is its index, so none is ever pending. */
 #include "fcs_config_lookup.h"
 #include "fcs_mib.h"

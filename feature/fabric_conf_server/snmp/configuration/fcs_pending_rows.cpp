@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 #include "fcs_pending_rows.h"
 
 FcsRowKey fcs_row_key(const FcsRowWrite &write) {

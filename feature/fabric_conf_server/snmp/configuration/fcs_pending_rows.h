@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 /**
  * Rows that a manager is creating. A SET assembles one in a pending-row store, whichever of the
  * table's handlers comes first creating it, and the RowStatus column sends it to the FCS service.

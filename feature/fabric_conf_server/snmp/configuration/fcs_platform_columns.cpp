@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 /** Platforms: the integer columns, which change a row that the FCS service has. */
 #include "fcs_config_lookup.h"
 #include "fcs_config_tables.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 /** Platforms: creating and deleting rows. */
 #include "fcs_config_lookup.h"
 #include "fcs_mib.h"

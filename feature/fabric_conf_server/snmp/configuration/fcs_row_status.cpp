@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 #include "fcs_row_status.h"
 
 #include "frame/fcs_trace.h"

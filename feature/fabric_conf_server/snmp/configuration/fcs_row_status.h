@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 /** What the RowStatus columns (RFC 2579) of the configurable tables have in common. */
 #pragma once
 

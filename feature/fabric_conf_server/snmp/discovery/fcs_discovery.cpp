@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 #include "fcs_discovery.h"
 
 #include "fcs_vsan_half.h"

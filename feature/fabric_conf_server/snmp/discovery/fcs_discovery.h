@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 /** The FCS service's discovery, VSAN by VSAN. */
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 /** The scalars that act: starting a discovery, invalidating the service's cache. Write side. */
 #include "fcs_discovery.h"
 #include "fcs_vsan_list_write.h"

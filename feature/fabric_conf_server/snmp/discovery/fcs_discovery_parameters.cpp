@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 /** The scalars that prepare a discovery: spin lock, name, VSAN lists, time-out. Write side. */
 #include "fcs_discovery.h"
 #include "fcs_vsan_list_write.h"

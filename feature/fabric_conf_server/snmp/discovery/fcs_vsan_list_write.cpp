@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 #include "fcs_vsan_list_write.h"
 
 #include "platform/role.h"

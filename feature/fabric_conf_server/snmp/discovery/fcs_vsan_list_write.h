@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 /** Writing the VSAN lists: the check that all four of them begin with. */
 #pragma once
 

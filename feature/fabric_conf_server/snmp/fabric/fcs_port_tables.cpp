@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 #include "fcs_port_tables.h"
 
 #include "fcs_mib.h"

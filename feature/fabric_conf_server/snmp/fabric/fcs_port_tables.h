@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 /** The codes of ports, as FC-GS states them, and what managers are told. All work in place. */
 #pragma once
 

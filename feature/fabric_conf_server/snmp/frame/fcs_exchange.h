@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 /** The exchange with the FCS service: every read and most writes of the module go through it. */
 #pragma once
 

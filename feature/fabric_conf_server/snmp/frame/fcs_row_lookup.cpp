@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 #include "fcs_row_lookup.h"
 
 #include "fcs_exchange.h"

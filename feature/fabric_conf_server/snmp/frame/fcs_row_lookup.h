@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 /**
  * Locating a row: the index that a request OID holds, the row that the FCS service has for it, and
  * the answer's OID. The service does all ordering; nothing here computes a successor.

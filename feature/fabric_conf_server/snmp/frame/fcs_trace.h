@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 /**
  * The module's trace pattern. A line goes to the event history unless its level is filtered there,
  * and to the debug console when debugging of its level is on; the two tests are independent, and

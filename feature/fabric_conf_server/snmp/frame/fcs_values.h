@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 /**
  * Value helpers: VSAN bitmaps in their two numberings, and the reason codes of FC-GS.
  *

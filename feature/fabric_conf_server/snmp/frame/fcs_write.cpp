@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 #include "fcs_write.h"
 
 #include "platform/errno_text.h"

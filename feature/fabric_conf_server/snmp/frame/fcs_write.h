@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 /** What the write handlers share: handing them out, refusing values, and reporting failures. */
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 /** The switches of the SNMP notifications, which the agent host keeps. Write side. */
 #include "fcs_mib.h"
 #include "feature/fabric_conf_server/fcs_protocol.h"

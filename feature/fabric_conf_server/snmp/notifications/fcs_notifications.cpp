@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 #include "fcs_vsan_half.h"
 #include "feature/fabric_conf_server/fcs_protocol.h"
 #include "frame/fcs_row_lookup.h"
