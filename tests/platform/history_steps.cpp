@@ -78,6 +78,8 @@ void open_history(uint32_t level, const std::string &file) {
 void print(const std::string &text) {
   if (trace_debug_on(1, 0, 0, 1) == 1) {
     debug_printf(1, trace_module_name, 0, "%s %d\n", text.c_str(), 1);
+  } else {
+    Agent::tell("no debugging");
   }
 }
 

@@ -21,6 +21,7 @@
 #include <cerrno>
 #include <cstring>
 #include <fstream>
+#include <gtest/gtest.h>
 #include <set>
 #include <sys/socket.h>
 #include <utility>
@@ -43,6 +44,11 @@ std::string list_of(const VsanBitmap &set) {
     }
     list += (list.empty() ? "" : ",") + std::to_string(first) +
             (first == vsan ? "" : "-" + std::to_string(vsan));
+  }
+  for (const uint32_t beyond : {4095U, 4096U, 0xFFFFFFFFU}) {
+    uint32_t vsan = beyond;
+    EXPECT_EQ(role_next_allowed_vsan(&vsan, set), 0) << beyond;
+    EXPECT_TRUE(beyond == 4095 || role_vsan_allowed(beyond, set) == 0) << beyond;
   }
   return list.empty() ? "none" : list;
 }
