@@ -1,7 +1,7 @@
 #include "common/program/help_text.h"
+#include "common/text/octets.h"
 #include "control_client.h"
 #include "fcsctl.h"
-#include "service/fabric/octets.h"
 
 #include <arpa/inet.h>
 #include <cstring>

@@ -1,10 +1,10 @@
+#include "command_line/output.h"
+#include "command_line/time_text.h"
+#include "command_line/vsan_list.h"
 #include "common/history/event_history.h"
 #include "common/program/help_text.h"
 #include "fcsctl.h"
-#include "output.h"
 #include "platform/trace.h"
-#include "time_text.h"
-#include "vsan_list.h"
 
 #include <algorithm>
 #include <array>
@@ -43,7 +43,7 @@ struct Options {
   bool follow = false;
   std::optional<size_t> lines;
   std::string level;
-  VsanList vsans;
+  cli::VsanList vsans;
   bool as_json = false;
 };
 
@@ -71,12 +71,13 @@ std::string one_line(const std::string &text) {
 
 std::string record_line(const EventRecord &record, const Options &options) {
   if (options.as_json) {
-    const Json line = {{"time", utc_time_text(record.time_ns)},
+    const Json line = {{"time", cli::utc_time_text(record.time_ns)},
                        {"level", level_name(record.level)},
                        {"text", record.text.substr(0, record.text.find_last_not_of('\n') + 1)}};
     return line.dump(-1, ' ', false, Json::error_handler_t::replace);
   }
-  return time_text(record.time_ns) + " " + level_name(record.level) + " " + one_line(record.text);
+  return cli::time_text(record.time_ns) + " " + level_name(record.level) + " " +
+         one_line(record.text);
 }
 
 std::string lost_line(uint64_t lost, const Options &options) {
@@ -129,7 +130,7 @@ void read_records(EventHistoryReader &reader, const Options &options, Print prin
 /** Prints what is there already: everything, or the last lines. */
 void print_past(EventHistoryReader &reader, const Options &options) {
   if (!options.lines && !options.follow) {
-    read_records(reader, options, print_line);
+    read_records(reader, options, cli::print_line);
     return;
   }
   const size_t lines = options.lines.value_or(kLinesToFollow);
@@ -141,7 +142,7 @@ void print_past(EventHistoryReader &reader, const Options &options) {
     }
   });
   for (const std::string &line : last) {
-    print_line(line);
+    cli::print_line(line);
   }
 }
 
@@ -158,7 +159,7 @@ void show_history(const std::string &path, const Options &options) {
   print_past(reader, options);
   while (options.follow) {
     std::this_thread::sleep_for(kPollInterval);
-    read_records(reader, options, print_line);
+    read_records(reader, options, cli::print_line);
     if (reader.is_torn()) {
       reopen(path, reader);
     }
@@ -178,8 +179,8 @@ void add_history(CLI::App &app, const Places &places) {
   command->add_option("--level", options->level, "Only the records of this level")
       ->check(cli::one_of({kLevels[0].name, kLevels[1].name}))
       ->type_name("LEVEL");
-  add_vsan_option(*command, options->vsans,
-                  "Only the records that name one of these VSANs, such as 1-100,2100");
+  cli::add_vsan_option(*command, options->vsans,
+                       "Only the records that name one of these VSANs, such as 1-100,2100");
   command->add_flag("--json", options->as_json, "Print each record as a line of JSON");
   command->callback([options, &places] { show_history(places.history, *options); });
 }

@@ -1,7 +1,7 @@
+#include "command_line/output.h"
+#include "command_line/progress_line.h"
 #include "fcsctl.h"
 #include "open_store.h"
-#include "output.h"
-#include "progress_line.h"
 #include "service/description/fabric_json.h"
 #include "service/store/fabric_store.h"
 
@@ -16,8 +16,10 @@ void import_description(const std::string &path, const std::string &store_path) 
   fcs::FabricStore store(store_path, kBusyWait);
   fcs::FabricTotals totals{};
   {
-    ProgressLine line("read");
-    const auto progress = [&line](uint32_t vsans) { line.show(vsans); };
+    cli::ProgressLine line;
+    const auto progress = [&line](uint32_t vsans) {
+      line.show(std::to_string(vsans) + " VSANs read");
+    };
     totals = path == "-" ? fcs::import_fabric(store, std::cin, "standard input", progress)
                          : fcs::import_fabric_file(store, path, progress);
   }
@@ -27,7 +29,7 @@ void import_description(const std::string &path, const std::string &store_path) 
 
 void export_description(const std::string &path, const std::string &store_path) {
   fcs::FabricStore store = open_fabric(store_path);
-  write_output(path, [&store](std::ostream &out) { fcs::export_fabric(store, out); });
+  cli::write_output(path, [&store](std::ostream &out) { fcs::export_fabric(store, out); });
 }
 
 } // namespace

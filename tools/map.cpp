@@ -1,3 +1,5 @@
+#include "command_line/output.h"
+#include "command_line/vsan_list.h"
 #include "common/program/help_text.h"
 #include "fcsctl.h"
 #include "map/dot_program.h"
@@ -5,10 +7,8 @@
 #include "map/map_page.h"
 #include "map_source.h"
 #include "open_store.h"
-#include "output.h"
 #include "service/description/fabric_json.h"
 #include "service/store/fabric_reader.h"
-#include "vsan_list.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -26,7 +26,7 @@ namespace {
 
 struct Options {
   std::string file;
-  VsanList vsans;
+  cli::VsanList vsans;
   fabric_map::Detail detail = fabric_map::Detail::kPorts;
   std::string format = "dot";
   std::string output = "-";
@@ -65,20 +65,20 @@ fcs::FabricStore store_of_description(const std::string &file, const WorkingDire
   return store;
 }
 
-std::string range_text(const VsanRange &range) {
+std::string range_text(const cli::VsanRange &range) {
   return std::to_string(range.first) +
          (range.first == range.last ? "" : " to " + std::to_string(range.last));
 }
 
 /** The VSANs to draw; each one and each range that was asked for has to be there. */
-std::vector<fcs::Vsan> choose_vsans(fcs::FabricSource &fabric, const VsanList &wanted) {
+std::vector<fcs::Vsan> choose_vsans(fcs::FabricSource &fabric, const cli::VsanList &wanted) {
   std::vector<fcs::Vsan> chosen;
   fabric.vsans([&](const fcs::Vsan &vsan) {
     if (wanted.has(vsan.discovery.vsan)) {
       chosen.push_back(vsan);
     }
   });
-  for (const VsanRange &range : wanted.ranges()) {
+  for (const cli::VsanRange &range : wanted.ranges()) {
     if (std::ranges::none_of(chosen, [&range](const fcs::Vsan &vsan) {
           return range.contains(vsan.discovery.vsan);
         })) {
@@ -100,21 +100,22 @@ void write_map(Writer writer, fcs::FabricSource &fabric, const std::vector<fcs::
 void draw(fcs::FabricSource &fabric, const Options &options, const WorkingDirectory &directory) {
   const std::vector<fcs::Vsan> vsans = choose_vsans(fabric, options.vsans);
   if (options.format == "html") {
-    write_output(options.output,
-                 [&](std::ostream &out) { write_map(fabric_map::PageWriter(out), fabric, vsans); });
+    cli::write_output(options.output, [&](std::ostream &out) {
+      write_map(fabric_map::PageWriter(out), fabric, vsans);
+    });
     return;
   }
   const auto write_graph = [&](std::ostream &out) {
     write_map(fabric_map::DotWriter(out, options.detail), fabric, vsans);
   };
   if (options.format == "dot") {
-    write_output(options.output, write_graph);
+    cli::write_output(options.output, write_graph);
     return;
   }
   const std::string graph = directory.path("fabric.dot");
-  write_output(graph, write_graph);
-  write_output(options.output,
-               [&](std::ostream &out) { fabric_map::run_dot(graph, options.format, out); });
+  cli::write_output(graph, write_graph);
+  cli::write_output(options.output,
+                    [&](std::ostream &out) { fabric_map::run_dot(graph, options.format, out); });
 }
 
 void map_fabric(const Options &options, const std::string &store_path) {
@@ -137,7 +138,7 @@ void add_map(CLI::App &app, const Places &places) {
   command->add_option("FILE", options->file,
                       "Fabric description to draw instead of the store's fabric; - for standard "
                       "input");
-  add_vsan_option(*command, options->vsans, "Only these VSANs, such as 1-100,2100");
+  cli::add_vsan_option(*command, options->vsans, "Only these VSANs, such as 1-100,2100");
   command->add_flag_callback(
       "--summary", [options] { options->detail = fabric_map::Detail::kSummary; },
       "Only the elements of each VSAN, with their links bundled");

@@ -1,10 +1,10 @@
+#include "command_line/output.h"
+#include "command_line/time_text.h"
+#include "command_line/vsan_list.h"
+#include "common/text/octets.h"
 #include "fcsctl.h"
 #include "feature/fabric_conf_server/fcs_protocol.h"
-#include "output.h"
-#include "service/fabric/octets.h"
-#include "time_text.h"
 #include "tool_connection.h"
-#include "vsan_list.h"
 
 #include <algorithm>
 #include <chrono>
@@ -20,7 +20,7 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 struct Options {
-  VsanList vsans;
+  cli::VsanList vsans;
   bool as_json = false;
 };
 
@@ -74,7 +74,7 @@ Notification read_notification(uint32_t opcode, fcs::Octets payload) {
 
 /** As complete VSAN 7. */
 std::string text_line(int64_t time_ns, const Notification &notification) {
-  std::string line = time_text(time_ns) + " " + notification.name;
+  std::string line = cli::time_text(time_ns) + " " + notification.name;
   const char *separator = " ";
   for (const auto &[name, value] : notification.values.items()) {
     line += separator + (name == "vsan" ? "VSAN" : name) + " " +
@@ -85,13 +85,13 @@ std::string text_line(int64_t time_ns, const Notification &notification) {
 }
 
 std::string json_line(int64_t time_ns, const Notification &notification) {
-  Json line = {{"time", utc_time_text(time_ns)}, {"notification", notification.name}};
+  Json line = {{"time", cli::utc_time_text(time_ns)}, {"notification", notification.name}};
   line.update(notification.values);
   return line.dump();
 }
 
 /** Whether it bears one of the VSANs, or none at all. */
-bool is_wanted(const Notification &notification, const VsanList &vsans) {
+bool is_wanted(const Notification &notification, const cli::VsanList &vsans) {
   const auto vsan = notification.values.find("vsan");
   return vsan == notification.values.end() || vsans.has(vsan->get<uint32_t>());
 }
@@ -112,7 +112,7 @@ void watch(const std::string &socket, const Options &options) {
     const fcs::Octets payload(frame.payload, length - sizeof(frame.header));
     const Notification notification = read_notification(frame.header.opcode, payload);
     if (is_wanted(notification, options.vsans)) {
-      print_line((options.as_json ? json_line : text_line)(now_ns(), notification));
+      cli::print_line((options.as_json ? json_line : text_line)(now_ns(), notification));
     }
   }
 }
@@ -124,9 +124,10 @@ void add_watch(CLI::App &app, const Places &places) {
   command->footer("It runs until it is interrupted. Notifications that waited because nobody was "
                   "connected come here and\nnot to the agent.");
   const auto options = std::make_shared<Options>();
-  add_vsan_option(*command, options->vsans,
-                  "Only notifications of these VSANs, such as 1-100,2100, and rejects, which bear "
-                  "no VSAN");
+  cli::add_vsan_option(
+      *command, options->vsans,
+      "Only notifications of these VSANs, such as 1-100,2100, and rejects, which bear "
+      "no VSAN");
   command->add_flag("--json", options->as_json, "Print each one as a line of JSON");
   command->callback([options, &places] { watch(places.socket, *options); });
 }

@@ -24,9 +24,14 @@ struct ValueText {
 
 class PlainFormatter : public CLI::Formatter {
 public:
-  PlainFormatter() {
+  explicit PlainFormatter(std::string place) : place_(std::move(place)) {
     label("UINT", "N");
     label("FLOAT", "N");
+  }
+
+  std::string make_usage(const CLI::App *app, std::string name) const override {
+    name.insert(std::min(name.find(' '), name.size()), place_.empty() ? "" : " " + place_);
+    return Formatter::make_usage(app, name);
   }
 
   std::string make_option_opts(const CLI::Option *option) const override {
@@ -47,6 +52,9 @@ public:
     }
     return option->get_description() + (text.empty() ? "" : " (" + text + ")");
   }
+
+private:
+  std::string place_;
 };
 
 /** The command that was chosen last on the command line. */
@@ -83,8 +91,8 @@ std::string failure_text(const CLI::App *app, const CLI::Error &error) {
 
 } // namespace
 
-void speak_plainly(CLI::App &app) {
-  app.formatter(std::make_shared<PlainFormatter>());
+void speak_plainly(CLI::App &app, const std::string &place) {
+  app.formatter(std::make_shared<PlainFormatter>(place));
   app.failure_message(failure_text);
 }
 

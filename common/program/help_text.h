@@ -10,8 +10,11 @@
 
 namespace cli {
 
-/** Has help and errors of `app`, and of commands that it is given later, read as prose. */
-void speak_plainly(CLI::App &app);
+/**
+ * Has help and errors of `app`, and of commands that it is given later, read as prose.
+ * \param place what stands between the program's name and all that `app` reads.
+ */
+void speak_plainly(CLI::App &app, const std::string &place = "");
 
 /** Checks that a number is one of these; help says so. */
 CLI::Validator between(uint32_t low, uint32_t high);

@@ -26,6 +26,7 @@ int run_program(const Program &program, int argc, char **argv) {
     } else {
       std::cerr << program.name << ": " << error.what() << '\n';
     }
-    return 1;
+    const auto *const failure = dynamic_cast<const Failure *>(&error);
+    return failure == nullptr ? 1 : failure->exit_status;
   }
 }

@@ -3,9 +3,18 @@
  */
 #pragma once
 
+#include <stdexcept>
+#include <string>
+
 namespace CLI {
 class App;
 }
+
+/** An error that ends a program with a status of its own. */
+struct Failure : std::runtime_error {
+  Failure(const std::string &what, int status) : std::runtime_error(what), exit_status(status) {}
+  int exit_status;
+};
 
 struct Program {
   const char *name;
@@ -16,5 +25,6 @@ struct Program {
   void (*report)(const char *error) = nullptr;
 };
 
-/** \return the exit status: 0; 1 for an error, which is told; 2 for a bad command line. */
+/** \return the exit status: 0; 1, or a Failure's own, for an error, which is told; 2 for a bad
+ * command line. */
 int run_program(const Program &program, int argc, char **argv);

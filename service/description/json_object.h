@@ -3,8 +3,8 @@
  */
 #pragma once
 
+#include "common/text/octets.h"
 #include "service/fabric/fabric_terms.h"
-#include "service/fabric/octets.h"
 
 #include <initializer_list>
 #include <nlohmann/json.hpp>

@@ -4,8 +4,8 @@
  */
 #pragma once
 
+#include "common/text/octets.h"
 #include "fabric_terms.h"
-#include "octets.h"
 
 #include <algorithm>
 #include <concepts>

@@ -3,8 +3,8 @@
  */
 #pragma once
 
+#include "common/text/octets.h"
 #include "fabric.h"
-#include "octets.h"
 
 #include <functional>
 #include <string>

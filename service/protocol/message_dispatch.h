@@ -3,10 +3,10 @@
  */
 #pragma once
 
+#include "common/text/octets.h"
 #include "common/wire/ipc_wire.h"
 #include "record_dispatch.h"
 #include "service/discovery/discovery.h"
-#include "service/fabric/octets.h"
 #include "service/store/fabric_store.h"
 
 #include <span>

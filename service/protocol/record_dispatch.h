@@ -3,8 +3,8 @@
  */
 #pragma once
 
+#include "common/text/octets.h"
 #include "service/configuration/configuration.h"
-#include "service/fabric/octets.h"
 #include "service/store/fabric_store.h"
 
 #include <cstdint>

@@ -3,8 +3,8 @@
  */
 #pragma once
 
+#include "common/text/octets.h"
 #include "file_identity.h"
-#include "service/fabric/octets.h"
 
 #include <chrono>
 #include <memory>

@@ -1,9 +1,9 @@
 #include "common/program/help_text.h"
 #include "fabric_generator.h"
 #include "service/description/fabric_json.h"
+#include "tools/command_line/output.h"
+#include "tools/command_line/progress_line.h"
 #include "tools/fcsctl.h"
-#include "tools/output.h"
-#include "tools/progress_line.h"
 
 #include <memory>
 
@@ -17,10 +17,12 @@ struct Options {
 };
 
 void generate(const Options &options) {
-  ProgressLine line("written");
-  GeneratedFabric fabric(options.shape, [&line](uint32_t vsans) { line.show(vsans); });
-  write_output(options.output,
-               [&fabric](std::ostream &out) { fcs::write_description(fabric, out); });
+  cli::ProgressLine line;
+  GeneratedFabric fabric(options.shape, [&line](uint32_t vsans) {
+    line.show(std::to_string(vsans) + " VSANs written");
+  });
+  cli::write_output(options.output,
+                    [&fabric](std::ostream &out) { fcs::write_description(fabric, out); });
 }
 
 } // namespace

@@ -7,7 +7,7 @@
 #include <sstream>
 #include <stdexcept>
 
-namespace fcsctl {
+namespace cli {
 
 namespace {
 
@@ -62,4 +62,4 @@ void add_vsan_option(CLI::App &command, VsanList &list, const std::string &descr
       ->type_name("VSANS");
 }
 
-} // namespace fcsctl
+} // namespace cli

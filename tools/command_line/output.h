@@ -7,7 +7,7 @@
 #include <ostream>
 #include <string>
 
-namespace fcsctl {
+namespace cli {
 
 /** Writes a line to standard output at once. Throws std::runtime_error when it cannot. */
 void print_line(const std::string &line);
@@ -19,4 +19,4 @@ void print_line(const std::string &line);
  */
 void write_output(const std::string &path, const std::function<void(std::ostream &)> &write);
 
-} // namespace fcsctl
+} // namespace cli

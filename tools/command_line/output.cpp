@@ -12,7 +12,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace fcsctl {
+namespace cli {
 
 namespace {
 
@@ -73,4 +73,4 @@ void write_output(const std::string &path, const Write &write) {
   }
 }
 
-} // namespace fcsctl
+} // namespace cli

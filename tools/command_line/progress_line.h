@@ -4,27 +4,26 @@
 #pragma once
 
 #include <chrono>
-#include <cstdint>
 #include <string>
 
-namespace fcsctl {
+namespace cli {
 
-/** Shows nothing when standard error is no terminal; removes the line at the end. */
+/** Removes the line at the end. */
 class ProgressLine {
 public:
-  /** \param done what is being done to VSANs: "read", for example. */
-  explicit ProgressLine(std::string done);
+  /** \param always also where standard error is no terminal: a line a second is written there. */
+  explicit ProgressLine(bool always = false);
   ProgressLine(const ProgressLine &) = delete;
   ProgressLine &operator=(const ProgressLine &) = delete;
   ~ProgressLine();
 
-  void show(uint32_t vsans);
+  void show(const std::string &text);
 
 private:
-  std::string done_;
   bool is_terminal_;
+  bool always_;
   bool shown_ = false;
   std::chrono::steady_clock::time_point next_ = std::chrono::steady_clock::now();
 };
 
-} // namespace fcsctl
+} // namespace cli

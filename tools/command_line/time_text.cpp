@@ -4,7 +4,7 @@
 #include <iomanip>
 #include <sstream>
 
-namespace fcsctl {
+namespace cli {
 
 namespace {
 
@@ -31,4 +31,4 @@ std::string utc_time_text(int64_t time_ns) {
   return with_milliseconds(utc, "%Y-%m-%dT%H:%M:%S", time_ns) + "Z";
 }
 
-} // namespace fcsctl
+} // namespace cli

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace fcsctl {
+namespace cli {
 
 /** VSANs from the first to the last. */
 struct VsanRange {
@@ -35,4 +35,4 @@ private:
 /** Adds the option --vsan, which fills `list` and may be given again. */
 void add_vsan_option(CLI::App &command, VsanList &list, const std::string &description);
 
-} // namespace fcsctl
+} // namespace cli
