@@ -60,6 +60,8 @@ def test_the_guide_is_true(lab, checkout, guide):
 
 # What each command that the README has its reader try prints, in its order.
 README_SHOWS = [
+    ("build/lab/snmpfcs", r"(?s)\Avsan  name .*offline"),
+    ("build/lab/snmpfcs", r"(?s)  1  completed +\d.*100  completed +\d"),
     ("export", "^$"),
     ("snmpwalk", r"(?s)\A(?!.*not increasing)(?:[^=]*=){600}"),
     ("snmptable", r"(?s)\A(?!.*not increasing).*21:1:0:0:5e:0:53:1"),
