@@ -1,5 +1,6 @@
 #include "command_line/output.h"
 #include "command_line/vsan_list.h"
+#include "command_line/working_directory.h"
 #include "common/program/help_text.h"
 #include "fcsctl.h"
 #include "map/dot_program.h"
@@ -11,10 +12,6 @@
 #include "service/store/fabric_reader.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdlib>
-#include <cstring>
-#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <memory>
@@ -32,30 +29,9 @@ struct Options {
   std::string output = "-";
 };
 
-/** A directory for as long as the command runs. */
-class WorkingDirectory {
-public:
-  WorkingDirectory() {
-    std::string name = (std::filesystem::temp_directory_path() / "fcsctl-XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr) {
-      throw std::runtime_error("cannot make the directory " + name + ": " + std::strerror(errno));
-    }
-    path_ = name;
-  }
-  WorkingDirectory(const WorkingDirectory &) = delete;
-  WorkingDirectory &operator=(const WorkingDirectory &) = delete;
-  ~WorkingDirectory() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-  }
-  std::string path(const char *name) const { return (path_ / name).string(); }
-
-private:
-  std::filesystem::path path_;
-};
-
 /** A store of its own for a description, which is judged as an import judges it. */
-fcs::FabricStore store_of_description(const std::string &file, const WorkingDirectory &directory) {
+fcs::FabricStore store_of_description(const std::string &file,
+                                      const cli::WorkingDirectory &directory) {
   fcs::FabricStore store(directory.path("fabric.db"), kBusyWait);
   if (file == "-") {
     fcs::import_fabric(store, std::cin, "standard input");
@@ -97,7 +73,8 @@ void write_map(Writer writer, fcs::FabricSource &fabric, const std::vector<fcs::
   writer.finish();
 }
 
-void draw(fcs::FabricSource &fabric, const Options &options, const WorkingDirectory &directory) {
+void draw(fcs::FabricSource &fabric, const Options &options,
+          const cli::WorkingDirectory &directory) {
   const std::vector<fcs::Vsan> vsans = choose_vsans(fabric, options.vsans);
   if (options.format == "html") {
     cli::write_output(options.output, [&](std::ostream &out) {
@@ -119,7 +96,7 @@ void draw(fcs::FabricSource &fabric, const Options &options, const WorkingDirect
 }
 
 void map_fabric(const Options &options, const std::string &store_path) {
-  const WorkingDirectory directory;
+  const cli::WorkingDirectory directory;
   fcs::FabricStore store = options.file.empty() ? open_fabric(store_path)
                                                 : store_of_description(options.file, directory);
   try {

@@ -24,6 +24,7 @@ class Programs:
         self.module = build / "platform/linux/fcs_mib.so"
         self.fcsd = build / "service/fcsd"
         self.fcsctl = build / "tools/fcsctl"
+        self.snmpfcs = build / "tools/snmpfcs"
         self.manager = build / "bench/bench_manager"
         self.echo = build / "bench/bench_echo"
         self.tables = build / "bench/bench_tables.so"

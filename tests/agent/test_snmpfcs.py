@@ -111,6 +111,15 @@ def test_it_shows_the_fabric(lab, options, readable):
     assert offline and {row["state"] for row in offline} == {"offline"}
 
 
+def test_its_map_has_the_links_of_the_fabric(lab):
+    def links(graph):
+        return [line for line in graph.splitlines() if " -- " in line]
+    drawn = snmpfcs(lab, READER, "map", "--format", "dot")[1]
+    assert links(drawn) and links(drawn) == links(lab.control("map", "--format", "dot"))
+    assert "<svg" in snmpfcs(lab, READER, "map", "--format", "svg", "--summary", "--vsan", "1")[1]
+    assert snmpfcs(lab, OPERATOR, "map", "--vsan", "2100")[0] == 1
+
+
 def test_a_table_fits_the_terminal(lab):
     own, terminal = pty.openpty()
     fcntl.ioctl(terminal, termios.TIOCSWINSZ, struct.pack("HHHH", 24, 60, 0, 0))

@@ -48,28 +48,19 @@ VsanStates read_states(Session &session, const Ranges &vsans) {
   return states;
 }
 
-/** The VSANs that are meant; each one and each range that was given has to have one. */
-VsanStates choose_vsans(Session &session, const cli::VsanList &wanted) {
-  check_module(session);
-  VsanStates states = read_states(session, ranges_of(wanted));
-  for (const cli::VsanRange &range : wanted.ranges()) {
-    const auto first = states.lower_bound(range.first);
-    if (first == states.end() || !range.contains(first->first)) {
-      throw Failure("VSAN " + list_text({range.first}) +
-                        (range.first == range.last ? "" : " to " + std::to_string(range.last)) +
-                        ": the agent has none, or your role may not read it",
-                    kFailed);
-    }
-  }
-  return states;
-}
-
 std::vector<uint32_t> vsans_of(const VsanStates &states) {
   std::vector<uint32_t> vsans;
   for (const auto &[vsan, state] : states) {
     vsans.push_back(vsan);
   }
   return vsans;
+}
+
+VsanStates choose_vsans(Session &session, const cli::VsanList &wanted) {
+  check_module(session);
+  VsanStates states = read_states(session, ranges_of(wanted));
+  check_found(vsans_of(states), wanted);
+  return states;
 }
 
 /** A discovery of some VSANs, from its start to what has come of it. */

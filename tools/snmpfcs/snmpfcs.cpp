@@ -53,7 +53,7 @@ void describe(CLI::App &app) {
       ->default_str(kDefaultRoot);
   app.add_flag("--progress", context.progress,
                "Say how far it is, even if standard error is no terminal");
-  for (const auto add : {add_show, add_discovery, add_configuration, add_watch}) {
+  for (const auto add : {add_show, add_discovery, add_configuration, add_watch, add_map}) {
     add(app, context);
   }
   app.footer(kFooter); // Not of the commands that have been added.
@@ -135,6 +135,17 @@ Ranges ranges_of(const cli::VsanList &vsans) {
     }
   }
   return ranges_of(std::move(numbers));
+}
+
+void check_found(const std::vector<uint32_t> &found, const cli::VsanList &wanted) {
+  for (const cli::VsanRange &range : wanted.ranges()) {
+    if (std::ranges::none_of(found, [&range](uint32_t vsan) { return range.contains(vsan); })) {
+      throw Failure("VSAN " + std::to_string(range.first) +
+                        (range.first == range.last ? "" : " to " + std::to_string(range.last)) +
+                        ": the agent has none, or your role may not read it",
+                    kFailed);
+    }
+  }
 }
 
 void add_where_option(CLI::App &command, ReportOptions &options) {

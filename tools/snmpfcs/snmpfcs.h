@@ -41,6 +41,9 @@ void add_where_option(CLI::App &command, ReportOptions &options);
 /** The VSANs of a list as ranges of a walk; any number for an empty list. */
 Ranges ranges_of(const cli::VsanList &vsans);
 
+/** \throws Failure naming a VSAN, or a range, of which none was found. */
+void check_found(const std::vector<uint32_t> &found, const cli::VsanList &wanted);
+
 /** \throws Failure when the agent has no module, or the service behind it does not answer. */
 void check_module(Session &session);
 
@@ -51,5 +54,6 @@ void add_show(CLI::App &app, Context &context);
 void add_discovery(CLI::App &app, Context &context);
 void add_configuration(CLI::App &app, Context &context);
 void add_watch(CLI::App &app, Context &context);
+void add_map(CLI::App &app, Context &context);
 
 } // namespace snmpfcs
