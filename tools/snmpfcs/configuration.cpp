@@ -139,7 +139,7 @@ void validate_platform(Context &context, const Platform &platform) {
 }
 
 std::shared_ptr<Platform> add_platform_options(CLI::App &command) {
-  const auto platform = std::make_shared<Platform>();
+  auto platform = std::make_shared<Platform>();
   command.add_option("VSAN", platform->vsan, "VSAN")
       ->required()
       ->check(cli::between(1, 4096))
@@ -233,7 +233,7 @@ void add_node_name(Context &context, const ListRow &name) {
 }
 
 std::shared_ptr<ListRow> add_list_option(CLI::App &command) {
-  const auto row = std::make_shared<ListRow>();
+  auto row = std::make_shared<ListRow>();
   command.add_option("LIST", row->list, "Number of the list, which begins with its first row")
       ->required()
       ->check(cli::between(1, 0x7FFFFFFF))

@@ -295,7 +295,7 @@ void invalidate(Context &context, const Options &options) {
 }
 
 std::shared_ptr<Options> add_options(CLI::App &command, const std::string &vsans) {
-  const auto options = std::make_shared<Options>();
+  auto options = std::make_shared<Options>();
   cli::add_vsan_option(command, options->vsans, vsans);
   command.get_option("--vsan")->required();
   add_format_option(command, *options);

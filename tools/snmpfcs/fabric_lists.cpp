@@ -70,9 +70,10 @@ PortOwners::PortOwners(Session &session, const std::vector<Element> &elements,
 }
 
 const Element *PortOwners::of(uint32_t vsan, const Wwn &port) const {
-  for (const Port &found : std::ranges::equal_range(ports_, port, {}, &Port::wwn)) {
-    if (elements_[found.element].vsan == vsan) {
-      return &elements_[found.element];
+  for (auto at = std::ranges::lower_bound(ports_, port, {}, &Port::wwn);
+       at != ports_.end() && at->wwn == port; ++at) {
+    if (elements_[at->element].vsan == vsan) {
+      return &elements_[at->element];
     }
   }
   return nullptr;

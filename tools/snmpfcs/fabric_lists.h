@@ -10,7 +10,6 @@
 #include <array>
 #include <cstdint>
 #include <functional>
-#include <ranges>
 #include <string>
 #include <utility>
 #include <vector>
@@ -31,10 +30,13 @@ public:
   void add(uint32_t list, Item item) { items_.emplace_back(list, std::move(item)); }
 
   /** The items of a list, in their order. */
-  auto of(uint32_t list) const {
-    const auto found =
-        std::ranges::equal_range(items_, list, {}, &std::pair<uint32_t, Item>::first);
-    return std::views::values(found);
+  std::vector<Item> of(uint32_t list) const {
+    std::vector<Item> items;
+    for (auto at = std::ranges::lower_bound(items_, list, {}, &std::pair<uint32_t, Item>::first);
+         at != items_.end() && at->first == list; ++at) {
+      items.push_back(at->second);
+    }
+    return items;
   }
 
 private:

@@ -6,8 +6,7 @@
 #include "tools/command_line/working_directory.h"
 #include "tools/map/dot_program.h"
 #include "tools/map/map_dot.h"
-
-#include <ranges>
+#include "tools/map/map_page.h"
 
 namespace snmpfcs {
 
@@ -106,16 +105,18 @@ Discoveries choose_vsans(Session &session, const cli::VsanList &wanted) {
          chosen.emplace_back(static_cast<uint32_t>(index[0]),
                              word("fcsDiscoveryStatus", values[0]));
        });
-  const auto vsans = std::views::keys(chosen);
-  check_found({vsans.begin(), vsans.end()}, wanted);
+  std::vector<uint32_t> vsans;
+  for (const auto &[vsan, discovery] : chosen) {
+    vsans.push_back(vsan);
+  }
+  check_found(vsans, wanted);
   return chosen;
 }
 
-/** Reads and writes one VSAN after the other, none of which is kept. */
-void write_graph(Context &context, const Options &options, std::ostream &out) {
+/** Has a writer of maps write one VSAN after the other, none of which is kept. */
+template <typename Writer> void write_map(Writer writer, Context &context, const Options &options) {
   Session &session = context.session();
   cli::ProgressLine progress(context.progress);
-  fabric_map::DotWriter writer(out, options.detail);
   for (const auto &[vsan, discovery] : choose_vsans(session, options.vsans)) {
     progress.show("VSAN " + std::to_string(vsan));
     fabric_map::Vsan map{vsan, discovery, {}, {}};
@@ -128,14 +129,22 @@ void write_graph(Context &context, const Options &options, std::ostream &out) {
 }
 
 void draw(Context &context, const Options &options) {
-  const auto write = [&](std::ostream &out) { write_graph(context, options, out); };
+  if (options.format == "html") {
+    cli::write_output(options.output, [&](std::ostream &out) {
+      write_map(fabric_map::PageWriter(out), context, options);
+    });
+    return;
+  }
+  const auto write_graph = [&](std::ostream &out) {
+    write_map(fabric_map::DotWriter(out, options.detail), context, options);
+  };
   if (options.format == "dot") {
-    cli::write_output(options.output, write);
+    cli::write_output(options.output, write_graph);
     return;
   }
   const cli::WorkingDirectory directory;
   const std::string graph = directory.path("fabric.dot");
-  cli::write_output(graph, write);
+  cli::write_output(graph, write_graph);
   cli::write_output(options.output,
                     [&](std::ostream &out) { fabric_map::run_dot(graph, options.format, out); });
 }
@@ -149,12 +158,20 @@ void add_map(CLI::App &app, Context &context) {
   command->add_flag_callback(
       "--summary", [options] { options->detail = fabric_map::Detail::kSummary; },
       "Only the elements of each VSAN, with their links bundled");
-  command->add_option("--format", options->format, "What to write: a graph, or a drawing of it")
-      ->check(cli::one_of({"dot", "svg"}))
+  command
+      ->add_option("--format", options->format,
+                   "What to write: a graph, a drawing of it, or a page for a browser")
+      ->check(cli::one_of({"dot", "svg", "html"}))
       ->type_name("FORMAT");
   command->add_option("--output", options->output, "File to write; - for standard output")
       ->type_name("PATH");
-  command->callback([&context, options] { draw(context, *options); });
+  command->callback([&context, options] {
+    if (options->format == "html" && options->detail == fabric_map::Detail::kSummary) {
+      throw CLI::ValidationError("--summary", "not with --format html: a page shows the links "
+                                              "bundled, and ports when they are asked for");
+    }
+    draw(context, *options);
+  });
 }
 
 } // namespace snmpfcs

@@ -23,7 +23,7 @@ Cell cell(std::string_view name, const Value &value) {
   return cell_of(object(name), value);
 }
 
-template <class Items> Cell wwns(Items &&items) {
+template <class Items> Cell wwns(const Items &items) {
   std::vector<std::string> list;
   for (const auto &name : items) {
     list.push_back(fcs::to_wwn(fcs::octets_of({name.data(), sizeof(Wwn)})));
@@ -32,8 +32,7 @@ template <class Items> Cell wwns(Items &&items) {
 }
 
 Cell texts(const Lists<std::string> &lists, uint32_t list) {
-  const auto items = lists.of(list);
-  return std::vector<std::string>(items.begin(), items.end());
+  return lists.of(list);
 }
 
 /** Says on the terminal how many rows have been read. */
@@ -178,8 +177,8 @@ void show_ports(Context &context, const ShowOptions &options) {
              vsans, [&](const Oid &index, std::span<const Value> values) {
                const auto vsan = static_cast<uint32_t>(index[0]);
                const Element *const owner = owners.of(vsan, wwn_of(index));
-               const auto items = attached.of(static_cast<uint32_t>(number_of(values[4])));
-               const std::vector<AttachedName> names(items.begin(), items.end());
+               const std::vector<AttachedName> names =
+                   attached.of(static_cast<uint32_t>(number_of(values[4])));
                report.add({static_cast<int64_t>(vsan), text(wwn_of(index)),
                            owner == nullptr ? Cell() : owner->label(),
                            cell("fcsPortPhyPortNum", values[3]), cell("fcsPortType", values[0]),
