@@ -12,7 +12,10 @@
 enum FcsControlMessage : uint32_t {
   /**
    * How the service is doing. No request payload; the answer is a JSON object: pid, uptimeSeconds,
-   * requests (how many of the agent's it has answered), store (its path; left out if it is too long
+   * requests (how many of the agent's it has answered), failedRequests (of these, with an error;
+   * that there is no row is none), busySeconds (that it took to answer them), longestSeconds (the
+   * longest of them), refusedConnections and droppedConnections (by the service, since its start),
+   * waitingNotifications (until a client takes them), store (its path; left out if it is too long
    * for a message), storeInPlace (false once it has been deleted or replaced, and changes are
    * refused), vsans, elements, ports and platforms (how many the store holds, hidden ones
    * included), connections (how many by purpose).

@@ -32,6 +32,7 @@ public:
 
   explicit NotificationQueue(size_t limit = kLimit) : limit_(limit) {}
 
+  size_t size() const { return waiting_.size(); }
   bool empty() const { return waiting_.empty(); }
   bool full() const { return waiting_.size() >= limit_; }
   const Notification &front() const { return waiting_.front(); }

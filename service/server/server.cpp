@@ -42,6 +42,10 @@ size_t reply_room_of(int socket) {
                             ipc_wire::kBatchRoom);
 }
 
+double seconds(std::chrono::nanoseconds duration) {
+  return std::chrono::duration<double>(duration).count();
+}
+
 /** The user's name, which a client may have left without its NUL. */
 std::string_view user_of(const ipc_wire::FrameHeader &header) {
   return {header.user, strnlen(header.user, sizeof(header.user))};
@@ -160,7 +164,7 @@ void Server::serve(Client &client) {
     return;
   }
   if (got <= 0) {
-    drop(client, got == 0 ? "closed by the client" : std::strerror(errno));
+    end(client, got == 0 ? "closed by the client" : std::strerror(errno));
     return;
   }
   const auto length = static_cast<size_t>(got);
@@ -197,6 +201,7 @@ void Server::refuse(Client &client, const std::string &fault) {
   const ipc_wire::GreetingReply reply = ipc_wire::reply_to_greeting(fault);
   send_message(client, &reply, sizeof(reply));
   client.gone = true;
+  ++refused_;
 }
 
 void Server::answer_frame(Client &client, size_t length) {
@@ -208,7 +213,11 @@ void Server::answer_frame(Client &client, size_t length) {
     drop(client, "sent a message on a connection for notifications");
     return;
   }
+  const Clock::time_point began = Clock::now();
   const Answer made = answer(client, {request_.payload, length - sizeof(request_.header)});
+  if (client.purpose == ipc_wire::kExchange) {
+    count_request(made.result, Clock::now() - began);
+  }
   reply_.header = {};
   reply_.header.sequence = request_.header.sequence;
   reply_.header.opcode = request_.header.opcode;
@@ -223,7 +232,6 @@ void Server::answer_frame(Client &client, size_t length) {
 Answer Server::answer(const Client &client, Octets payload) {
   const std::span<uint8_t> room(reply_.payload, client.reply_room);
   if (client.purpose == ipc_wire::kExchange) {
-    ++requests_;
     follow(request_.header.processor);
   }
   if (client.purpose == ipc_wire::kControl) {
@@ -235,6 +243,15 @@ Answer Server::answer(const Client &client, Octets payload) {
         request_.header.flag, payload, room);
   }
   return answer_message(kAgentMessages, {store_, discovery_}, request_.header, payload, room);
+}
+
+void Server::count_request(int32_t result, Clock::duration took) {
+  ++requests_;
+  if (result != FCS_OK && result != FCS_ERR_NO_SUCH_ROW) {
+    ++failed_;
+  }
+  busy_ += took;
+  longest_ = std::max(longest_, took);
 }
 
 /** Takes turns with an agent that stays on a processor, and lets the scheduler decide again. */
@@ -268,9 +285,19 @@ Answer Server::answer_control(Octets payload) {
 std::string Server::status_text() {
   const FabricTotals totals = store_.totals();
   const auto uptime = std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - started_);
+  size_t waiting = notifications_.size();
+  for (const Client &client : clients_) {
+    waiting += client.outbox.size();
+  }
   nlohmann::ordered_json status{{"pid", getpid()},
                                 {"uptimeSeconds", uptime.count()},
                                 {"requests", requests_},
+                                {"failedRequests", failed_},
+                                {"busySeconds", seconds(busy_)},
+                                {"longestSeconds", seconds(longest_)},
+                                {"refusedConnections", refused_},
+                                {"droppedConnections", dropped_},
+                                {"waitingNotifications", waiting},
                                 {"store", store_.path()},
                                 {"storeInPlace", store_.in_place()},
                                 {"vsans", totals.vsans},
@@ -335,6 +362,11 @@ void Server::send_notifications(Client &client) {
 }
 
 void Server::drop(Client &client, const char *reason) {
+  ++dropped_;
+  end(client, reason);
+}
+
+void Server::end(Client &client, const char *reason) {
   log_line("%s connection of pid %d, uid %u ends: %s", purpose_name(client.purpose),
            client.peer.pid, client.peer.uid, reason);
   client.gone = true;

@@ -67,6 +67,7 @@ private:
   void refuse(Client &client, const std::string &fault);
   void answer_frame(Client &client, size_t length);
   Answer answer(const Client &client, Octets payload);
+  void count_request(int32_t result, Clock::duration took);
   void follow(uint32_t processor);
   Answer answer_control(Octets payload);
   std::string status_text();
@@ -74,6 +75,7 @@ private:
   void distribute_notifications();
   void send_notifications(Client &client);
   void drop(Client &client, const char *reason);
+  void end(Client &client, const char *reason);
   static bool send_message(const Client &client, const void *message, size_t length);
 
   Listener &listener_;
@@ -86,7 +88,12 @@ private:
   Clock::time_point accept_again_;
   ProcessorPin processor_;
   ServiceManager manager_;
-  uint64_t requests_ = 0; ///< Of the agent, answered.
+  uint64_t requests_ = 0;  ///< Of the agent, answered.
+  uint64_t failed_ = 0;    ///< Of these, with an error; that there is no row is none.
+  Clock::duration busy_{}; ///< That it took to answer them.
+  Clock::duration longest_{};
+  uint64_t refused_ = 0; ///< Connections.
+  uint64_t dropped_ = 0; ///< Connections that the service itself ended.
   std::vector<Client> clients_;
   std::vector<pollfd> polled_;
   ipc_wire::Frame request_{};

@@ -18,8 +18,10 @@ def test_every_kind_of_connection_is_served(service):
     assert control.ask(FCS.CTL_STATUS, 0, words(1)).result == FCS.ERR_BAD_LENGTH
     status = service.status()
     assert 0 <= status.pop("uptimeSeconds") < 60
-    assert status == {"pid": service.process.pid, "requests": 1, "store": str(service.store), "storeInPlace": True,
-                      "vsans": 3, "elements": 10, "ports": 48, "platforms": 17,
+    assert 0 < status.pop("busySeconds") == status.pop("longestSeconds") < 60
+    assert status == {"pid": service.process.pid, "requests": 1, "failedRequests": 1, "refusedConnections": 0,
+                      "droppedConnections": 0, "waitingNotifications": 0, "store": str(service.store),
+                      "storeInPlace": True, "vsans": 3, "elements": 10, "ports": 48, "platforms": 17,
                       "connections": {"exchange": 1, "notification": 1, "control": 2}}
     told = service.fcsctl("status")[1].splitlines()
     assert told[0].startswith(f"running     pid {service.process.pid}, for 00:00:") and told[1:] == [
@@ -43,6 +45,7 @@ def test_clients_that_misbehave_are_dropped_and_the_others_served(service):
         spoil(client := service.client())
         assert client.is_dropped()
     assert service.log().count("sent what is no message") == 2
+    assert (status := service.status())["refusedConnections"] == 3 and status["droppedConnections"] == 2
     deaf = service.client()
     assert deaf.ask(FCS.MSG_REQUEST, FCS.OP_GET, bytes(1024)).result == FCS.ERR_NO_SUCH_RECORD
     with pytest.raises(ConnectionError):

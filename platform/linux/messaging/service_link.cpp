@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cinttypes>
 #include <cstring>
 #include <poll.h>
 #include <sys/socket.h>
@@ -71,6 +72,7 @@ void ServiceLink::open() {
 void ServiceLink::close() {
   stop_trying();
   disconnect();
+  log_health();
 }
 
 void ServiceLink::await_up(std::chrono::milliseconds timeout) {
@@ -174,6 +176,15 @@ void ServiceLink::read_greeting_reply() {
     announced_ = true;
     snmp_log(LOG_INFO, "fcs: %s: connected to the FCS service at %s\n", label_,
              settings().service_socket.c_str());
+    log_health();
+  }
+}
+
+/** Says how the exchanges have gone, once there were some. */
+void ServiceLink::log_health() const {
+  if (exchanges_ > 0) {
+    snmp_log(LOG_INFO, "fcs: %s: %" PRIu64 " since the start, %" PRIu64 " failed, %.3f s waited\n",
+             label_, exchanges_, failures_, std::chrono::duration<double>(waited_).count());
   }
 }
 
@@ -220,6 +231,16 @@ bool ServiceLink::exchange(ipc_wire::FrameHeader &header, const void *payload, s
     errno = ENOTCONN;
     return false;
   }
+  const auto began = Clock::now();
+  const bool answered = ask(header, payload, length, reply, reply_length);
+  waited_ += Clock::now() - began;
+  ++exchanges_;
+  failures_ += answered ? 0 : 1;
+  return answered;
+}
+
+bool ServiceLink::ask(ipc_wire::FrameHeader &header, const void *payload, size_t length,
+                      ipc_wire::Reply &reply, size_t &reply_length) {
   header.sequence = ++sequence_;
   const auto deadline = Clock::now() + settings().exchange_timeout;
   if (!send(header, payload, length)) {

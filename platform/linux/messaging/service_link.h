@@ -58,11 +58,14 @@ private:
   void read_greeting_reply();
   void read_unasked();
   void rest(std::chrono::microseconds duration);
+  bool ask(ipc_wire::FrameHeader &header, const void *payload, size_t length,
+           ipc_wire::Reply &reply, size_t &reply_length);
   bool send(const ipc_wire::FrameHeader &header, const void *payload, size_t length);
   ssize_t receive(Clock::time_point deadline, ipc_wire::Reply &reply);
   bool await_reply(const ipc_wire::FrameHeader &request, Clock::time_point deadline,
                    ipc_wire::Reply &reply, size_t &reply_length);
   void fail(const std::string &why);
+  void log_health() const;
   void disconnect();
   void keep_trying();
   void stop_trying();
@@ -80,5 +83,8 @@ private:
   Clock::time_point retry_at_;
   int doublings_ = 0;      ///< Exchanges without an answer since the last one with an answer.
   std::string last_fault_; ///< Reported already: a lasting fault is logged once.
+  uint64_t exchanges_ = 0; ///< Since the start.
+  uint64_t failures_ = 0;  ///< Of these, without an answer.
+  Clock::duration waited_{};
   bool announced_ = false; ///< Whether the connection has been reported since the last fault.
 };
