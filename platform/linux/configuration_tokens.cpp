@@ -4,10 +4,13 @@
 #include "platform/linux/settings/settings.h"
 
 #include <array>
+#include <cerrno>
 #include <charconv>
 #include <cstring>
+#include <fstream>
 #include <pwd.h>
 #include <sstream>
+#include <stdexcept>
 #include <sys/un.h>
 
 #include <net-snmp/net-snmp-config.h>
@@ -135,6 +138,16 @@ void configuration_tokens_unregister() {
   for (const Token &token : kTokens) {
     unregister_app_config_handler(token.name);
   }
+}
+
+void configuration_tokens_read_file(const std::string &path) {
+  if (std::ifstream file(path); file.peek() == std::ifstream::traits_type::eof() && !file.eof()) {
+    throw std::runtime_error("cannot read " + path + ": " + strerror(errno));
+  }
+  forget();
+  OwnLines lines{};
+  link_own_lines(lines);
+  read_config(path.c_str(), lines.data(), NORMAL_CONFIG);
 }
 
 void configuration_tokens_read() {

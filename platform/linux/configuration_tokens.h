@@ -1,11 +1,20 @@
 /** What snmpd.conf says about the module: the tokens, and how their lines are read. */
 #pragma once
 
+#include <string>
+
 /** Registers the tokens with the agent's configuration. */
 void configuration_tokens_register();
 
 /** Takes the tokens out again and forgets what they said. */
 void configuration_tokens_unregister();
+
+/**
+ * Reads a file that holds these tokens alone, in place of what they have said before. What is wrong
+ * with a line is logged with file and line.
+ * \throws std::runtime_error when the file cannot be read; everything is then as it was.
+ */
+void configuration_tokens_read_file(const std::string &path);
 
 /**
  * Reads the module's own lines out of the agent's configuration files. For a module that is loaded

@@ -3,13 +3,11 @@
  * before it is unmapped. By then nothing of it may be left with the agent.
  */
 #include "configuration_tokens.h"
-#include "platform/linux/agent/interception.h"
-#include "platform/linux/containers/row_index_host.h"
-#include "platform/linux/messaging/notification_switches.h"
-#include "platform/linux/messaging/service_connection.h"
-#include "platform/linux/trace/trace_output.h"
+#include "module_host.h"
 
-#include "feature/fabric_conf_server/snmp/fcs_mib.h"
+#include <net-snmp/net-snmp-config.h>
+
+#include <net-snmp/net-snmp-includes.h>
 
 namespace {
 
@@ -29,8 +27,7 @@ void start_platform() {
   if (!configuration_read) {
     configuration_tokens_read(); // A manager has loaded the module into a running agent.
   }
-  trace_output_open();
-  service_connection_open();
+  module_host_connect();
 }
 
 void on_first_turn(unsigned int /*alarm*/, void * /*client*/) {
@@ -49,30 +46,18 @@ int on_configuration_read(int /*major*/, int /*minor*/, void * /*server*/, void 
 
 extern "C" void init_fcs() {
   configuration_tokens_register();
-  notification_switches_register();
   snmp_register_callback(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_POST_READ_CONFIG,
                          on_configuration_read, nullptr);
   first_turn_alarm = snmp_alarm_register(0, 0, on_first_turn, nullptr);
-  init_fcs_mib();
-  // Without its stores the module has taken its variables back, as far as it can.
-  if (temp_mgmt_addr_table != nullptr && temp_platform_table != nullptr) {
-    intercept_requests(start_platform);
-  } else {
-    release_registrations();
-  }
+  module_host_start(start_platform);
 }
 
 extern "C" void deinit_fcs() {
-  deinit_fcs_mib();
-  release_registrations();
-  row_index_release(temp_mgmt_addr_table);
-  row_index_release(temp_platform_table);
-  service_connection_close();
+  module_host_stop();
   snmp_alarm_unregister(first_turn_alarm);
   first_turn_alarm = 0;
   configuration_read = false;
   snmp_unregister_callback(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_POST_READ_CONFIG,
                            on_configuration_read, nullptr, 0);
-  notification_switches_unregister();
   configuration_tokens_unregister();
 }

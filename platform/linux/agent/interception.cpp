@@ -6,6 +6,7 @@
 #include "write_guard.h"
 
 #include <cstring>
+#include <string>
 #include <vector>
 
 namespace {
@@ -40,7 +41,7 @@ int serve_set(netsnmp_mib_handler *handler, netsnmp_handler_registration *regist
 int serve(netsnmp_mib_handler *handler, netsnmp_handler_registration *registration,
           netsnmp_agent_request_info *request_info, netsnmp_request_info *requests) {
   before_request();
-  const ServedRequest scope(*request_info, requests);
+  const ServedRequest scope(*request_info, requests, registration->contextName);
   if (MODE_IS_SET(request_info->mode)) {
     return serve_set(handler, registration, request_info, requests);
   }
@@ -55,12 +56,14 @@ bool is_ours(const netsnmp_subtree &tree) {
          strcmp(tree.reginfo->handlerName, kModuleName) == 0;
 }
 
-/** Calls `visit` for each registration of the module. */
+/** Calls `visit` for each registration of the module, in whatever context. */
 template <typename Visit> void for_each_registration(Visit visit) {
-  for (netsnmp_subtree *tree = netsnmp_subtree_find_first(""); tree != nullptr; tree = tree->next) {
-    for (netsnmp_subtree *child = tree; child != nullptr; child = child->children) {
-      if (is_ours(*child)) {
-        visit(*child->reginfo);
+  for (auto *context = get_top_context_cache(); context != nullptr; context = context->next) {
+    for (auto *tree = context->first_subtree; tree != nullptr; tree = tree->next) {
+      for (netsnmp_subtree *child = tree; child != nullptr; child = child->children) {
+        if (is_ours(*child)) {
+          visit(*child->reginfo);
+        }
       }
     }
   }
@@ -77,6 +80,7 @@ void intercept(netsnmp_handler_registration &registration) {
 
 /** Where a registration stands in the agent's tree. */
 struct Place {
+  std::string context;
   std::vector<oid> root;
   int priority;
   int range_subid;
@@ -94,13 +98,14 @@ void release_registrations() {
   // By copies: the agent goes on reading its arguments when it has freed the registration.
   std::vector<Place> places;
   for_each_registration([&places](const netsnmp_handler_registration &registration) {
-    places.push_back({{registration.rootoid, registration.rootoid + registration.rootoid_len},
+    places.push_back({registration.contextName == nullptr ? "" : registration.contextName,
+                      {registration.rootoid, registration.rootoid + registration.rootoid_len},
                       registration.priority,
                       registration.range_subid,
                       registration.range_ubound});
   });
   for (Place &place : places) {
     unregister_mib_context(place.root.data(), place.root.size(), place.priority, place.range_subid,
-                           place.range_ubound, "");
+                           place.range_ubound, place.context.c_str());
   }
 }

@@ -25,6 +25,8 @@ namespace {
 
 std::map<uint32_t, AgentNotifHandler *> handlers;
 
+std::string own_context;
+
 /** Messages on their way to their handlers: one of the service, then those that its handler sends.
  * The module sends from its handlers only. */
 std::deque<IpcMessage> waiting;
@@ -47,7 +49,7 @@ void send_notification(const oid *trap_oid, size_t length, netsnmp_variable_list
     return;
   }
   list->next_variable = bindings;
-  send_v2trap(list);
+  send_v3trap(list, own_context.empty() ? nullptr : own_context.c_str());
   list->next_variable = nullptr;
   snmp_free_varbind(list);
 }
@@ -75,6 +77,10 @@ void deliver(const IpcMessage &message) {
 }
 
 } // namespace
+
+void notifications_come_from(const std::string &context) {
+  own_context = context;
+}
 
 void notifications_deliver(const ipc_wire::Frame &frame, size_t length) {
   waiting.push_back(message_of(frame.header.opcode, frame.payload, length));

@@ -7,6 +7,10 @@
 #include "common/wire/ipc_wire.h"
 
 #include <cstddef>
+#include <string>
+
+/** Has the SNMP notifications come from a context of the agent; an empty one is the default. */
+void notifications_come_from(const std::string &context);
 
 /**
  * Hands a notification of the service to the handler registered for its opcode, if there is one,

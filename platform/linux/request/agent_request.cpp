@@ -27,12 +27,19 @@ constexpr auto kBetweenReports = std::chrono::minutes(1);
 const netsnmp_pdu *current;
 const netsnmp_pdu *current_as_it_came;
 /** The last request, by its transaction and its id: the agent's own have no transaction. */
-std::pair<long, long> last_request;
+using RequestId = std::pair<long, long>;
+std::optional<RequestId> last_request;
+/** Of a subagent. */
+std::optional<UsersOfContexts> user_of_context;
 /** How many there have been, and when the first object of the last one was served. */
 long request_number;
 Clock::time_point request_began;
 /** Whether the message being served is a read. */
 bool current_is_read;
+/** Pieces of a relayed request that have been served before. A GETBULK comes as a row of GETNEXTs,
+ * and nothing says how many. */
+unsigned pieces_before;
+constexpr unsigned kMostDoublings = 6;
 /** How many rows the bindings being served may still ask of their table. */
 uint32_t current_rows;
 /** The binding of a SET that is being served; null outside of one. */
@@ -77,6 +84,17 @@ std::string security_name(const netsnmp_pdu &pdu) {
   return name;
 }
 
+/** The user of a subagent's requests in a context. */
+std::string relayed_user(const char *context) {
+  const auto user = user_of_context->find(context == nullptr ? "" : context);
+  return user == user_of_context->end() ? std::string() : user->second;
+}
+
+/** A master gives each piece of a request an id of its own. */
+RequestId id_of(const netsnmp_pdu &pdu) {
+  return {pdu.transid, user_of_context && pdu.transid != 0 ? 0 : pdu.reqid};
+}
+
 /** Logs that the request being served has spent its share of time. */
 void report_overdue(std::chrono::milliseconds share) {
   static Clock::time_point next_report;
@@ -107,18 +125,33 @@ uint32_t rows_asked_for(const netsnmp_request_info *requests) {
 
 } // namespace
 
+void agent_requests_are_relayed(std::optional<UsersOfContexts> users) {
+  user_of_context = std::move(users);
+}
+
+void agent_request_forget_last() {
+  last_request.reset();
+}
+
 ServedRequest::ServedRequest(const netsnmp_agent_request_info &info,
-                             const netsnmp_request_info *requests) {
+                             const netsnmp_request_info *requests, const char *context) {
   current_rows = rows_asked_for(requests);
   current = info.asp->pdu;
   current_as_it_came = info.asp->orig_pdu;
   exchanges_of_binding = 0;
   current_is_read = !MODE_IS_SET(info.mode);
-  if (const std::pair request(current->transid, current->reqid); request != last_request) {
+  if (const RequestId request = id_of(*current); request != last_request) {
     last_request = request;
+    pieces_before = 0;
     ++request_number;
     request_began = Clock::now();
     current_user_known = false;
+  } else {
+    ++pieces_before;
+  }
+  if (user_of_context) {
+    current_user = relayed_user(context);
+    current_user_known = true;
   }
 }
 
@@ -143,6 +176,9 @@ RowUse agent_request_row_use() {
   constexpr RowUse kEachByItself = {-1, 1};
   if (current == nullptr || !current_is_read) {
     return kEachByItself;
+  }
+  if (user_of_context) {
+    return {request_number, current_rows << std::min(pieces_before, kMostDoublings)};
   }
   const bool asks_once = current->command != SNMP_MSG_GETBULK && current->variables != nullptr &&
                          current->variables->next_variable == nullptr;

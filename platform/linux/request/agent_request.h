@@ -2,6 +2,9 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
 
 #include <net-snmp/net-snmp-config.h>
 
@@ -9,10 +12,25 @@
 
 #include <net-snmp/agent/net-snmp-agent-includes.h>
 
+using UsersOfContexts = std::map<std::string, std::string>;
+
+/**
+ * Has the requests of each context be those of a user; one that is not listed has none. For a
+ * subagent of AgentX, whose master sends no security name along, and one request of a manager in as
+ * many pieces as it likes: what belongs together has the same transaction.
+ * \param users Absent: requests come as they were sent, with their users.
+ */
+void agent_requests_are_relayed(std::optional<UsersOfContexts> users);
+
+/** Another master begins its transactions anew. */
+void agent_request_forget_last();
+
 /** Marks a request as the one being served, for as long as this lives. */
 class ServedRequest {
 public:
-  ServedRequest(const netsnmp_agent_request_info &info, const netsnmp_request_info *requests);
+  /** \param context Where the object is registered that is asked for; null for the default one. */
+  ServedRequest(const netsnmp_agent_request_info &info, const netsnmp_request_info *requests,
+                const char *context = nullptr);
   ~ServedRequest();
   ServedRequest(const ServedRequest &) = delete;
   ServedRequest &operator=(const ServedRequest &) = delete;

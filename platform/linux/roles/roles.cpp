@@ -143,6 +143,14 @@ std::string roles_assign(const char *arguments) {
   return {};
 }
 
+bool roles_are_configured() {
+  return roles.configured;
+}
+
+bool roles_know(const std::string &user) {
+  return roles.role_of_user.count(user) != 0;
+}
+
 void roles_reset() {
   roles = Roles();
 }

@@ -26,5 +26,11 @@ std::string roles_define(const char *arguments);
  */
 std::string roles_assign(const char *arguments);
 
+/** Whether there is a role line, valid or not. */
+bool roles_are_configured();
+
+/** Whether a line gives this user a role. */
+bool roles_know(const std::string &user);
+
 /** Forgets all roles. */
 void roles_reset();
