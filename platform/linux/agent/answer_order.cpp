@@ -58,6 +58,20 @@ void tell_disorder(const netsnmp_request_info &request, const Name &asked) {
   DEBUGMSG((kRequestToken, "; the table ends here\n"));
 }
 
+int serve_one_named(netsnmp_mib_handler *handler, netsnmp_handler_registration *registration,
+                    netsnmp_agent_request_info *request_info, netsnmp_request_info &request) {
+  if (request.inclusive == 0) {
+    return netsnmp_call_next_handler(handler, registration, request_info, &request);
+  }
+  const netsnmp_variable_list &binding = *request.requestvb;
+  const Name asked(binding.name, binding.name + binding.name_length);
+  const int result = netsnmp_call_next_handler(handler, registration, request_info, &request);
+  if (is_answered(request) && is_behind(binding, asked)) {
+    ask_for_next_of(asked, request);
+  }
+  return result;
+}
+
 int serve_one_in_order(netsnmp_mib_handler *handler, netsnmp_handler_registration *registration,
                        netsnmp_agent_request_info *request_info, netsnmp_request_info &request) {
   static Name asked; // Keeps its room from one answer to the next.
@@ -80,17 +94,31 @@ int serve_one_in_order(netsnmp_mib_handler *handler, netsnmp_handler_registratio
   return result;
 }
 
-} // namespace
+using ServeOne = int(netsnmp_mib_handler *handler, netsnmp_handler_registration *registration,
+                     netsnmp_agent_request_info *request_info, netsnmp_request_info &request);
 
-int serve_in_order(netsnmp_mib_handler *handler, netsnmp_handler_registration *registration,
-                   netsnmp_agent_request_info *request_info, netsnmp_request_info *requests) {
+int serve_each(ServeOne *serve_one, netsnmp_mib_handler *handler,
+               netsnmp_handler_registration *registration, netsnmp_agent_request_info *request_info,
+               netsnmp_request_info *requests) {
   int status = SNMP_ERR_NOERROR;
   for (netsnmp_request_info *request = requests; request != nullptr;) {
     netsnmp_request_info *const following = std::exchange(request->next, nullptr);
-    const int result = serve_one_in_order(handler, registration, request_info, *request);
+    const int result = serve_one(handler, registration, request_info, *request);
     status = status == SNMP_ERR_NOERROR ? result : status;
     request->next = following;
     request = following;
   }
   return status;
+}
+
+} // namespace
+
+int serve_in_order(netsnmp_mib_handler *handler, netsnmp_handler_registration *registration,
+                   netsnmp_agent_request_info *request_info, netsnmp_request_info *requests) {
+  return serve_each(serve_one_in_order, handler, registration, request_info, requests);
+}
+
+int serve_named(netsnmp_mib_handler *handler, netsnmp_handler_registration *registration,
+                netsnmp_agent_request_info *request_info, netsnmp_request_info *requests) {
+  return serve_each(serve_one_named, handler, registration, request_info, requests);
 }

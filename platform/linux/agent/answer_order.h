@@ -18,3 +18,11 @@
  */
 int serve_in_order(netsnmp_mib_handler *handler, netsnmp_handler_registration *registration,
                    netsnmp_agent_request_info *request_info, netsnmp_request_info *requests);
+
+/**
+ * Has the next handler answer GET requests. A master of AgentX begins a search at an object with
+ * the instance of that very name, and the agent library asks for it by a GET: the module, which
+ * answers for a bare counter column with one of its rows, is not taken at its word there.
+ */
+int serve_named(netsnmp_mib_handler *handler, netsnmp_handler_registration *registration,
+                netsnmp_agent_request_info *request_info, netsnmp_request_info *requests);

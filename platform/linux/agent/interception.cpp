@@ -48,7 +48,7 @@ int serve(netsnmp_mib_handler *handler, netsnmp_handler_registration *registrati
   if (request_info->mode == MODE_GETNEXT) {
     return serve_in_order(handler, registration, request_info, requests);
   }
-  return netsnmp_call_next_handler(handler, registration, request_info, requests);
+  return serve_named(handler, registration, request_info, requests);
 }
 
 bool is_ours(const netsnmp_subtree &tree) {
