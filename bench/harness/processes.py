@@ -29,6 +29,7 @@ class Programs:
         self.echo = build / "bench/bench_echo"
         self.tables = build / "bench/bench_tables.so"
         self.subagent = build / "bench/bench_subagent"
+        self.agentx = build / "platform/linux/agentx/fcs-agentx"
         self.micro = build / "bench/bench_micro"
 
 
@@ -158,6 +159,20 @@ class Lab:
         """A further process, stopped with the lab."""
         self.parts.append(part)
         return part
+
+    def start_agent_behind(self):
+        """Another agent with the module, of the same service: its process, and its port."""
+        behind = Path(self.directory, "behind")
+        behind.mkdir()
+        port = free_port()
+        path = behind / "snmpd.conf"
+        path.write_text(CONFIGURATION.format(port=port, module=self.programs.module, directory=self.directory)
+                        .replace("/history", "/behind/history"))
+        log = behind / "snmpd.log"
+        agent = self.add(Running("snmpd", [SNMPD, "-f", "-LF", "i", log, "-C", "-c", path], "/dev/null",
+                                 {"MIBS": "", "SNMP_PERSISTENT_DIR": str(behind)}))
+        agent.wait_until(lambda: log.exists() and "exchanges: connected" in log.read_text(), log)
+        return agent, port
 
     def stop(self):
         for part in reversed(self.parts):

@@ -6,7 +6,7 @@ from .growth import cost
 
 BEGIN = "<!-- figures: bench/run --report writes what follows -->"
 END = "<!-- end of figures -->"
-CONTENDERS = ("module", "built-in", "memory", "AgentX", "pass_persist", "socket echo")
+CONTENDERS = ("module", "fcs-agentx", "proxy", "built-in", "memory", "AgentX", "pass_persist", "socket echo")
 
 
 def number(value):
