@@ -1,6 +1,6 @@
 # Sourced by scripts/lab: a lab's directory, which must be the caller's alone, and the lab's settings in it.
 
-# The settings that a lab runs with: snmp-port, trap-port, console, build, and the fabric's checksum.
+# The settings that a lab runs with: snmp-port, trap-port, console, build, agentx, proxy, and the fabric's checksum.
 declare -A settings=()
 
 # sudo_here: prints what the caller puts before a command that needs root.
@@ -27,7 +27,9 @@ make_directory() {
 }
 
 check_path() {
-  [ ${#dir} -le 90 ] || die "--dir $dir: the path is too long for the service's socket (90 characters)"
+  local most=90
+  [ -z "${given[agentx]-}${given[proxy]-}" ] || most=85 # Each switch has a folder.
+  [ ${#dir} -le $most ] || die "--dir $dir: the path is too long for the service's socket ($most characters)"
   [[ "$dir$root" != *[:[:cntrl:]]* ]] || die "the paths of checkout and lab cannot have colons or line ends: $dir"
 }
 
@@ -73,8 +75,10 @@ lock_directory() {
 
 read_settings() {
   local line
-  [ -f settings ] || return 0
-  while IFS= read -r line; do settings[${line%%=*}]=${line#*=}; done <settings
+  if [ -f settings ]; then
+    while IFS= read -r line; do settings[${line%%=*}]=${line#*=}; done <settings
+  fi
+  name_parts
 }
 
 write_settings() {
@@ -100,13 +104,11 @@ settle_fabric() {
   [ -f "$fabric" ] && [ -r "$fabric" ] || die "--fabric $fabric: is no file that can be read"
   sum=$(sha256sum <"$fabric")
   sum=${sum%% *}
-  new_store=
-  if [ ! -e fabric.db ]; then
-    new_store=yes
+  if [ ! -e "${first}fabric.db" ]; then
     settings[fabric]=$sum
   elif [ -n "${given[fabric]-}" ] && [ "$sum" != "${settings[fabric]-}" ]; then
     die "--fabric $fabric: the lab in $dir has begun with another fabric; this replaces it:
-  $(printf '%q ' "$dir/fcsctl" import "$fabric")"
+  $(printf '%q ' "$dir/${first}fcsctl" import "$fabric")"
   fi
 }
 
@@ -115,6 +117,9 @@ settle_settings() {
   settle trap-port 1162
   settle console ''
   settle build ''
+  settle agentx ''
+  settle proxy ''
+  name_parts
   settle_fabric
   snmp_port=${settings[snmp-port]}
   trap_port=${settings[trap-port]}

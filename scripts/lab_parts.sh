@@ -1,8 +1,22 @@
 # Sourced by scripts/lab and scripts/lab_logs, in the lab's directory: the processes of a lab. NAME.pid
 # has what is known of one: its process id, when it started, and its program.
 
-# In the order in which they are stopped.
-parts='lab_logs snmpd snmptrapd fcsd'
+# name_parts: sets parts, in the order in which they are stopped; switches to those that the lab has several of; and
+# first to where the files of the first are.
+name_parts() {
+  local switch number=${settings[agentx]-}${settings[proxy]-} answering=snmpd
+  switches=
+  first=
+  parts='lab_logs snmpd snmptrapd'
+  if [ -z "$number" ]; then
+    parts+=' fcsd'
+    return
+  fi
+  [ -z "${settings[agentx]-}" ] || answering=fcs-agentx
+  switches=$(seq -f 'switch-%.0f' -s ' ' "$number")
+  first=switch-1/
+  for switch in $switches; do parts+=" $switch/$answering $switch/fcsd"; done
+}
 
 # start_time PID: sets started to when a process began, in clock ticks since the machine did.
 start_time() {
@@ -63,7 +77,7 @@ stop_begun() {
   for name in $parts; do
     case " ${begun[*]} " in *" $name "*) stop "$name" ;; esac
   done
-  [ -z "${new_store-}" ] || rm -f fabric.db*
+  [ -z "${new_store-}" ] || rm -f "$new_store"*
   [ ${#begun[@]} -eq 0 ] || say "scripts/lab: stopped what it had started"
 }
 
