@@ -86,13 +86,19 @@ start_snmpd() {
   wait_for "${place}snmpd" "$seconds" "${place}snmpd.log" "the agent does not answer for the module on port $snmp_port" "$@"
 }
 
+# fcs_lines SWITCH: prints what the module of a switch goes by, and what fcs.local.conf adds for all of them.
+fcs_lines() {
+  fill_in 127.0.0.1 "$1" fcs
+  [ ! -f fcs.local.conf ] || cat fcs.local.conf
+}
+
 # start_subagent SWITCH: starts what answers for a switch behind the lab's agent.
 start_subagent() {
   local place console=()
   place=$(place_of "$1")
   pid_of "${place}fcs-agentx" >/dev/null && return
   [ -z "${settings[console]}" ] || console=(--console)
-  fill_in 127.0.0.1 "$1" fcs >"${place}fcs-agentx.conf"
+  fcs_lines "$1" >"${place}fcs-agentx.conf"
   start "${place}fcs-agentx" "${place}fcs-agentx.log" "$build_dir/platform/linux/agentx/fcs-agentx" \
     --master "unix:$dir/agentx" --context "$1" --user admin --context "$1-operations=operator" \
     --config "$dir/${place}fcs-agentx.conf" --state "$dir/${place}agent" "${console[@]}"
@@ -104,6 +110,6 @@ start_switch_agent() {
   place=$(place_of "$1")
   host=$(address_of "$1")
   pid_of "${place}snmpd" >/dev/null && return
-  fill_in "$host" "$1" snmpd inform plugin fcs >"${place}snmpd.conf"
+  { fill_in "$host" "$1" snmpd inform plugin && fcs_lines "$1"; } >"${place}snmpd.conf"
   start_snmpd "$place" 30 module_answers "$host" public
 }
