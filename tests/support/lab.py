@@ -106,9 +106,9 @@ class Lab:
         return done.stdout
 
     def sanitizer_report(self):
-        """What the sanitizers of a build with them have said in the agent and in the service; empty for nothing."""
-        for output in map(self.directory.joinpath, ("snmpd.out", "fcsd.out")):
-            text = output.read_text(errors="replace") if output.exists() else ""
+        """What the sanitizers of a build with them have said in the lab's programs; empty for nothing."""
+        for output in [*self.directory.rglob("*.out"), *self.directory.rglob("fcs-agentx.log")]:
+            text = output.read_text(errors="replace")
             places = [place for sign in SANITIZERS if (place := text.find(sign)) >= 0]
             if places:
                 return f"{output.name}: {text[min(places):][:4000]}"
