@@ -48,14 +48,19 @@ def checkout(lab, tmp_path):
     return tmp_path
 
 
-@pytest.mark.parametrize("guide", ["discovery.md", "configuration.md", "fabric-json.md"])
-def test_the_guide_is_true(lab, checkout, guide):
-    steps = blocks((REPOSITORY / "docs" / guide).read_text()).removeprefix("$ ").split("\n$ ")
+def follow(text, lab, checkout):
+    """Types the commands of a guide, and holds what they print against it."""
+    steps = blocks(text).removeprefix("$ ").split("\n$ ")
     assert len(steps) >= 2
     with shell(checkout) as typed:
         for command, _, expected in (step.partition("\n") for step in steps):
             answer = answer_of(typed, command.replace("127.0.0.1:1161", lab.address))
             assert answer == "\n".join(map(str.rstrip, expected.splitlines())), command
+
+
+@pytest.mark.parametrize("guide", ["discovery.md", "configuration.md", "fabric-json.md"])
+def test_the_guide_is_true(lab, checkout, guide):
+    follow((REPOSITORY / "docs" / guide).read_text(), lab, checkout)
 
 
 # What each command that the README has its reader try prints, in its order.

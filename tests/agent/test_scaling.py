@@ -10,13 +10,14 @@ import pytest
 from fabric import expected_varbinds
 from far_lab import PARTS, FarLab
 from lab import OPERATOR, READER, ROOT, Lab
-from programs import eventually, paused
+from programs import REPOSITORY, eventually, paused
 from test_answers import (  # noqa: F401 - the same tests, of another lab
     ordered, test_a_small_fabric_in_place_of_the_large, test_absent_instances,
     test_every_answer_is_of_the_fabric_of_its_time, test_get_is_the_walk, test_getnext_from_anywhere,
     test_walk_is_the_fabric)
 from test_configuration import (  # noqa: F401
     same_fabric_again, test_a_row_that_failed_in_action_is_found_again, test_requests)
+from test_guides import checkout, follow  # noqa: F401
 
 
 @pytest.fixture(scope="module", params=PARTS)
@@ -31,6 +32,12 @@ def second(lab):
     lab.switch = "switch-2"
     yield lab
     lab.switch = "switch-1"
+
+
+def test_the_guide_is_true(lab, checkout):  # noqa: F811
+    section = (REPOSITORY / "docs/scaling.md").read_text().split("## In the lab\n")[1].split("\n## ")[0]
+    assert "scripts/lab up --agentx 2" in section
+    follow(section.replace("scripts/lab up --agentx 2", " ".join(map(str, lab.command_up()))), lab, checkout)
 
 
 def test_another_switch_has_another_fabric(second):
