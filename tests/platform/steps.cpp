@@ -315,9 +315,9 @@ private:
     }
   }
 
-  /** Serves the message once more, or as one with another transaction or id. */
+  /** Serves the message once more, or as one with another transaction, with none, or another id. */
   void serve_again(const std::string &difference) {
-    message_->pdu.transid *= difference == "transaction" ? -1 : 1;
+    message_->pdu.transid *= difference == "transaction" ? -1 : difference == "none" ? 0 : 1;
     message_->pdu.reqid *= difference == "id" ? -1 : 1;
     serve(message_->info.mode);
   }
@@ -413,6 +413,12 @@ private:
        }},
       {"question", [this] { module_stand_in::question = written_out(word()); }},
       {"as", [this] { user_ = word(); }},
+      {"relayed",
+       [this] {
+         agent_requests_are_relayed(UsersOfContexts{{"", word()}});
+       }},
+      {"not-relayed", [] { agent_requests_are_relayed(std::nullopt); }},
+      {"new-master", agent_request_forget_last},
       {"get", [this] { begin(SNMP_MSG_GET).serve(MODE_GET); }},
       {"next", [this] { begin(SNMP_MSG_GETNEXT).serve(MODE_GETNEXT); }},
       {"bulk", [this] { begin(SNMP_MSG_GETBULK, word<int>()).serve(MODE_GETNEXT); }},
