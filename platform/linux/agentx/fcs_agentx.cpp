@@ -167,17 +167,22 @@ std::string master_fault(const std::string &address) {
 void describe(CLI::App &app) {
   app.add_option("--master", options.master,
                  "AgentX master to serve: unix:PATH, the path absolute, or tcp:HOST:PORT")
+      ->type_name("ADDRESS")
       ->check(CLI::Validator(master_fault, ""));
   app.add_option("--context", options.contexts,
                  "SNMP context to answer in, instead of the default one; notifications come from "
                  "the first. NAME=USER gives those who ask there the role of USER")
       ->default_str("")
+      ->type_name("NAME")
       ->allow_extra_args(false);
-  app.add_option("--user", options.user,
-                 "User whose role everyone has who asks; needed with roles");
-  app.add_option("--config", options.config, "Configuration file, with the tokens of the plug-in");
-  app.add_option("--state", options.state, "Directory of its own, for what outlives it");
-  app.add_option("--debug", options.debug, "Debug tokens of Net-SNMP to log, such as fcs_request");
+  app.add_option("--user", options.user, "User whose role everyone has who asks; needed with roles")
+      ->type_name("NAME");
+  app.add_option("--config", options.config, "Configuration file, with the tokens of the plug-in")
+      ->type_name("FILE");
+  app.add_option("--state", options.state, "Directory of its own, for what outlives it")
+      ->type_name("DIRECTORY");
+  app.add_option("--debug", options.debug, "Debug tokens of Net-SNMP to log, such as fcs_request")
+      ->type_name("TOKENS");
   app.add_flag("--console", options.console,
                "Let the module print to standard output and error what it prints; the log is on "
                "standard error either way");
