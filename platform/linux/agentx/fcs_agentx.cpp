@@ -80,8 +80,9 @@ std::string role_faults() {
 
 bool is_connected;
 
+/** A master may leave behind what it has asked. */
 void connect_service() {
-  if (!std::exchange(is_connected, true)) {
+  if (subagent_has_master() && !std::exchange(is_connected, true)) {
     module_host_connect();
   }
 }

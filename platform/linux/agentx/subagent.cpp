@@ -145,6 +145,10 @@ void set_up_library(const Subagent &subagent) {
 
 } // namespace
 
+bool subagent_has_master() {
+  return session != nullptr;
+}
+
 void serve_as_subagent(const Subagent &subagent) {
   catch_signals();
   subagent_log_open();

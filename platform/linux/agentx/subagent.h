@@ -14,6 +14,9 @@ struct Subagent {
   void (*hung_up)() = [] {};  ///< SIGHUP.
 };
 
+/** Whether there is a session with the master now. */
+bool subagent_has_master();
+
 /**
  * Serves until SIGTERM or SIGINT. A master that is not there, goes away or has another subagent for
  * the same objects is tried again every second. It ends within a second, whatever the master does.
