@@ -1,6 +1,6 @@
 #include "control_client.h"
 #include "fcsctl.h"
-#include "output.h"
+#include "tools/command_line/output.h"
 
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -112,7 +112,8 @@ void write_status(std::ostream &out, const Json &status, const Options &options)
 
 void show_status(const std::string &socket, const Options &options) {
   const auto write = [&options](const Json &status) {
-    write_output(options.output, [&](std::ostream &out) { write_status(out, status, options); });
+    cli::write_output(options.output,
+                      [&](std::ostream &out) { write_status(out, status, options); });
   };
   try {
     write(service_status(socket));
