@@ -22,7 +22,7 @@ template <typename T = std::string> T next(std::istream &words) {
 int64_t nanoseconds_since_the_epoch() {
   timespec now{};
   clock_gettime(CLOCK_REALTIME, &now);
-  return now.tv_sec * 1'000'000'000L + now.tv_nsec;
+  return int64_t{now.tv_sec} * 1'000'000'000 + now.tv_nsec;
 }
 
 /** LEVEL TEXT TIMES: a text "#" is the number of the event. */

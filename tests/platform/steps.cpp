@@ -299,7 +299,7 @@ private:
       static const std::map<char, u_char> types = {
           {'i', ASN_INTEGER}, {'u', ASN_UNSIGNED}, {'t', ASN_TIMETICKS}, {'c', ASN_COUNTER}};
       const std::string text = each.substr(2);
-      const long number = each[0] == 's' ? 0 : std::stol(text);
+      const auto number = static_cast<long>(each[0] == 's' ? 0 : std::stoll(text));
       each[0] == 's' ? message_->set(ASN_OCTET_STR, text.data(), text.size())
                      : message_->set(types.at(each[0]), &number, sizeof(number));
     }

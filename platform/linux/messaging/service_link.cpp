@@ -61,7 +61,7 @@ timeval to_timeval(std::chrono::microseconds duration) {
 } // namespace
 
 void ServiceLink::open() {
-  close();
+  leave();
   last_fault_.clear();
   announced_ = false;
   doublings_ = 0;
@@ -70,6 +70,12 @@ void ServiceLink::open() {
 }
 
 void ServiceLink::close() {
+  leave();
+  exchanges_ = failures_ = 0;
+  waited_ = {};
+}
+
+void ServiceLink::leave() {
   stop_trying();
   disconnect();
   log_health();

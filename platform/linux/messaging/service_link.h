@@ -66,6 +66,7 @@ private:
                    ipc_wire::Reply &reply, size_t &reply_length);
   void fail(const std::string &why);
   void log_health() const;
+  void leave();
   void disconnect();
   void keep_trying();
   void stop_trying();
