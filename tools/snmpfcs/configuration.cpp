@@ -309,7 +309,7 @@ void add_notification_command(CLI::App &app, Context &context) {
   command->add_option("WHICH", wanted->which, "Rejected requests, or completed discoveries")
       ->required()
       ->check(cli::one_of({"rejects", "completion"}));
-  command->add_option("POSITION", wanted->position, "")
+  command->add_option("POSITION", wanted->position, "Whether they are sent")
       ->required()
       ->check(cli::one_of({"on", "off"}));
   command->callback([&context, wanted] { set_switch(context, *wanted); });
