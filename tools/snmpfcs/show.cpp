@@ -25,6 +25,7 @@ Cell cell(std::string_view name, const Value &value) {
 
 template <class Items> Cell wwns(const Items &items) {
   std::vector<std::string> list;
+  list.reserve(items.size());
   for (const auto &name : items) {
     list.push_back(fcs::to_wwn(fcs::octets_of({name.data(), sizeof(Wwn)})));
   }
@@ -106,6 +107,7 @@ void show_elements(Context &context, const ShowOptions &options) {
               const std::vector<Element> elements =
                   read_elements(session, ranges_of(options.vsans));
               std::vector<uint32_t> lists;
+              lists.reserve(elements.size());
               for (const Element &element : elements) {
                 lists.push_back(element.list("fcsIeMgmtAddrListIndex"));
               }
@@ -142,6 +144,7 @@ Cell peers(const PortOwners &owners, uint32_t vsan, const std::vector<AttachedNa
 
 Cell address_ids(const std::vector<AttachedName> &names) {
   std::vector<std::string> ids;
+  ids.reserve(names.size());
   for (const AttachedName &name : names) {
     ids.push_back(fcs::to_hex(fcs::octets_of({name.data() + 9, 3}), ""));
   }
