@@ -8,9 +8,12 @@ import shlex
 import signal
 import subprocess
 import time
+import urllib.request
 
 import pytest
 from fabric import PLATFORM_TYPES, PORT_STATES, named, octets
+from far_lab import FarLab
+from lab import ROOT
 from programs import REPOSITORY, SAMPLE, eventually, free_port, paused
 from prometheus import MIBS, MONITORING, PROMETHEUS, UNPACKED, Prometheus, running
 
@@ -48,6 +51,25 @@ def test_the_files_are_what_the_generators_make_and_promtool_takes(tmp_path):
     assert made == (MONITORING / "snmptt" / "zephrin-fcs.conf").read_text()
     run("promtool", "check", "config", PROMETHEUS / "prometheus.yml")
     run("promtool", "test", "rules", PROMETHEUS / "fcs.rules.test.yml")
+
+
+@pytest.mark.parametrize("way", ["agentx", "proxy"])
+def test_one_address_has_a_module_for_each_switch(way, tmp_path):
+    module = re.search(r"```\n(  fcs_switch_2:\n.*?)```", PAGE, re.S)[1]
+    modules = (PROMETHEUS / "generator.yml").read_text().replace("walk:\n", "walk: &fcs\n", 1)
+    (tmp_path / "generator.yml").write_text(modules + module)
+    run("prometheus-snmp-generator", "--fail-on-parse-errors", "generate", cwd=tmp_path, env=MIBS)
+    address = f"127.0.0.1:{free_port()}"
+    with FarLab(tmp_path / "lab", way) as far, running(
+            "prometheus-snmp-exporter", f"--config.file={tmp_path}/snmp.yml", f"--web.listen-address={address}"):
+        far.switch = "switch-2"
+        eventually(lambda: far.answers() and far.answers_as("switch-1"))
+        scrape = f"http://{address}/snmp?target={far.address}&module=fcs_switch_2"
+        series = urllib.request.urlopen(scrape, timeout=20).read().decode()
+        rejects = re.findall(r'\nfcsRejects{fcsVsanIndex="(\d+)"} (\S+)', series)
+        walk = far.walk(["-v2c", "-c", "public"], f"{ROOT}.1.2.2.1.9")
+        assert len(walk) == 3 and {int(vsan): float(count) for vsan, count in rejects} == {
+            int(name.split(".")[-1]): float(value) for name, _, value in walk}
 
 
 def expected_rows(fabric):
