@@ -14,10 +14,13 @@
 #include "subagent.h"
 
 #include <CLI/CLI.hpp>
+#include <charconv>
+#include <cstdint>
 #include <cstdio>
 #include <map>
 #include <stdexcept>
 #include <string>
+#include <sys/un.h>
 #include <utility>
 #include <vector>
 
@@ -158,11 +161,19 @@ void serve() {
 }
 
 std::string master_fault(const std::string &address) {
-  const bool is_path = address.starts_with("unix:/") && address.size() > 6;
-  const size_t port = address.rfind(':') + 1;
-  const bool is_host = address.starts_with("tcp:") && port > 5 && port < address.size() &&
-                       address.find_first_not_of("0123456789", port) == std::string::npos;
-  return is_path || is_host ? "" : "'" + address + "' is neither unix:PATH nor tcp:HOST:PORT";
+  constexpr size_t kLongestPath = sizeof(sockaddr_un::sun_path) - 1;
+  if (address.starts_with("unix:/") && address.size() > 6) {
+    return address.size() - 5 <= kLongestPath ? ""
+                                              : "'" + address + "': the path has more than " +
+                                                    std::to_string(kLongestPath) + " characters";
+  }
+  uint16_t port = 0;
+  const size_t colon = address.rfind(':');
+  const char *const end = address.data() + address.size();
+  const bool is_host = address.starts_with("tcp:") && colon > 4 &&
+                       std::from_chars(address.data() + colon + 1, end, port).ptr == end &&
+                       port > 0;
+  return is_host ? "" : "'" + address + "' is neither unix:PATH nor tcp:HOST:PORT";
 }
 
 void describe(CLI::App &app) {
