@@ -114,10 +114,11 @@ Discoveries choose_vsans(Session &session, const cli::VsanList &wanted) {
 }
 
 /** Has a writer of maps write one VSAN after the other, none of which is kept. */
-template <typename Writer> void write_map(Writer writer, Context &context, const Options &options) {
+template <typename Writer>
+void write_map(Writer writer, Context &context, const Discoveries &chosen) {
   Session &session = context.session();
   cli::ProgressLine progress(context.progress);
-  for (const auto &[vsan, discovery] : choose_vsans(session, options.vsans)) {
+  for (const auto &[vsan, discovery] : chosen) {
     progress.show("VSAN " + std::to_string(vsan));
     fabric_map::Vsan map{vsan, discovery, {}, {}};
     read_ports(session, {{vsan, vsan}}, map);
@@ -129,14 +130,15 @@ template <typename Writer> void write_map(Writer writer, Context &context, const
 }
 
 void draw(Context &context, const Options &options) {
+  const Discoveries chosen = choose_vsans(context.session(), options.vsans);
   if (options.format == "html") {
     cli::write_output(options.output, [&](std::ostream &out) {
-      write_map(fabric_map::PageWriter(out), context, options);
+      write_map(fabric_map::PageWriter(out), context, chosen);
     });
     return;
   }
   const auto write_graph = [&](std::ostream &out) {
-    write_map(fabric_map::DotWriter(out, options.detail), context, options);
+    write_map(fabric_map::DotWriter(out, options.detail), context, chosen);
   };
   if (options.format == "dot") {
     cli::write_output(options.output, write_graph);
