@@ -28,7 +28,7 @@ bool is_interrupted() {
 }
 
 void wait(std::chrono::milliseconds time) {
-  if (!is_interrupted()) {
+  if (!is_interrupted() && time.count() > 0) { // A negative time would be no end.
     poll(nullptr, 0, static_cast<int>(time.count()));
   }
 }
