@@ -1,6 +1,6 @@
 #include "session.h"
 
-#include <cstring>
+#include <cerrno>
 
 namespace snmpfcs {
 
@@ -44,6 +44,7 @@ Value value_of(const netsnmp_variable_list &variable) {
 Session::Session(const netsnmp_session &described, Oid module_root)
     : root_(std::move(module_root)), agent_(described.peername) {
   netsnmp_session copy = described;
+  errno = 0; // The library tells it with its own fault, even one of long ago.
   handle_ = snmp_sess_open(&copy);
   if (handle_ == nullptr) {
     char *text = nullptr;

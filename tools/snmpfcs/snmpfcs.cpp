@@ -33,6 +33,11 @@ constexpr char kFooter[] =
 
 Context context;
 
+/** Whether the first two numbers have the octet that they share in a message. */
+bool is_encodable(const Oid &id) {
+  return id.size() > 1 && id[0] <= 2 && (id[0] == 2 || id[1] < 40);
+}
+
 void describe(CLI::App &app) {
   cli::speak_plainly(app, "[SNMP OPTIONS] AGENT");
   app.require_subcommand(1);
@@ -42,7 +47,7 @@ void describe(CLI::App &app) {
          "--root",
          [](const std::string &text) {
            const std::optional<Oid> root = read_oid(text);
-           if (!root) {
+           if (!root || !is_encodable(*root)) {
              throw CLI::ValidationError("--root", "\"" + text + "\" is no object identifier");
            }
            context.root = *root;
@@ -72,6 +77,22 @@ void print_objects() {
   }
 }
 
+/** The commands whose help is asked for, each one of those of the one before it. */
+std::vector<std::string> topic_of_help;
+
+void describe_for_help(CLI::App &app) {
+  describe(app);
+  const CLI::App *command = &app;
+  for (const std::string &word : topic_of_help) {
+    const auto named = command->get_subcommands(
+        [&word](const CLI::App *each) { return each->get_name() == word; });
+    if (named.empty()) {
+      throw Failure("there is no help on \"" + word + "\": help names the commands", 2);
+    }
+    command = named.front();
+  }
+}
+
 /** What follows "help": a topic, or a command, whose own help it is. */
 int help(int argc, char **argv) {
   const std::string topic = argc > 2 ? argv[2] : "";
@@ -85,11 +106,13 @@ int help(int argc, char **argv) {
     snmp_parse_args_descriptions(stdout);
   } else {
     std::vector<char *> words(argv + 2, argv + argc);
+    topic_of_help.assign(words.begin(), words.end());
     static char ask[] = "--help";
     words.insert(words.begin(), argv[0]);
     words.push_back(ask);
-    return run_program({"snmpfcs", "Shows and changes what the FCS MIB module holds.", describe},
-                       static_cast<int>(words.size()), words.data());
+    return run_program(
+        {"snmpfcs", "Shows and changes what the FCS MIB module holds.", describe_for_help},
+        static_cast<int>(words.size()), words.data());
   }
   return 0;
 }
