@@ -23,7 +23,7 @@ struct Range {
 using Ranges = std::vector<Range>;
 
 /** What a number can be. */
-const Ranges kAnyNumber = {{0, std::numeric_limits<uint32_t>::max()}};
+inline const Ranges kAnyNumber = {{0, std::numeric_limits<uint32_t>::max()}};
 
 /** The ranges of the numbers, which may be in any order and occur more than once. */
 Ranges ranges_of(std::vector<uint32_t> numbers);
@@ -34,7 +34,6 @@ using TakeRow = std::function<void(const Oid &index, std::span<const Value> valu
 /**
  * Reads columns of one table side by side.
  * \param ranges the first number of an index has to be in one of them.
- * \param repetitions rows of one request.
  */
 void walk(Session &session, const std::vector<std::string_view> &columns, const Ranges &ranges,
           const TakeRow &take);
