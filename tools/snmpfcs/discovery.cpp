@@ -157,11 +157,11 @@ private:
     for (auto &[vsan, result] : results_) {
       const VsanState state = now_[vsan];
       result.was_in_progress |= state.status == kInProgress;
-      if (!result.is_over && state.status != kInProgress) {
-        result.is_over = true;
-        result.seconds = is_new(vsan) ? seconds_to(state) : -1;
-      } else if (state.status == kInProgress) {
-        result.is_over = false;
+      result.is_over = state.status != kInProgress;
+      if (!result.is_over) {
+        result.seconds = -1;
+      } else if (result.seconds < 0 && is_new(vsan)) {
+        result.seconds = seconds_to(state);
       }
     }
   }
