@@ -63,6 +63,13 @@ const CLI::App &chosen_command(const CLI::App &app) {
   return chosen.empty() ? app : chosen_command(*chosen.back());
 }
 
+/** What was typed to come to the command that was chosen last. */
+std::string words_to_chosen_command(const CLI::App &app) {
+  const auto chosen = app.get_subcommands();
+  return app.get_display_name() +
+         (chosen.empty() ? "" : " " + words_to_chosen_command(*chosen.back()));
+}
+
 /** What is wrong where one of the command's own commands has to stand. */
 std::string missing_command(const CLI::App &app, const CLI::App &command,
                             const std::vector<const CLI::App *> &choices) {
@@ -83,9 +90,8 @@ std::string failure_text(const CLI::App *app, const CLI::Error &error) {
   const CLI::App &command = chosen_command(*app);
   const auto choices = command.get_subcommands([](const CLI::App *) { return true; });
   const bool lacks_command = error.get_name() == "RequiredError" && !choices.empty();
-  const std::string name =
-      app->get_name() + (&command == app ? "" : " " + command.get_display_name());
-  return name + ": " + (lacks_command ? missing_command(*app, command, choices) : error.what()) +
+  return words_to_chosen_command(*app) + ": " +
+         (lacks_command ? missing_command(*app, command, choices) : error.what()) +
          "\nRun with --help for more information.\n";
 }
 
