@@ -125,7 +125,7 @@ def test_spoilt_event_history(lab):
               lambda: os.truncate(history, 0) or os.truncate(history, size), move_oldest_record_behind_the_end]
     for spoil in spoils:
         spoil()
-        assert len(lab.walk()) > 100
+        eventually(lambda: len(lab.walk()) > 100)
         assert lab.agent == agent
         assert "return" in lab.control("history", "--lines", "1")
     assert lab.log().count("was truncated or overwritten and is started anew") == len(spoils)
