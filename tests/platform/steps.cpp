@@ -26,7 +26,6 @@
 #include <sys/socket.h>
 #include <utility>
 
-using module_stand_in::told;
 using std::chrono::milliseconds;
 
 extern "C" void init_fcs();
