@@ -75,12 +75,11 @@ def test_who_looks_is_told_why_nothing_is_shown(tmp_path):
         assert lab.walk(["-v2c", "-c", "guest"], f"{ROOT}.1.1.11") == []
         eventually(lambda: debug.read_text().count(monitored) > 30)
         assert "no exchange" not in debug.read_text()
-        with false_service(lab, answering(ROW_1, 0.15)):
+        with false_service(lab, answering(ROW_1, 0.08)):  # Well before the deadline, also on a slow machine.
             for _ in range(2):
                 lab.run("snmpbulkget", [*OPERATOR, "-Cr50"], f"{ROOT}.1.1.11", f"{ROOT}.1.1.15")
             log, said = lab.log(), debug.read_text()
-    by_whom = rf"(?:GETBULK of .{ROOT}.1.1.11 by user 'operator'|GETNEXT of \S+ by user 'monitor')"
-    assert len(re.findall(f"{by_whom} has spent its 2000 ms", log)) == 1, "a minute"
+    assert log.count(f"GETBULK of .{ROOT}.1.1.11 by user 'operator' has spent its 2000 ms") == 1, "a minute"
     assert "user 'lab-guest', role '': reads VSANs none, writes none" in said
     assert "user 'operator', role 'operations': reads VSANs 1-100, writes 1-50" in said
     assert re.search(r"out of order: behind \S+32473\.1\.1\.1\.1\.11\.\S+ comes \S+11\.1\.2\.1\.0", said)
@@ -110,25 +109,6 @@ def module_footprint(pid):
     descriptors = [os.readlink(f"/proc/{pid}/fd/{fd}") for fd in os.listdir(f"/proc/{pid}/fd")]
     ours = [name for name in descriptors if not name.startswith("socket:") or name in local_sockets]
     return len(ours), maps.count("fcs_mib.so"), maps.count("/history")
-
-
-def test_spoilt_event_history(lab):
-    history = lab.directory / "history"
-    agent, size = lab.agent, history.stat().st_size
-
-    def move_oldest_record_behind_the_end():
-        with history.open("r+b") as file:
-            file.seek(16)
-            file.write(b"\x7f" * 8)
-
-    spoils = [lambda: os.truncate(history, 0), lambda: os.truncate(history, 3000),
-              lambda: os.truncate(history, 0) or os.truncate(history, size), move_oldest_record_behind_the_end]
-    for spoil in spoils:
-        spoil()
-        eventually(lambda: len(lab.walk()) > 100)
-        assert lab.agent == agent
-        assert "return" in lab.control("history", "--lines", "1")
-    assert lab.log().count("was truncated or overwritten and is started anew") == len(spoils)
 
 
 def test_reloading_leaves_nothing_behind(lab):

@@ -1,5 +1,7 @@
-"""What the parts of a lab may do, who may read its files, and that secrets stay where they belong."""
+"""What the parts of a lab may do, who may read its files, that secrets stay where they belong, and that a spoilt file
+spoils nothing else."""
 
+import os
 from pathlib import Path
 
 from lab import ADMIN, OPERATOR, READER, WRITER, v3
@@ -33,3 +35,22 @@ def test_secrets_stay_out_of_logs_and_history(lab):
     assert {"history", "snmpd.log", "snmpd.out", "fcsd.out", "traps.log"} <= {path.name for path in written}
     for path in [*written, *(Path(f"/proc/{pid}/cmdline") for pid in (lab.agent, lab.service))]:
         assert [secret for secret in SECRETS if secret in path.read_bytes()] == [], path
+
+
+def test_spoilt_event_history(lab):
+    history = lab.directory / "history"
+    agent, size = lab.agent, history.stat().st_size
+
+    def move_oldest_record_behind_the_end():
+        with history.open("r+b") as file:
+            file.seek(16)
+            file.write(b"\x7f" * 8)
+
+    spoils = [lambda: os.truncate(history, 0), lambda: os.truncate(history, 3000),
+              lambda: os.truncate(history, 0) or os.truncate(history, size), move_oldest_record_behind_the_end]
+    for spoil in spoils:
+        spoil()
+        assert len(lab.walk()) > 100
+        assert lab.agent == agent
+        assert "return" in lab.control("history", "--lines", "1")
+    assert lab.log().count("was truncated or overwritten and is started anew") == len(spoils)

@@ -11,5 +11,5 @@ LAB = hostile.LAB
 def test_others_are_answered(lab, case):
     waits, growth, note = inflict(lab, case)
     assert waits.percentile(1) < (CASES[case] + 5) * 1e3
-    assert growth < 16384, "kilobytes"
+    assert growth < 8192, "kilobytes"
     assert case is not switches or note == "persistent file written 1 times"
