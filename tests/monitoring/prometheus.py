@@ -9,7 +9,7 @@ import subprocess
 import urllib.parse
 import urllib.request
 
-from programs import REPOSITORY
+from programs import REPOSITORY, eventually, free_port
 
 MONITORING = REPOSITORY / "monitoring"
 PROMETHEUS = MONITORING / "prometheus"
@@ -29,15 +29,31 @@ def running(*command, **options):
         process.wait(10)
 
 
+def listens(address):
+    host, port = address.split(":")
+    try:
+        socket.create_connection((host, int(port))).close()
+        return True
+    except ConnectionRefusedError:
+        return False
+
+
+@contextlib.contextmanager
+def exporter(modules):
+    """The address of an exporter with the modules of this file, once it listens there."""
+    address = f"127.0.0.1:{free_port(socket.SOCK_STREAM)}"
+    with running("prometheus-snmp-exporter", f"--config.file={modules}", f"--web.listen-address={address}"):
+        eventually(lambda: listens(address))
+        yield address
+
+
 class Prometheus:
     """Prometheus and its exporter with the files of monitoring/prometheus, but with short intervals."""
 
     def __init__(self, directory, agent, stack):
-        with socket.socket() as one, socket.socket() as other:
-            one.bind(("127.0.0.1", 0))
-            other.bind(("127.0.0.1", 0))
-            self.address, exporter = (f"127.0.0.1:{probe.getsockname()[1]}" for probe in (one, other))
-        for name, edits in [("prometheus.yml", [("127.0.0.1:9116", exporter), ("(interval|_timeout): .*", r"\1: 2s")]),
+        scraped = stack.enter_context(exporter(PROMETHEUS / "snmp.yml"))
+        self.address = f"127.0.0.1:{free_port(socket.SOCK_STREAM)}"
+        for name, edits in [("prometheus.yml", [("127.0.0.1:9116", scraped), ("(interval|_timeout): .*", r"\1: 2s")]),
                             ("fcs.rules.yml", [(r"\bfor: .*", "for: 0s"), ("interval: .*", "interval: 2s")]),
                             ("fcs.targets.yml", [("127.0.0.1:1161", agent)])]:
             text = (PROMETHEUS / name).read_text()
@@ -45,8 +61,6 @@ class Prometheus:
                 assert re.search(old, text)
                 text = re.sub(old, new, text)
             (directory / name).write_text(text)
-        stack.enter_context(running("prometheus-snmp-exporter", f"--config.file={PROMETHEUS}/snmp.yml",
-                                    f"--web.listen-address={exporter}"))
         stack.enter_context(running("prometheus", f"--config.file={directory}/prometheus.yml",
                                     f"--storage.tsdb.path={directory}/data", f"--web.listen-address={self.address}"))
 

@@ -15,7 +15,7 @@ from fabric import PLATFORM_TYPES, PORT_STATES, named, octets
 from far_lab import FarLab
 from lab import ROOT
 from programs import REPOSITORY, SAMPLE, eventually, free_port, paused
-from prometheus import MIBS, MONITORING, PROMETHEUS, UNPACKED, Prometheus, running
+from prometheus import MIBS, MONITORING, PROMETHEUS, UNPACKED, Prometheus, exporter, running
 
 PAGE = (REPOSITORY / "docs" / "monitoring.md").read_text()
 ENGINE = "0x80001F8804666373"
@@ -59,9 +59,7 @@ def test_one_address_has_a_module_for_each_switch(way, tmp_path):
     modules = (PROMETHEUS / "generator.yml").read_text().replace("walk:\n", "walk: &fcs\n", 1)
     (tmp_path / "generator.yml").write_text(modules + module)
     run("prometheus-snmp-generator", "--fail-on-parse-errors", "generate", cwd=tmp_path, env=MIBS)
-    address = f"127.0.0.1:{free_port()}"
-    with FarLab(tmp_path / "lab", way) as far, running(
-            "prometheus-snmp-exporter", f"--config.file={tmp_path}/snmp.yml", f"--web.listen-address={address}"):
+    with FarLab(tmp_path / "lab", way) as far, exporter(tmp_path / "snmp.yml") as address:
         far.switch = "switch-2"
         eventually(lambda: far.answers() and far.answers_as("switch-1"))
         scrape = f"http://{address}/snmp?target={far.address}&module=fcs_switch_2"

@@ -49,9 +49,9 @@ def timed(action):
     return time.monotonic() - began, result
 
 
-def free_port():
-    """A UDP port that nothing uses now."""
-    with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as probe:
+def free_port(kind=socket.SOCK_DGRAM):
+    """A port that nothing uses now, of UDP or of what the kind says."""
+    with socket.socket(socket.AF_INET, kind) as probe:
         probe.bind(("127.0.0.1", 0))
         return probe.getsockname()[1]
 
