@@ -7,9 +7,13 @@
  * number of its request. Words are native, and the byte-order mark proves that both ends agree.
  *
  * One message serves one SNMP request: the request for a row tells how many rows the SNMP request
- * may have a use for, and the reply brings them along, as far as they fit into one message.
+ * may have a use for, and the reply brings them along, as far as they fit into one message. Where
+ * the user's role hides VSANs, the request tells which ones it shows: behind the first row of a
+ * hidden VSAN, which tells the module that there is one, the reply goes on with the next shown one.
  */
 #pragma once
+
+#include "shown_vsans.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -18,7 +22,7 @@
 
 namespace ipc_wire {
 
-constexpr uint32_t kVersion = 2;
+constexpr uint32_t kVersion = 3;
 constexpr uint32_t kByteOrderMark = 0x01020304;
 constexpr char kMagic[8] = "FCS-IPC";
 /** Longest payload of a frame, in octets, but for that of a reply which brings rows along. */
@@ -58,19 +62,24 @@ struct FrameHeader {
   uint32_t session; ///< Session id of the SNMP request being served.
   /** Of a request: how many rows are of use, the one asked for and those that follow it; 0 is 1.
    *  Of a reply: how many records of the same length the payload holds, first the one asked for,
-   *  each of the others the answer to FCS_OP_GETNEXT behind the one in front of it; 0 is 1. */
+   *  each of the others the answer to FCS_OP_GETNEXT behind the one in front of it, or behind the
+   *  hidden VSANs that begin there; 0 is 1. */
   uint32_t rows;
-  /** Of a reply: the result of FCS_OP_GETNEXT behind its last record, where that is known to be a
-   *  failure; 0 otherwise. */
+  /** Of a reply: the result of FCS_OP_GETNEXT behind its last record, or behind the hidden VSANs
+   *  that begin there, where that is known to be a failure; 0 otherwise. */
   int32_t end;
   /** Of a request in a long series of exchanges: one more than the number of the processor that the
    *  agent stays on meanwhile; 0 otherwise. */
   uint32_t processor;
   char user[64]; ///< User name of the SNMP request, NUL-terminated, cut to 63 octets.
+  /** Of a request for a row whose key begins with a VSAN: the VSANs that are of use, from its own
+   *  on. */
+  ShownVsans shown;
 };
 static_assert(offsetof(FrameHeader, rows) == 20 && offsetof(FrameHeader, end) == 24);
 static_assert(offsetof(FrameHeader, processor) == 28);
-static_assert(offsetof(FrameHeader, user) == 32 && sizeof(FrameHeader) == 96);
+static_assert(offsetof(FrameHeader, user) == 32 && offsetof(FrameHeader, shown) == 96 &&
+              sizeof(FrameHeader) == 128);
 
 /** A whole message: the header, then the octets up to the end of the datagram. */
 template <uint32_t kRoom> struct Message {

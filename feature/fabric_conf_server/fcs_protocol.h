@@ -106,6 +106,7 @@ struct FcsKeyForm {
   FcsRecordId record_id;
   uint32_t words;
   uint32_t name_octets;
+  bool begins_with_vsan;
 
   /** Octets of the key. */
   constexpr uint32_t length() const {
@@ -115,11 +116,15 @@ struct FcsKeyForm {
 
 /** Of every record with a key. */
 inline constexpr FcsKeyForm FCS_KEY_FORMS[] = {
-    {FCS_REC_DISCOVERY_STATUS, 1, 0},  {FCS_REC_IE, 1, FCS_WWN_LENGTH},
-    {FCS_REC_MGMT_ADDR, 2, 0},         {FCS_REC_PORT_LIST, 1, FCS_WWN_LENGTH},
-    {FCS_REC_PORT, 1, FCS_WWN_LENGTH}, {FCS_REC_ATTACH_PORT, 1, FCS_ATTACHED_NAME_LENGTH},
-    {FCS_REC_PLATFORM, 2, 0},          {FCS_REC_NODE_NAME, 1, FCS_WWN_LENGTH},
-    {FCS_REC_STATISTICS, 1, 0},
+    {FCS_REC_DISCOVERY_STATUS, 1, 0, true},
+    {FCS_REC_IE, 1, FCS_WWN_LENGTH, true},
+    {FCS_REC_MGMT_ADDR, 2, 0, false},
+    {FCS_REC_PORT_LIST, 1, FCS_WWN_LENGTH, false},
+    {FCS_REC_PORT, 1, FCS_WWN_LENGTH, true},
+    {FCS_REC_ATTACH_PORT, 1, FCS_ATTACHED_NAME_LENGTH, false},
+    {FCS_REC_PLATFORM, 2, 0, true},
+    {FCS_REC_NODE_NAME, 1, FCS_WWN_LENGTH, false},
+    {FCS_REC_STATISTICS, 1, 0, true},
 };
 
 /** The key form of a record; null for one without a key. */

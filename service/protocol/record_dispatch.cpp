@@ -35,6 +35,49 @@ template <typename Record> Answer write_record(const Record &record, std::span<u
   return {FCS_OK, sizeof(record)};
 }
 
+uint32_t first_word(const void *octets) {
+  uint32_t word = 0;
+  std::memcpy(&word, octets, sizeof(word));
+  return word;
+}
+
+/** The key behind which the rows of a VSAN begin. */
+template <typename Key> Key key_before(uint32_t vsan) {
+  Key key{};
+  const uint32_t word = sizeof(key) == sizeof(vsan) ? vsan - 1 : vsan;
+  std::memcpy(&key, &word, sizeof(word));
+  return key;
+}
+
+/** Rows that have been found. */
+struct Found {
+  size_t rows = 0;
+  bool are_all = false; ///< No more of them follow.
+};
+
+/** Finds the rows after a key, but of each stretch of hidden VSANs the first one alone. */
+template <typename Record, typename Find, typename Key>
+Found find_shown(const Find &find, Key key, const ipc_wire::ShownVsans &shown,
+                 std::span<Record> room) {
+  Found found;
+  while (found.rows < room.size()) {
+    const std::span<Record> rest = room.subspan(found.rows);
+    const std::span<Record> rows = rest.first(find(key, rest));
+    const auto hidden = std::ranges::find_if_not(
+        rows, [&shown](const Record &row) { return shown.contain(first_word(&row)); });
+    if (hidden == rows.end()) {
+      return {found.rows + rows.size(), rows.size() < rest.size()};
+    }
+    found.rows += static_cast<size_t>(hidden - rows.begin()) + 1;
+    const uint32_t next = shown.next(first_word(&*hidden));
+    if (next == 0) {
+      break;
+    }
+    key = key_before<Key>(next);
+  }
+  return found;
+}
+
 /**
  * A record with a key: `find` looks for the row of the key, or for those after it. Where the
  * request is the record itself, its key words alone count.
@@ -46,29 +89,30 @@ Answer answer_row(const RequestContext &context, FcsOperation operation, const u
   Key key{};
   std::memcpy(&key, request, sizeof(key));
   const std::span<Record> records = records_in<Record>(room, context.rows);
-  FabricRows &rows = context.store.rows();
-  size_t found = 0;
+  const auto find_next = [&](const Key &from, std::span<Record> rest) {
+    return (context.store.rows().*find)(Lookup::kNext, from, rest);
+  };
+  Found found;
   if (operation == FCS_OP_GET) {
-    if ((rows.*find)(Lookup::kExact, key, records.first(1)) == 0) {
+    if ((context.store.rows().*find)(Lookup::kExact, key, records.first(1)) == 0) {
       return {FCS_ERR_NO_SUCH_ROW, 0};
     }
-    found = 1;
+    found.rows = 1;
   }
-  if (found < records.size()) {
-    found += (rows.*find)(Lookup::kNext, key, records.subspan(found));
-  }
+  const Found next = find_shown(find_next, key, context.shown, records.subspan(found.rows));
+  found = {found.rows + next.rows, next.are_all};
   Answer answer{FCS_OK, 0};
-  if (found < records.size() && past_end == PastEnd::kRecord) {
-    records[found] = {};
-    std::memcpy(&records[found], &FCS_END_OF_TABLE, sizeof(FCS_END_OF_TABLE));
-    ++found;
-  } else if (found == 0) {
+  if (found.are_all && past_end == PastEnd::kRecord) {
+    records[found.rows] = {};
+    std::memcpy(&records[found.rows], &FCS_END_OF_TABLE, sizeof(FCS_END_OF_TABLE));
+    ++found.rows;
+  } else if (found.rows == 0) {
     return {FCS_ERR_NO_SUCH_ROW, 0};
-  } else if (found < records.size()) {
+  } else if (found.are_all) {
     answer.end = FCS_ERR_NO_SUCH_ROW;
   }
-  answer.length = static_cast<uint32_t>(found * sizeof(Record));
-  answer.rows = static_cast<uint32_t>(found);
+  answer.length = static_cast<uint32_t>(found.rows * sizeof(Record));
+  answer.rows = static_cast<uint32_t>(found.rows);
   return answer;
 }
 

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "common/text/octets.h"
+#include "common/wire/shown_vsans.h"
 #include "service/configuration/configuration.h"
 #include "service/store/fabric_store.h"
 
@@ -21,12 +22,13 @@ struct Answer {
   int32_t end = 0;   ///< The result of FCS_OP_GETNEXT behind the last one, if it is known to fail.
 };
 
-/** What a request is about, whose it is, and how many rows are of use to it. */
+/** What a request is about, whose it is, and which rows are of use to it. */
 struct RequestContext {
   FabricStore &store;
   Configuration &configuration; ///< Of the same store.
   std::string_view user;
-  uint32_t rows = 1; ///< The one asked for, and those behind it.
+  uint32_t rows = 1;            ///< The one asked for, and those behind it.
+  ipc_wire::ShownVsans shown{}; ///< Where the key begins with a VSAN: those that are of use.
 };
 
 /**

@@ -12,25 +12,26 @@
 
 namespace {
 
-/** A platform table, whose keys are two words, and the messages that it has been sent. */
-class PlatformTable {
+/** A table, whose keys are two words or, with 0 in place of the second, one; and the messages that
+ *  it has been sent. */
+class Table {
 public:
+  FcsRecordId record = FCS_REC_PLATFORM;
   std::set<std::array<uint32_t, 2>> rows;
+  ipc_wire::ShownVsans shown{};
   int messages = 0;
-  uint32_t rows_sent = 0;
 
   RowAnswer ask(RequestRows &known, uint32_t operation, std::array<uint32_t, 2> key,
                 uint32_t useful) {
-    const std::array<uint32_t, 3> request = {FCS_REC_PLATFORM, key[0], key[1]};
-    const auto question =
+    const std::array<uint32_t, 3> request = {record, key[0], key[1]};
+    auto question =
         RowQuestion::of(FCS_MSG_REQUEST, operation,
                         {reinterpret_cast<const uint8_t *>(request.data()), sizeof(request)});
     if (const auto answer = known.find(*question)) {
       return *answer;
     }
-    const uint32_t asked = known.rows_to_ask(*question, useful);
-    EXPECT_TRUE(asked >= 1 && asked <= useful);
-    answer_with(operation, key, asked);
+    question->shown = shown;
+    answer_with(operation, key, useful);
     known.keep(*question, reply_, kLength);
     return {reply_.header.result, {reply_.payload, reply_.header.result == 0 ? kLength : 0}};
   }
@@ -47,13 +48,19 @@ private:
     ++messages;
     reply_.header = {};
     auto row = expected(operation, key);
-    for (; row != rows.end() && reply_.header.rows < asked; ++row) {
+    bool is_known = true;
+    while (is_known && row != rows.end() && reply_.header.rows < asked) {
+      const uint32_t vsan = row->front();
       std::memcpy(reply_.payload + kLength * reply_.header.rows++, row->data(), sizeof(*row));
+      ++row;
+      if (!shown.contain(vsan)) {
+        is_known = shown.next(vsan) != 0;
+        row = rows.lower_bound({shown.next(vsan), 0});
+      }
     }
-    rows_sent += reply_.header.rows;
+    const bool ends = is_known && reply_.header.rows < asked;
     reply_.header.result = reply_.header.rows == 0 ? FCS_ERR_NO_SUCH_ROW : 0;
-    reply_.header.end =
-        reply_.header.rows > 0 && reply_.header.rows < asked ? FCS_ERR_NO_SUCH_ROW : 0;
+    reply_.header.end = reply_.header.rows > 0 && ends ? FCS_ERR_NO_SUCH_ROW : 0;
   }
 
   ipc_wire::Reply reply_{};
@@ -64,12 +71,19 @@ TEST(RequestRows, TellWhatTheServiceWouldTell) {
   const auto below = [&chance](uint32_t limit) { return static_cast<uint32_t>(chance() % limit); };
   const auto word = [&below] { return below(8) == 0 ? 0xFFFFFFF0U : below(8); };
   RequestRows known;
-  PlatformTable table;
+  Table table;
   for (long request = 0; request < 2000; ++request) {
     // Between requests the table may become another.
     const size_t size = below(20);
     for (table.rows.clear(); table.rows.size() < size;) {
       table.rows.insert({word(), word()});
+    }
+    table.shown = {};
+    if (below(2) == 0) {
+      const auto first = static_cast<uint16_t>(1 + below(3));
+      const auto second = static_cast<uint16_t>(first + 2 + below(3));
+      table.shown.ranges[0] = {first, static_cast<uint16_t>(first + below(2))};
+      table.shown.ranges[1] = {second, second};
     }
     known.serve(request);
     for (int i = 0; i < 20; ++i) {
@@ -85,8 +99,8 @@ TEST(RequestRows, TellWhatTheServiceWouldTell) {
   }
 }
 
-TEST(RequestRows, OneMessageServesAWalkAndLittleIsAskedForBehindHiddenRows) {
-  PlatformTable table;
+TEST(RequestRows, OneMessageServesAWalkWhateverTheRoleHides) {
+  Table table;
   for (uint32_t vsan = 1; vsan <= 100; ++vsan) {
     table.rows.insert({vsan, 1});
     table.rows.insert({vsan, 2});
@@ -99,18 +113,34 @@ TEST(RequestRows, OneMessageServesAWalkAndLittleIsAskedForBehindHiddenRows) {
   }
   EXPECT_EQ(table.messages, 1);
 
-  // A role that shows each twentieth VSAN: a message for each, of little more than the last used.
   known.serve(2);
-  table.messages = 0;
-  table.rows_sent = 0;
-  table.ask(known, FCS_OP_GETNEXT, {0, 0}, 30); // A hidden row.
-  for (uint32_t vsan = 20; vsan <= 100; vsan += 20) {
-    table.ask(known, FCS_OP_GETNEXT, {vsan, 0}, 30);
-    table.ask(known, FCS_OP_GETNEXT, {vsan, 1}, 30);
-    table.ask(known, FCS_OP_GETNEXT, {vsan, 2}, 30);
+  for (uint16_t i = 0; i < 5; ++i) {
+    table.shown.ranges[i] = {static_cast<uint16_t>(20 * i + 20),
+                             static_cast<uint16_t>(20 * i + 20)};
   }
-  EXPECT_EQ(table.messages, 6);
-  EXPECT_EQ(table.rows_sent, 30 + 30U + 3 * (2 * 3 + 12) + 2);
+  table.ask(known, FCS_OP_GETNEXT, {0, 0}, 16); // A hidden row.
+  for (uint32_t vsan = 20; vsan <= 100; vsan += 20) {
+    for (uint32_t index = 0; index < 2; ++index) {
+      const RowAnswer answer = table.ask(known, FCS_OP_GETNEXT, {vsan, index}, 16);
+      EXPECT_EQ(*reinterpret_cast<const uint32_t *>(answer.record.data()), vsan);
+    }
+    table.ask(known, FCS_OP_GETNEXT, {vsan, 2}, 16); // Hidden, too.
+  }
+  EXPECT_EQ(table.messages, 2);
+
+  known.serve(3);
+  table.record = FCS_REC_STATISTICS;
+  table.rows.clear();
+  for (uint32_t vsan = 1; vsan <= 100; ++vsan) {
+    table.rows.insert({vsan, 0});
+  }
+  table.ask(known, FCS_OP_GETNEXT, {0, 0}, 11);
+  for (uint32_t vsan = 20; vsan <= 100; vsan += 20) {
+    const RowAnswer answer = table.ask(known, FCS_OP_GETNEXT, {vsan - 1, 0}, 11);
+    EXPECT_EQ(*reinterpret_cast<const uint32_t *>(answer.record.data()), vsan);
+    table.ask(known, FCS_OP_GETNEXT, {vsan, 0}, 11);
+  }
+  EXPECT_EQ(table.messages, 3);
 }
 
 } // namespace

@@ -7,7 +7,7 @@ from socket import SHUT_WR
 
 import pytest
 from programs import EMULATOR, REPOSITORY, SAMPLE, eventually, paused, run
-from service import CONTROL, EXCHANGE, FCS, GREETING, HEADER, MARK, NOTIFICATION, Client, words
+from service import CONTROL, EXCHANGE, FCS, GREETING, HEADER, MARK, NOTIFICATION, VERSION, Client, words
 
 NEW_NAME = words(77) + bytes.fromhex("2001005E00530101") + bytes(8)  # A node name of list 77.
 
@@ -34,8 +34,8 @@ def test_every_kind_of_connection_is_served(service):
 def test_clients_that_misbehave_are_dropped_and_the_others_served(service):
     silent, patient, connected = Client(service.socket), service.client(), time.monotonic()
     for greeting, fault in [
-            (GREETING.pack(b"FCS-IPC\0", MARK, 99, 1), "protocol version mismatch: this end speaks 2, the other end 99"),
-            (GREETING.pack(b"FCS-IPC\0", MARK, 2, 77), "unknown purpose 77"),
+            (GREETING.pack(b"FCS-IPC\0", MARK, 99, 1), "protocol version mismatch: this end speaks 3, the other end 99"),
+            (GREETING.pack(b"FCS-IPC\0", MARK, VERSION, 77), "unknown purpose 77"),
             (b"x" * 2000, "greeting of 2000 octets instead of 20")]:
         client = Client(service.socket)
         assert client.greet(greeting) == fault and client.is_dropped()

@@ -5,21 +5,33 @@ import random
 from bisect import bisect_left, bisect_right
 
 import pytest
-from fabric import ELEMENTS, PLATFORMS, PORTS, TABLES, otherwise_said, records
+from fabric import ELEMENTS, PLATFORMS, PORTS, STATISTICS, TABLES, VSANS, otherwise_said, records
 from programs import SAMPLE, run
 from service import FCS, Reply, words
 
 WORD = 2**32 - 1
+BY_VSAN = (VSANS, ELEMENTS, PORTS, PLATFORMS, STATISTICS)
+# Ranges of the VSANs of the fabrics, and around them.
+SHOWN = [(), (), [(1, 1), (3, 7), (9, 9), (100, 4093)], [(2, 2)], [(4, 4), (6, 6), (15, 4094)], [(WORD >> 16, WORD >> 16)]]
 
 
-def answer(table, rows, operation, key, asked):
-    """What the service answers when it is asked for so many rows."""
+def answer(table, rows, operation, key, asked, shown):
+    """What the service answers when it is asked for so many rows, by a user who sees these ranges of VSANs."""
     keys, room = sorted(rows), min(asked, 64 * 1024 // table.record.size)
-    start = (bisect_left if operation == FCS.OP_GET else bisect_right)(keys, key)
-    found, end = [rows[key] for key in keys[start:start + room]], 0
-    if len(found) < room and table.ends_by_record:
+    place = (bisect_left if operation == FCS.OP_GET else bisect_right)(keys, key)
+    found, end, is_known = [], 0, True
+    while place < len(keys) and len(found) < room and is_known:
+        vsan = keys[place][0]
+        found.append(rows[keys[place]])
+        place += 1
+        is_asked_for = operation == FCS.OP_GET and len(found) == 1
+        if shown and not is_asked_for and not any(first <= vsan <= last for first, last in shown):
+            later = [first for first, _ in shown if first > vsan]
+            is_known = bool(later)
+            place = bisect_left(keys, (later[0],)) if later else place
+    if len(found) < room and is_known and table.ends_by_record:
         found.append(words(0xFFFFFFFF).ljust(table.record.size, b"\0"))
-    elif len(found) < room:
+    elif len(found) < room and is_known:
         end = FCS.ERR_NO_SUCH_ROW
     if not found or operation == FCS.OP_GET and key not in rows:
         return Reply(FCS.ERR_NO_SUCH_ROW, 1, 0, b"")
@@ -60,8 +72,9 @@ def test_rows_are_the_fabrics(service, fabric, seed):
         for probe in [low, *probes, *((key[0], *high[1:]) for key in probes[:5])]:
             request = table.key.pack(*probe).ljust(table.request_length, b"\xEE")
             for operation, asked in ((operation, asked) for operation in (1, 2) for asked in (1, 2, 7, 1000)):
-                assert client.record(operation, record_id, request, asked) == answer(
-                    table, visible[record_id], operation, probe, asked), (record_id, probe, asked)
+                shown = chance.choice(SHOWN) if record_id in BY_VSAN else ()
+                assert client.record(operation, record_id, request, asked, shown) == answer(
+                    table, visible[record_id], operation, probe, asked, shown), (record_id, probe, asked, shown)
     rejects = sum(vsan["statistics"]["rejects"] for vsan in fabric["vsans"]) % 2**32
     counts = [FCS.REC_TOTAL_REJECTS, FCS.REC_IE_COUNT, FCS.REC_PORT_COUNT, FCS.REC_PLATFORM_COUNT]
     assert [client.word(record_id) for record_id in counts] == [

@@ -55,7 +55,7 @@ def answering(payload, pause=0):
         while request := connection.recv(2000):
             time.sleep(pause)
             sequence, opcode = HEADER.unpack_from(request)[:2]
-            connection.send(HEADER.pack(sequence, opcode, 0, 0, 0, 0, 0, 0, b"") + payload)
+            connection.send(HEADER.pack(sequence, opcode, 0, 0, 0, 0, 0, 0, b"", b"") + payload)
 
     return serve
 

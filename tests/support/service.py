@@ -18,8 +18,8 @@ FCS = SimpleNamespace(**{name: int(value) for header in (
     "feature/fabric_conf_server/fcs_protocol.h", "service/protocol/fcs_control.h") for name, value in re.findall(
         r"\bFCS_(\w+) = (\d+)\b", (REPOSITORY / header).read_text())})
 EXCHANGE, NOTIFICATION, CONTROL, MARK = 1, 2, 3, 0x01020304
-MAGIC, VERSION = b"FCS-IPC\0", 2
-HEADER, GREETING, GREETING_REPLY = (struct.Struct(ORDER + form) for form in ("IIIiIIiI64s", "8sIII", "8sIII108s"))
+MAGIC, VERSION = b"FCS-IPC\0", 3
+HEADER, GREETING, GREETING_REPLY = (struct.Struct(ORDER + form) for form in ("IIIiIIiI64s32s", "8sIII", "8sIII108s"))
 Reply = namedtuple("Reply", "result rows end payload")
 
 
@@ -51,19 +51,22 @@ class Client(socket):
         assert header == [MAGIC, MARK, VERSION] and accepted == (reason[0] == 0)
         return reason.rstrip(b"\0").decode()
 
-    def ask(self, opcode, flag, payload=b"", rows=0):
+    def ask(self, opcode, flag, payload=b"", rows=0, shown=b""):
         self.sequence += 1
-        self.send(HEADER.pack(self.sequence, opcode, flag, 0, 7, rows, 0, 0, b'an operator\n"2\x7f') + payload)
+        user = b'an operator\n"2\x7f'
+        self.send(HEADER.pack(self.sequence, opcode, flag, 0, 7, rows, 0, 0, user, shown) + payload)
         return self.reply(self.sequence, opcode)
 
     def reply(self, *repeated):
         message = self.recv(100000)
-        *header, flag, result, session, rows, end, processor, user = HEADER.unpack_from(message)
-        assert header == [*repeated] and not (flag or session or processor or any(user))
+        *header, flag, result, session, rows, end, processor, user, shown = HEADER.unpack_from(message)
+        assert header == [*repeated] and not (flag or session or processor or any(user + shown))
         return Reply(result, rows, end, message[HEADER.size:])
 
-    def record(self, operation, record_id, request=b"", rows=0):
-        return self.ask(FCS.MSG_REQUEST, operation, words(record_id) + request, rows)
+    def record(self, operation, record_id, request=b"", rows=0, shown=()):
+        """Shown are ranges of VSANs."""
+        ranges = struct.pack(f"{ORDER}{2 * len(shown)}H", *(vsan for ends in shown for vsan in ends))
+        return self.ask(FCS.MSG_REQUEST, operation, words(record_id) + request, rows, ranges)
 
     def word(self, record_id):
         return struct.unpack(ORDER + "I", self.record(FCS.OP_GET, record_id).payload)[0]

@@ -1,12 +1,14 @@
 #include "platform/ipc.h"
 
 #include "common/wire/ipc_wire.h"
+#include "feature/fabric_conf_server/fcs_protocol.h"
 #include "notifications.h"
 #include "platform/linux/request/agent_request.h"
 #include "platform/linux/settings/settings.h"
 #include "request_rows.h"
 #include "service_connection.h"
 #include "service_link.h"
+#include "shown_vsans.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -59,7 +61,7 @@ int32_t ipc_req_resp(uint32_t opcode, uint32_t flag, const void *request, void *
   }
   const RowUse use = agent_request_row_use();
   rows.serve(use.request);
-  const auto question =
+  auto question =
       use.request == RequestRows::kNone
           ? std::nullopt
           : RowQuestion::of(opcode, flag, {static_cast<const uint8_t *>(request), *length});
@@ -78,7 +80,11 @@ int32_t ipc_req_resp(uint32_t opcode, uint32_t flag, const void *request, void *
   header.flag = flag;
   header.session = session;
   header.processor = agent_request_processor();
-  header.rows = question ? rows.rows_to_ask(*question, use.rows) : 1;
+  header.rows = question ? use.rows : 1;
+  if (question && question->form->begins_with_vsan) {
+    question->shown = header.shown = shown_vsans(question->vsan());
+    header.rows += header.shown.count(); // In front of each there may be a hidden one.
+  }
   strncpy(header.user, user, sizeof(header.user) - 1);
   static ipc_wire::Reply reply;
   size_t reply_length = 0;

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <iterator>
 
 namespace {
 
@@ -63,6 +62,10 @@ std::optional<RowQuestion> RowQuestion::of(uint32_t opcode, uint32_t operation,
   return RowQuestion{form, operation, &request[sizeof(uint32_t)]};
 }
 
+uint32_t RowQuestion::vsan() const {
+  return word_at(key, 0);
+}
+
 void RequestRows::serve(long request) {
   if (request != request_) {
     request_ = request;
@@ -71,7 +74,7 @@ void RequestRows::serve(long request) {
 }
 
 std::optional<RowAnswer> RequestRows::find(const RowQuestion &question) {
-  for (Batch &batch : batches_) {
+  for (const Batch &batch : batches_) {
     if (batch.form == question.form) {
       if (const auto answer = find(batch, question)) {
         return answer;
@@ -81,7 +84,16 @@ std::optional<RowAnswer> RequestRows::find(const RowQuestion &question) {
   return std::nullopt;
 }
 
-std::optional<RowAnswer> RequestRows::find(Batch &batch, const RowQuestion &question) {
+bool RequestRows::Batch::has_gap(const uint8_t *key, size_t number) const {
+  if (number == 0 || shown.contain(word_at(at(number - 1), 0))) {
+    return false;
+  }
+  // Behind a key of one word lies the next VSAN.
+  const uint64_t behind = uint64_t{word_at(key, 0)} + (form->length() == sizeof(uint32_t) ? 1 : 0);
+  return behind < shown.next(word_at(at(number - 1), 0));
+}
+
+std::optional<RowAnswer> RequestRows::find(const Batch &batch, const RowQuestion &question) {
   const FcsKeyForm &form = *batch.form;
   if (is_before(form, question.key, batch.from.data())) {
     return std::nullopt;
@@ -94,6 +106,9 @@ std::optional<RowAnswer> RequestRows::find(Batch &batch, const RowQuestion &ques
                                 : !is_before(form, batch.at(middle), question.key);
     (is_answer ? high : low) = is_answer ? middle : middle + 1;
   }
+  if (batch.has_gap(question.key, low)) {
+    return std::nullopt;
+  }
   if (low == batch.size) {
     return next && batch.end != 0 ? std::optional(RowAnswer{batch.end, {}}) : std::nullopt;
   }
@@ -101,26 +116,14 @@ std::optional<RowAnswer> RequestRows::find(Batch &batch, const RowQuestion &ques
   if (!next && (is_before(form, question.key, record) || !is_row(record))) {
     return std::nullopt;
   }
-  batch.used = std::max(batch.used, low + 1);
   return RowAnswer{FCS_OK, {record, batch.length}};
-}
-
-uint32_t RequestRows::rows_to_ask(const RowQuestion &question, uint32_t useful) const {
-  const auto of_table = [&](const Batch &batch) { return batch.form == question.form; };
-  const auto last = std::find_if(batches_.rbegin(), batches_.rend(), of_table);
-  if (last == batches_.rend()) {
-    return useful;
-  }
-  const bool tells_nothing =
-      last->used == 1 && std::none_of(std::next(last), batches_.rend(), of_table);
-  return tells_nothing ? useful
-                       : std::min(useful, static_cast<uint32_t>(2 * last->used + kSpareRows));
 }
 
 void RequestRows::keep(const RowQuestion &question, const ipc_wire::Reply &reply, size_t length) {
   const FcsKeyForm &form = *question.form;
   const bool next = question.operation == FCS_OP_GETNEXT;
-  Batch batch{&form, {question.key, question.key + form.length()}, {}, length, 0, 0, 1};
+  Batch batch{&form, question.shown, {question.key, question.key + form.length()}, {}, length, 0,
+              0};
   if (reply.header.result != FCS_OK) {
     batch.end = reply.header.result;
     if (!next || batch.end != FCS_ERR_NO_SUCH_ROW) {

@@ -16,7 +16,8 @@
 
 struct FcsKeyForm;
 
-/** A request to read a row of the service: its operation, FCS_OP_GET or FCS_OP_GETNEXT, and key. */
+/** A request to read a row of the service: its operation, FCS_OP_GET or FCS_OP_GETNEXT, and key;
+ *  and the VSANs that its user may see. */
 struct RowQuestion {
   /**
    * \param opcode, operation, request As ipc_req_resp takes them.
@@ -28,6 +29,10 @@ struct RowQuestion {
   const FcsKeyForm *form;
   uint32_t operation;
   const uint8_t *key;
+  ipc_wire::ShownVsans shown{};
+
+  /** The VSAN that the key begins with. */
+  uint32_t vsan() const;
 };
 
 /** The answer to an exchange: its result, and the record unless that is a failure. */
@@ -47,34 +52,28 @@ public:
   /** The answer that is known without asking the service. */
   std::optional<RowAnswer> find(const RowQuestion &question);
 
-  /**
-   * How many rows to ask the service for, where the SNMP request has a use for `useful`. A role
-   * that hides VSANs wastes what follows a visible one, so that behind a gap it is to be little
-   * more than has been of use of the last reply, unless that is the first and tells nothing yet.
-   */
-  uint32_t rows_to_ask(const RowQuestion &question, uint32_t useful) const;
-
   /** Keeps the records of a reply, each of `length` octets, as far as they are in order. */
   void keep(const RowQuestion &question, const ipc_wire::Reply &reply, size_t length);
 
 private:
-  /** The rows of one reply, in ascending order, without a gap. */
+  /** The rows of one reply, in ascending order, without a gap but for that behind the first row of
+   *  a hidden VSAN. */
   struct Batch {
     const FcsKeyForm *form;
+    ipc_wire::ShownVsans shown;
     std::vector<uint8_t> from; ///< No row lies between this key and the first record.
     std::vector<uint8_t> records;
     size_t length; ///< Of a record.
     size_t size;   ///< Records.
     int32_t end;   ///< What follows the last record, if it is known: a failure.
-    size_t used;   ///< Records up to the last one that was of use.
 
     const uint8_t *at(size_t number) const { return &records[number * length]; }
+    /** Whether what follows the key may be missing in front of that record. */
+    bool has_gap(const uint8_t *key, size_t number) const;
   };
 
-  static std::optional<RowAnswer> find(Batch &batch, const RowQuestion &question);
+  static std::optional<RowAnswer> find(const Batch &batch, const RowQuestion &question);
 
-  /** Reading so many rows in vain costs less than asking once more. */
-  static constexpr size_t kSpareRows = 12;
   /** Bounds what a request with thousands of bindings keeps and searches. */
   static constexpr size_t kMostBatches = 64;
 
