@@ -122,8 +122,11 @@ std::optional<RowAnswer> RequestRows::find(const Batch &batch, const RowQuestion
 void RequestRows::keep(const RowQuestion &question, const ipc_wire::Reply &reply, size_t length) {
   const FcsKeyForm &form = *question.form;
   const bool next = question.operation == FCS_OP_GETNEXT;
-  Batch batch{&form, question.shown, {question.key, question.key + form.length()}, {}, length, 0,
-              0};
+  Batch batch{.form = &form,
+              .shown = question.shown,
+              .from = {question.key, question.key + form.length()},
+              .records = {},
+              .length = length};
   if (reply.header.result != FCS_OK) {
     batch.end = reply.header.result;
     if (!next || batch.end != FCS_ERR_NO_SUCH_ROW) {

@@ -63,9 +63,9 @@ private:
     ipc_wire::ShownVsans shown;
     std::vector<uint8_t> from; ///< No row lies between this key and the first record.
     std::vector<uint8_t> records;
-    size_t length; ///< Of a record.
-    size_t size;   ///< Records.
-    int32_t end;   ///< What follows the last record, if it is known: a failure.
+    size_t length;   ///< Of a record.
+    size_t size = 0; ///< Records.
+    int32_t end = 0; ///< What follows the last record, if it is known: a failure.
 
     const uint8_t *at(size_t number) const { return &records[number * length]; }
     /** Whether what follows the key may be missing in front of that record. */
