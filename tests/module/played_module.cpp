@@ -1,17 +1,13 @@
-/**
- * The module as a program, for the transcripts: it takes a command on each line of its input, and
- * answers with a line for everything that happened, in order, and a "." behind the last.
- */
+/** The module as a program that transcripts play. */
 #include "agent_calls.h"
 
 #include "feature/fabric_conf_server/snmp/frame/fcs_values.h"
+#include "tests/played_program.h"
 
 #include <algorithm>
 #include <bit>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
-#include <iostream>
 #include <string_view>
 
 namespace {
@@ -81,12 +77,6 @@ void tell_changes() {
 }
 
 // ---- Words of commands
-
-template <typename Value = std::string> Value take(std::istream &in) {
-  Value value{};
-  in >> value;
-  return value;
-}
 
 /** Octets behind "=", in hexadecimal digits. */
 std::optional<Bytes> take_octets(std::istream &in) {
@@ -254,19 +244,12 @@ FILE *told_stream(const char *label) {
 } // namespace
 
 int main() {
-  FILE *const answer = stdout;
   stdout = told_stream("1>");
   stderr = told_stream("2>");
-  for (std::string line; std::getline(std::cin, line);) {
-    std::istringstream in(line);
+  answer_commands([](std::istringstream &command) {
     platform.lines.clear();
-    entry_of(kCommands, take(in))->second(in);
+    entry_of(kCommands, take(command))->second(command);
     tell_changes();
-    for (std::string &event : platform.lines) {
-      std::ranges::replace(event, '\n', '\x1f');
-      fprintf(answer, "%s\n", event.c_str());
-    }
-    fputs(".\n", answer);
-    fflush(answer);
-  }
+    return platform.lines;
+  });
 }

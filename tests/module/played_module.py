@@ -1,8 +1,9 @@
 """The module as a program: its commands, and what happens as events that a person can read."""
-import os
 import pathlib
 import re
-import subprocess
+
+from played_program import PlayedProgram
+from transcript import words_of
 
 OBJECT_LIST = pathlib.Path(__file__).resolve().parent.parent / "mib/objects.txt"
 # Records by id and messages by opcode: their fields, in order. w: a word; i: one with a sign. s: a text in 255
@@ -29,11 +30,6 @@ def text_of_octets(octets, shortest=3):
 def octets_of_text(text):
     return b"".join((bytes.fromhex(digits) or quoted.encode()) * int(times or 1) for quoted, digits, times
                     in re.findall(r'(?:"([^"]*)"|([0-9a-f]+))(?:\*(\d+))?', text))
-
-
-def words_of(line, separator=" "):
-    """The words of a line; a text in quotation marks belongs to one word."""
-    return re.findall(rf'(?:"[^"]*"|[^"{separator}])+', line)
 
 
 GET = re.compile(r"101 fcs_get_data:before sending cmi\x1f\n2>Before CMI\x1f\n((?:get|next) .*?(?: -> (-?\d+))?) \| (len = .*)\n"
@@ -65,10 +61,9 @@ class Instance:
         self.words = f"{place} {magic} {self.oid}"
 
 
-class PlayedModule:
+class PlayedModule(PlayedProgram):
     def __init__(self):
-        program = [*os.environ.get("FCS_EMULATOR", "").split(), os.environ["FCS_BUILD"] + "/tests/module/played_module"]
-        self.process = subprocess.Popen(program, stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+        super().__init__("module/played_module")
         self.command("start")
         self.byte_order, *self.registered = self.command("objects")
         self.root = self.registered[0].split(".1.1.1 ")[0]
@@ -78,17 +73,7 @@ class PlayedModule:
 
     def start(self):
         self.hidden = None  # Functions whose names begin so do not tell of themselves.
-        self.command("start")
-
-    def command(self, *words):
-        """Gives a line for everything that happened."""
-        self.process.stdin.write(" ".join(map(str, words)) + "\n")
-        self.process.stdin.flush()
-        lines = []
-        while (line := self.process.stdout.readline().rstrip("\n")) != ".":
-            assert self.process.poll() is None or line, f"the module has ended: {words}"
-            lines.append(line)
-        return lines
+        super().start()
 
     # ---- Records as texts
 
@@ -129,7 +114,6 @@ class PlayedModule:
     # ---- Commands of a transcript
 
     def take(self, step):
-        """Takes a step: see transcript.py; gives what came of it, as events."""
         what, *words = words_of(step)
         if what in ("get", "next"):
             instance = Instance(self, words[0])
@@ -208,8 +192,7 @@ class PlayedModule:
                 line = line.replace(asked.column + ".", ".", 1)
             elif line.startswith("status "):
                 line = "= " + re.match(r"\w+", line[7:].lstrip("("))[0]
-            line = re.sub(r"(.)\1{20,}", lambda run: f"{run[1]}*{len(run[0])}", line.replace(self.root + ".", ""))
-            events.append(phase + line)
+            events.append(phase + line.replace(self.root + ".", ""))
             phase = ""
         return events
 

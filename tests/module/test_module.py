@@ -1,33 +1,38 @@
-"""Plays the transcripts, and whole ranges of values. With FCS_WRITE_TRANSCRIPTS in the environment the transcripts that
-differ are written anew, for a person to review."""
-import os
-import pathlib
+# The transcripts of the module, and whole ranges of values. What a line of a transcript says:
+#
+#   STATE VALUE...            Sets state of the module or the platform: see played_module.cpp.
+#   row RECORD FIELD...       The service has this row. It answers reads in the order of keys.
+#   answer REQUEST -> RESULT  What it answers to requests that begin so; ": FIELD..." may follow.
+#   hide FUNCTIONS            Leaves out the traces of functions that begin so, up to a "*".
+#   get OBJECT.INDEX          The same for next. OBJECT@SUFFIX is an OID elsewhere, OBJECT#MAGIC an object with another magic.
+#   set OBJECT.INDEX VALUE... A value may begin with its type (i: u: s: o: n:) and end with the length that the handlers are
+#                             told (#2). set/12A: these phases alone.
+#   notify OPCODE FIELD...    Or "none": there is no message.
+#   init, deinit, wwn         The module's own functions.
+#
+# Events: ":text" is a trace of the function that traced last, or of the write handler of a SET's object; "var:", "header:" and
+# "write:" are functions that have traced before. "!text" is an event of the history; "1>" and "2>" are what is printed, with
+# "~" for the object. "get", "next", "set", "delete" and "send" are requests, "-> 2" the result, without the lines that go with
+# every exchange as long as those are right. "role" asks about the OID of the request. [1] [2] [A] [C] [F] [U] is a phase of a
+# SET, with a letter for the binding. NAME=VALUE is a change of state.
 import re
 
 import played_module
 import pytest
 import transcript
 
-TESTS = {f"{path.stem}_{text.split()[1]}": (path, preamble, text)
-         for path in sorted(pathlib.Path(__file__).parent.glob("*.transcript"))
-         for preamble, *texts in [transcript.read(path)] for text in texts}
+PAGES = transcript.pages_beside(__file__)
 
 
 @pytest.fixture(name="module", scope="session")
 def the_module():
-    module = played_module.PlayedModule()
-    yield module
-    module.process.stdin.close()
-    assert module.process.wait(60) == 0, "the sanitizers tell what is wrong"
+    with played_module.PlayedModule() as module:
+        yield module
 
 
-@pytest.mark.parametrize("name", TESTS)
+@pytest.mark.parametrize("name", PAGES)
 def test_transcript(module, name):
-    path, preamble, text = TESTS[name]
-    played = transcript.play(module, preamble, text)
-    if played != text and "FCS_WRITE_TRANSCRIPTS" in os.environ:
-        path.write_text(path.read_text().replace(text, played))
-    assert played.splitlines() == text.splitlines()
+    assert PAGES[name].played_by(module) == PAGES[name].text
 
 
 def steps(module, *lines):

@@ -43,13 +43,6 @@ void start_library() {
   snmp_register_callback(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_LOGGING, keep_line, nullptr);
 }
 
-std::string new_directory() {
-  std::string path = std::filesystem::temp_directory_path() / "fcs-agent-XXXXXX";
-  return mkdtemp(path.data()) == nullptr
-             ? throw std::filesystem::filesystem_error(path, std::make_error_code(std::errc(errno)))
-             : path;
-}
-
 } // namespace
 
 /** In place of the C library's: of whatever clock, it is as late as the tests have made it. */
@@ -59,7 +52,7 @@ extern "C" int clock_gettime(clockid_t /*clock*/, timespec *now) noexcept {
   return 0;
 }
 
-Agent::Agent() : directory(new_directory()) {
+Agent::Agent(const std::string &directory) {
   [[maybe_unused]] static const bool started = (start_library(), true);
   netsnmp_ds_set_string(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_OPTIONALCONFIG, nullptr);
   set_persistent_directory(directory.c_str());
@@ -72,7 +65,6 @@ Agent::Agent() : directory(new_directory()) {
 
 Agent::~Agent() {
   pass(0s); // What the test has left to be stored.
-  std::filesystem::remove_all(directory);
 }
 
 void Agent::keep_busy(nanoseconds duration) {

@@ -5,7 +5,6 @@
 #pragma once
 
 #include <chrono>
-#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -21,7 +20,8 @@ using Name = std::vector<oid>;
 
 class Agent {
 public:
-  Agent();
+  /** \param directory For what it keeps. */
+  explicit Agent(const std::string &directory);
   ~Agent();
   Agent(const Agent &) = delete;
   Agent &operator=(const Agent &) = delete;
@@ -44,8 +44,6 @@ public:
       events.push_back(event);
     }
   }
-
-  const std::string directory; ///< Of the test's own.
 };
 
 /** A message that the agent has in hand, all of whose bindings lie in one table. */

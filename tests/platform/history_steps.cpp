@@ -6,18 +6,14 @@
 #include "platform/linux/trace/trace_output.h"
 #include "platform/trace.h"
 #include "service_ends.h"
+#include "tests/played_program.h"
 
+#include <filesystem>
 #include <fstream>
 #include <optional>
 #include <utility>
 
 namespace {
-
-template <typename T = std::string> T next(std::istream &words) {
-  T value{};
-  words >> value;
-  return value;
-}
 
 int64_t nanoseconds_since_the_epoch() {
   timespec now{};
@@ -27,9 +23,9 @@ int64_t nanoseconds_since_the_epoch() {
 
 /** LEVEL TEXT TIMES: a text "#" is the number of the event. */
 void record(std::istream &words) {
-  const auto level = next<uint32_t>(words);
-  const std::string text = written_out(next(words));
-  for (int left = next<int>(words), done = 1; left > 0; --left, ++done) {
+  const auto level = take<uint32_t>(words);
+  const std::string text = take(words);
+  for (int left = take<int>(words), done = 1; left > 0; --left, ++done) {
     std::string event(reinterpret_cast<const char *>(&level), sizeof(level));
     event += text == "#" ? std::to_string(done) : text;
     trace_hist_event(7, static_cast<uint32_t>(event.size() + 1), event.c_str());
@@ -43,7 +39,7 @@ void read(EventHistoryReader &reader, int64_t start) {
   for (EventRecord event; reader.next(event); ++records) {
     const std::string before = std::exchange(last, event.text);
     if (records == 0 || event.lost != 0 || atoi(last.c_str()) != atoi(before.c_str()) + 1) {
-      Agent::tell(abbreviated(last) + ", level " + std::to_string(event.level) + " of " +
+      Agent::tell(readable(last) + ", level " + std::to_string(event.level) + " of " +
                   std::to_string(event.module) + " at " + std::to_string(event.time_ns - start) +
                   ", lost " + std::to_string(event.lost));
     }
@@ -54,9 +50,9 @@ void read(EventHistoryReader &reader, int64_t start) {
 /** FILE OFFSET WORD: puts 64 bits into a file. 16 has the position of the oldest record, 24 that
  * behind the last one. */
 void put(std::istream &words) {
-  std::fstream file(next(words), std::ios::in | std::ios::out | std::ios::binary);
-  file.seekp(next<int>(words));
-  const auto octets = next<uint64_t>(words);
+  std::fstream file(take(words), std::ios::in | std::ios::out | std::ios::binary);
+  file.seekp(take<int>(words));
+  const auto octets = take<uint64_t>(words);
   file.write(reinterpret_cast<const char *>(&octets), sizeof(octets));
 }
 
@@ -88,8 +84,8 @@ void print(const std::string &text) {
 StepTable history_steps(std::istream &words) {
   const auto reader = std::make_shared<std::optional<EventHistoryReader>>();
   const int64_t start = nanoseconds_since_the_epoch();
-  const auto number = [&words] { return next<uint32_t>(words); };
-  const auto file = [&words] { return next(words); };
+  const auto number = [&words] { return take<uint32_t>(words); };
+  const auto file = [&words] { return take(words); };
   return {
       {"history",
        [=] {

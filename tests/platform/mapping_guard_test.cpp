@@ -1,11 +1,11 @@
 /** Faults of memory accesses while an event history is mapped. */
-#include "agent.h"
 #include "common/history/event_history.h"
 #include "common/system/fd.h"
 
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 
@@ -15,8 +15,7 @@ int foreign_signals;
 
 TEST(MappingGuard, OtherFaultsAreLeftToWhoeverWasInChargeBefore) {
   foreign_signals = 0;
-  const Agent agent;
-  const std::string path = agent.directory + "/ring";
+  const std::string path = testing::TempDir() + "ring." + std::to_string(getpid());
   struct sigaction theirs {};
   theirs.sa_handler = [](int) { ++foreign_signals; };
   struct sigaction original {};

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <memory>
 #include <sched.h>
 #include <set>
 #include <sstream>
@@ -97,7 +98,7 @@ netsnmp_variable_list *handle(const IpcMessage *message, oid *trap_oid, size_t *
   const std::string payload(octets, strnlen(octets, IPC_MESSAGE_ROOM));
   const bool is_clean = std::all_of(octets + payload.size(), octets + IPC_MESSAGE_ROOM,
                                     [](char octet) { return octet == 0; });
-  Agent::tell("handler: " + abbreviated(payload) + (is_clean ? "" : " and more"));
+  Agent::tell("handler: " + readable(payload) + (is_clean ? "" : " and more"));
   Agent::keep_busy(std::chrono::milliseconds(atoi(payload.c_str())));
   if (payload == "send") {
     const IpcAddress other = {{0xFE, 1}};

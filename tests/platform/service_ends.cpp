@@ -8,19 +8,9 @@
 #include <cstring>
 #include <sys/socket.h>
 
-std::string written_out(const std::string &text) {
-  if (text.size() > 2 && text[1] == '*') {
-    return std::string(std::stoul(text.substr(2)), text[0]);
-  }
-  return text == "-" ? "" : text;
-}
-
-std::string abbreviated(const std::string &text) {
-  if (std::ranges::any_of(text, [](char octet) { return octet < ' '; })) {
-    return std::to_string(text.size()) + " octets";
-  }
-  const bool is_row = text.size() > 4 && text.find_first_not_of(text[0]) == std::string::npos;
-  return is_row ? text.substr(0, 1) + "*" + std::to_string(text.size()) : text;
+std::string readable(const std::string &octets) {
+  const bool is_text = std::ranges::none_of(octets, [](char octet) { return octet < ' '; });
+  return is_text ? octets : std::to_string(octets.size()) + " octets";
 }
 
 static std::string text_of(const ipc_wire::Frame &frame, size_t length, ipc_wire::Purpose purpose) {
@@ -33,9 +23,8 @@ static std::string text_of(const ipc_wire::Frame &frame, size_t length, ipc_wire
   const std::string payload(reinterpret_cast<const char *>(frame.payload), length - sizeof(header));
   const bool is_usual = strcmp(header.user, "olga") == 0 && header.session == 9;
   return "sent " + std::to_string(header.opcode) + "/" + std::to_string(header.flag) + " " +
-         abbreviated(payload) +
-         (is_usual ? ""
-                   : " of " + abbreviated(header.user) + "/" + std::to_string(header.session)) +
+         readable(payload) +
+         (is_usual ? "" : " of " + readable(header.user) + "/" + std::to_string(header.session)) +
          (header.rows == 1 ? "" : " for " + std::to_string(header.rows) + " rows") +
          (header.processor == 0 ? "" : " on a processor");
 }

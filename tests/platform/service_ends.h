@@ -36,7 +36,5 @@ struct ServiceEnds {
 /** Of the last exchange: the agent goes on counting as long as it runs. */
 inline uint32_t last_sequence;
 
-/** What a text stands for: "x*5" is "xxxxx", and "-" is nothing. */
-std::string written_out(const std::string &text);
-/** The other way round. */
-std::string abbreviated(const std::string &text);
+/** A text as it is, and of other octets how many there are. */
+std::string readable(const std::string &octets);

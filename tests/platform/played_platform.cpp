@@ -1,5 +1,5 @@
-#include "steps.h"
-
+/** The platform as a program that transcripts play: an agent, the FCS service's ends of its
+ * connections, and what takes the module's place. */
 #include "agent.h"
 #include "feature/fabric_conf_server/fcs_protocol.h"
 #include "history_steps.h"
@@ -16,12 +16,14 @@
 #include "platform/linux/trace/trace_output.h"
 #include "platform/role.h"
 #include "service_ends.h"
+#include "tests/played_program.h"
+#include "tests/require.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
-#include <gtest/gtest.h>
 #include <set>
 #include <sys/socket.h>
 #include <utility>
@@ -46,8 +48,8 @@ std::string list_of(const VsanBitmap &set) {
   }
   for (const uint32_t beyond : {4095U, 4096U, 0xFFFFFFFFU}) {
     uint32_t vsan = beyond;
-    EXPECT_EQ(role_next_allowed_vsan(&vsan, set), 0) << beyond;
-    EXPECT_TRUE(beyond == 4095 || role_vsan_allowed(beyond, set) == 0) << beyond;
+    require(role_next_allowed_vsan(&vsan, set) == 0, "no VSAN lies behind the last");
+    require(beyond == 4095 || role_vsan_allowed(beyond, set) == 0, "nor is one allowed");
   }
   return list.empty() ? "none" : list;
 }
@@ -115,8 +117,7 @@ void make_request(const std::string &request, uint32_t opcode, uint32_t flag,
   last_sequence += errno == EPIPE ? 1 : 0;
   Agent::tell(
       std::to_string(result) + (errno == 0 ? "" : std::string(" ") + strerrorname_np(errno)) +
-      (response == nullptr ? ""
-                           : " '" + abbreviated({static_cast<char *>(response), length}) + "'"));
+      (response == nullptr ? "" : " '" + readable({static_cast<char *>(response), length}) + "'"));
   free(response);
 }
 
@@ -127,14 +128,13 @@ std::string text_of_settings() {
                            : *is.service_uid == geteuid()
                                ? " of its own"
                                : " of " + std::to_string(*is.service_uid);
-  return abbreviated(is.service_socket) + user + " within " +
-         std::to_string(is.exchange_timeout.count()) + " ms, level " +
-         std::to_string(is.history_level) + " into " + is.history_file;
+  return is.service_socket + user + " within " + std::to_string(is.exchange_timeout.count()) +
+         " ms, level " + std::to_string(is.history_level) + " into " + is.history_file;
 }
 
 class Steps {
 public:
-  Steps() {
+  explicit Steps(const std::string &directory) : directory_(directory), agent_(directory) {
     settings_for_change().service_socket = "/s";
     settings_for_change().exchange_timeout = 10ms;
     settings_ = text_of_settings();
@@ -151,26 +151,19 @@ public:
     trace_output_open(); // It closes the history.
   }
 
-  std::vector<std::string> take(const std::string &step) {
-    words_ = std::istringstream(with(step, "~", agent_.directory));
+  std::vector<std::string> take(std::istringstream step) {
+    words_ = std::move(step);
     steps_.at(word())();
     service_.hear();
     if (std::exchange(settings_, text_of_settings()) != settings_) {
       Agent::tell(settings_);
     }
-    for (std::string &event : Agent::events) {
-      event = with(event, agent_.directory, "~");
-      event = with(event, written_out("/*108"), "/*108");
-      event = with(event, "user id " + std::to_string(geteuid()), "its own user id");
-    }
     return Agent::take_events();
   }
 
 private:
-  /** The next word of the step, if it has one. */
   template <typename T = std::string> T word(T otherwise = {}) {
-    T value{};
-    return words_ >> value ? value : otherwise;
+    return ::take<T>(words_, otherwise);
   }
   std::string rest() {
     std::string text;
@@ -202,23 +195,23 @@ private:
   /** A line of snmpd.conf, with some blanks too many. */
   void line() {
     const std::string token = word();
-    Agent::configure(token + "  " + written_out(rest()) + " ");
+    Agent::configure(token + "  " + rest() + " ");
   }
 
   /** Lines of a file that the agent is told to read behind one that is not there. */
   void configure() {
-    const std::string file = agent_.directory + "/fcs.conf";
+    const std::string file = directory_ + "/fcs.conf";
     std::ofstream lines(file);
     for (std::string line; std::getline(words_, line, ';');) {
       lines << line << "\n";
     }
     netsnmp_ds_set_string(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_OPTIONALCONFIG,
-                          (agent_.directory + "/none," + file).c_str());
+                          (directory_ + "/none," + file).c_str());
   }
 
   /** What the agent has stored of the switches since this was last shown. */
   void show_stored() {
-    const std::string file = agent_.directory + "/snmpd.conf";
+    const std::string file = directory_ + "/snmpd.conf";
     std::ifstream store(file);
     for (std::string line; std::getline(store, line);) {
       if (line.starts_with("fcs")) {
@@ -252,7 +245,7 @@ private:
 
   /** The answer to the exchange to come: PAYLOAD [RESULT [ROWS [SEQUENCE [END]]]]. */
   void answer() {
-    const std::string payload = written_out(word());
+    const std::string payload = word();
     ipc_wire::FrameHeader header{};
     header.result = word<int32_t>();
     header.rows = word<uint32_t>();
@@ -263,7 +256,7 @@ private:
   void notify() {
     ipc_wire::FrameHeader header{};
     header.opcode = word<uint32_t>();
-    const std::string payload = written_out(word());
+    const std::string payload = word();
     for (int times = word(1); times > 0; --times) {
       service_.notifications.say(header, payload);
     }
@@ -271,10 +264,10 @@ private:
 
   /** A request: PAYLOAD [OPCODE [FLAG [USER]]]. */
   void ask() {
-    const std::string request = written_out(word());
+    const std::string request = word();
     const auto opcode = word(1402U);
     const auto flag = word(1U);
-    make_request(request, opcode, flag, written_out(word(user_)));
+    make_request(request, opcode, flag, word(user_));
   }
 
   void ask_for_rows() {
@@ -359,6 +352,7 @@ private:
     });
   }
 
+  const std::string directory_;
   Agent agent_;
   ServiceEnds service_;
   std::string settings_;
@@ -410,7 +404,7 @@ private:
        [this] {
          module_stand_in::answers = {word(), word()};
        }},
-      {"question", [this] { module_stand_in::question = written_out(word()); }},
+      {"question", [this] { module_stand_in::question = word(); }},
       {"as", [this] { user_ = word(); }},
       {"relayed",
        [this] {
@@ -429,20 +423,21 @@ private:
       {"no-roles", roles_reset},
       {"role", [this] { Agent::tell(roles_define(rest().c_str())); }},
       {"user", [this] { Agent::tell(roles_assign(rest().c_str())); }},
-      {"sees", [this] { show_access(written_out(word())); }},
+      {"sees", [this] { show_access(word()); }},
   };
 };
 
 } // namespace
 
-std::string with(std::string text, const std::string &part, const std::string &other) {
-  if (const size_t at = text.find(part); at != std::string::npos) {
-    text.replace(at, part.size(), other);
-  }
-  return text;
-}
-
-Stage new_stage() {
-  const auto steps = std::make_shared<Steps>();
-  return [steps](const std::string &step) { return steps->take(step); };
+int main() {
+  stdout = stderr; // What the module prints is not looked at.
+  std::unique_ptr<Steps> steps;
+  answer_commands([&steps](std::istringstream &command) {
+    if (steps == nullptr || command.str().starts_with("start ")) {
+      steps.reset();
+      steps = std::make_unique<Steps>(command.str().substr(6));
+      return std::vector<std::string>();
+    }
+    return steps->take(std::move(command));
+  });
 }
