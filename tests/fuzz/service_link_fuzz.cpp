@@ -11,7 +11,6 @@
 #include "feature/fabric_conf_server/fcs_protocol.h"
 #include "platform/agent_host.h"
 #include "platform/ipc.h"
-#include "platform/linux/configuration_tokens.h"
 #include "platform/linux/messaging/notifications.h"
 #include "platform/linux/messaging/request_rows.h"
 #include "platform/linux/messaging/service_connection.h"
@@ -128,15 +127,7 @@ netsnmp_variable_list *receive(const IpcMessage *message, oid * /*trap_oid*/,
 bool start_agent_end() {
   netsnmp_ds_set_string(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_APPTYPE, "snmpd");
   netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_ALARM_DONT_USE_SIG, 1);
-  configuration_tokens_register();
-  const config_line *token = read_config_get_handlers("snmpd");
-  while (token != nullptr && strcmp(token->config_token, "fcsExchangeTimeout") != 0) {
-    token = token->next;
-  }
-  require(token != nullptr, "the time-out has a token");
-  char shortest[] = "10";
-  token->parse_line(token->config_token, shortest);
-  require(settings().exchange_timeout == std::chrono::milliseconds(10), "the time-out is set");
+  settings_for_change().exchange_timeout = std::chrono::milliseconds(10);
   snmp_disable_log();
   for (const uint32_t opcode : {1407U, 1408U, 1409U}) {
     agent_notif_register(opcode, receive);

@@ -64,6 +64,7 @@ class Instance:
 class PlayedModule(PlayedProgram):
     def __init__(self):
         super().__init__("module/played_module")
+        self.begin()
         self.command("start")
         self.byte_order, *self.registered = self.command("objects")
         self.root = self.registered[0].split(".1.1.1 ")[0]
@@ -73,7 +74,7 @@ class PlayedModule(PlayedProgram):
 
     def start(self):
         self.hidden = None  # Functions whose names begin so do not tell of themselves.
-        super().start()
+        self.command("start")
 
     # ---- Records as texts
 
@@ -114,6 +115,7 @@ class PlayedModule(PlayedProgram):
     # ---- Commands of a transcript
 
     def take(self, step):
+        """Takes a step of a transcript; gives what came of it, as events."""
         what, *words = words_of(step)
         if what in ("get", "next"):
             instance = Instance(self, words[0])

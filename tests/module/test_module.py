@@ -32,7 +32,7 @@ def the_module():
 
 @pytest.mark.parametrize("name", PAGES)
 def test_transcript(module, name):
-    assert PAGES[name].played_by(module) == PAGES[name].text
+    assert PAGES[name].played_by(module) == PAGES[name].lines
 
 
 def steps(module, *lines):

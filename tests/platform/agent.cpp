@@ -1,7 +1,5 @@
 #include "agent.h"
 
-#include "platform/linux/roles/roles.h"
-#include "platform/linux/settings/settings.h"
 #include "tests/service_peer.h"
 
 #include <utility>
@@ -32,17 +30,6 @@ int keep_line(int /*major*/, int /*minor*/, void *message, void * /*client*/) {
   return SNMPERR_SUCCESS;
 }
 
-void start_library() {
-  netsnmp_ds_set_string(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_APPTYPE, "snmpd");
-  netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_ALARM_DONT_USE_SIG, 1);
-  netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_DONT_READ_CONFIGS, 1);
-  init_agent("snmpd");
-  init_snmp_alarm();
-  snmp_disable_stderrlog();
-  snmp_enable_calllog();
-  snmp_register_callback(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_LOGGING, keep_line, nullptr);
-}
-
 } // namespace
 
 /** In place of the C library's: of whatever clock, it is as late as the tests have made it. */
@@ -53,18 +40,15 @@ extern "C" int clock_gettime(clockid_t /*clock*/, timespec *now) noexcept {
 }
 
 Agent::Agent(const std::string &directory) {
-  [[maybe_unused]] static const bool started = (start_library(), true);
-  netsnmp_ds_set_string(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_OPTIONALCONFIG, nullptr);
+  netsnmp_ds_set_string(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_APPTYPE, "snmpd");
+  netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_ALARM_DONT_USE_SIG, 1);
+  netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_DONT_READ_CONFIGS, 1);
   set_persistent_directory(directory.c_str());
-  settings_for_change() = Settings();
-  roles_reset();
-  keep_busy(1h); // What is reported once in a while may be reported.
-  pass(0s);
-  events.clear();
-}
-
-Agent::~Agent() {
-  pass(0s); // What the test has left to be stored.
+  init_agent("snmpd");
+  init_snmp_alarm();
+  snmp_disable_stderrlog();
+  snmp_enable_calllog();
+  snmp_register_callback(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_LOGGING, keep_line, nullptr);
 }
 
 void Agent::keep_busy(nanoseconds duration) {

@@ -22,9 +22,6 @@ class Agent {
 public:
   /** \param directory For what it keeps. */
   explicit Agent(const std::string &directory);
-  ~Agent();
-  Agent(const Agent &) = delete;
-  Agent &operator=(const Agent &) = delete;
 
   /** Lets time go on, and gives the agent a turn. */
   static void pass(std::chrono::nanoseconds duration);

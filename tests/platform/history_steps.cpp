@@ -8,7 +8,6 @@
 #include "service_ends.h"
 #include "tests/played_program.h"
 
-#include <filesystem>
 #include <fstream>
 #include <optional>
 #include <utility>
@@ -98,11 +97,6 @@ StepTable history_steps(std::istream &words) {
       {"reader", [=] { tell_fault([&] { reader->emplace(file()); }); }},
       {"read", [=] { read(**reader, start); }},
       {"writer", [=] { tell_fault([&] { EventHistoryWriter another(file()); }); }},
-      {"resize",
-       [=] {
-         const std::string name = file();
-         std::filesystem::resize_file(name, number());
-       }},
       {"put", [&words] { put(words); }},
   };
 }

@@ -13,7 +13,6 @@
 #include <cstring>
 #include <memory>
 #include <sched.h>
-#include <set>
 #include <sstream>
 #include <utility>
 
@@ -133,9 +132,6 @@ int keep_trap(int /*major*/, int /*minor*/, void *pdu, void * /*client*/) {
   return SNMPERR_SUCCESS;
 }
 
-std::set<uint32_t> handled;
-long requests_before;
-
 } // namespace
 
 std::string module_stand_in::told(const std::string &what) {
@@ -153,7 +149,7 @@ std::string module_stand_in::told(const std::string &what) {
     return "has logged";
   }
   if (what == "number") {
-    return "number " + std::to_string(agent_request_number() - requests_before);
+    return "number " + std::to_string(agent_request_number());
   }
   return what == "processor" ? told_of_processor() : told_of_rows();
 }
@@ -183,24 +179,11 @@ void module_stand_in::take_variables() {
   }
   register_mib("fcs_mib", reinterpret_cast<variable *>(variables.data()), sizeof(variable7),
                variables.size(), root, std::size(root));
-  requests_before = agent_request_number();
   intercept_requests([] {});
 }
 
 void module_stand_in::take_notifications(uint32_t opcode) {
+  [[maybe_unused]] static const int kept = snmp_register_callback(
+      SNMP_CALLBACK_APPLICATION, SNMPD_CALLBACK_SEND_TRAP2, keep_trap, nullptr);
   agent_notif_register(opcode, handle);
-  handled.insert(opcode);
-  if (handled.size() == 1) {
-    snmp_register_callback(SNMP_CALLBACK_APPLICATION, SNMPD_CALLBACK_SEND_TRAP2, keep_trap,
-                           nullptr);
-  }
-}
-
-void module_stand_in::leave() {
-  std::ranges::for_each(std::exchange(handled, {}), agent_notif_unregister);
-  snmp_unregister_callback(SNMP_CALLBACK_APPLICATION, SNMPD_CALLBACK_SEND_TRAP2, keep_trap, nullptr,
-                           0);
-  release_registrations();
-  answers.clear();
-  question.clear();
 }

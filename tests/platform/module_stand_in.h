@@ -8,10 +8,9 @@
 
 namespace module_stand_in {
 
-/** Takes its place for variables, or for an opcode's notifications, and leaves every place. */
+/** Takes its place for variables, or for an opcode's notifications. */
 void take_variables();
 void take_notifications(uint32_t opcode);
-void leave();
 
 /** What it answers to the reads to come: an instance behind the module root, or "none". */
 inline std::deque<std::string> answers;

@@ -8,12 +8,10 @@
 #include "platform/ipc.h"
 #include "platform/linux/configuration_tokens.h"
 #include "platform/linux/messaging/notification_switches.h"
-#include "platform/linux/messaging/notifications.h"
 #include "platform/linux/messaging/service_connection.h"
 #include "platform/linux/request/agent_request.h"
 #include "platform/linux/roles/roles.h"
 #include "platform/linux/settings/settings.h"
-#include "platform/linux/trace/trace_output.h"
 #include "platform/role.h"
 #include "service_ends.h"
 #include "tests/played_program.h"
@@ -22,9 +20,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <set>
+#include <optional>
 #include <sys/socket.h>
 #include <utility>
 
@@ -62,29 +58,11 @@ template <typename Act> void within_request(const std::string &user, int repetit
   act();
 }
 
-/** What the agent logs when it is told what it has no handler for, for the first time and later. */
-const std::vector<std::string> &said_of_unknown_notifications() {
-  static const auto said = [] {
-    for (const uint32_t opcode : {4711U, 4712U}) {
-      ipc_wire::Frame frame{};
-      frame.header.opcode = opcode;
-      notifications_deliver(frame, 0);
-    }
-    return Agent::take_events();
-  }();
-  return said;
-}
-
 /** Tells what the module has left with the agent, or has there. */
 void show_what_is_left() {
   const oid name[] = {1, 3, 6, 1, 4, 1, 32473, 1, 1, 1, 1, 2};
   Agent::tell(netsnmp_subtree_find(name, std::size(name), nullptr, "")->reginfo->handlerName);
   Agent::tell(Agent::has_token("fcs") ? "tokens" : "no tokens");
-}
-
-void show_size(const std::string &file) {
-  const bool exists = std::filesystem::exists(file);
-  Agent::tell(exists ? std::to_string(std::filesystem::file_size(file)) + " octets" : "no file");
 }
 
 /** The agent has read its configuration, whose lack of access control it complains of. */
@@ -97,12 +75,7 @@ void has_read_configuration() {
 
 void start_debugging(const std::string &token) {
   snmp_set_do_debugging(1);
-  static std::set<std::string> registered; // A second time is one too many to be disabled.
-  if (registered.insert(token).second) {
-    debug_register_tokens(token.c_str());
-  } else {
-    debug_enable_token_logs(token.c_str());
-  }
+  debug_register_tokens(token.c_str());
   Agent::take_events();
 }
 
@@ -134,23 +107,12 @@ std::string text_of_settings() {
 
 class Steps {
 public:
-  explicit Steps(const std::string &directory) : directory_(directory), agent_(directory) {
+  explicit Steps(const std::string &directory) : agent_(directory) {
     settings_for_change().service_socket = "/s";
     settings_for_change().exchange_timeout = 10ms;
     settings_ = text_of_settings();
     steps_.merge(history_steps(words_));
   }
-  ~Steps() {
-    module_stand_in::leave();
-    service_connection_close();
-    for (const char *token : {"another", "fcs_mib", kRequestToken}) {
-      debug_disable_token_logs(token);
-    }
-    snmp_set_do_debugging(0);
-    settings_for_change().history_level = 0;
-    trace_output_open(); // It closes the history.
-  }
-
   std::vector<std::string> take(std::istringstream step) {
     words_ = std::move(step);
     steps_.at(word())();
@@ -173,52 +135,10 @@ private:
     return word() == "exchanges" ? service_.exchanges : service_.notifications;
   }
 
-  /** Passes the time by until something happens, at most for 20 seconds. */
-  void wait() {
-    auto waited = 0ms;
-    while (Agent::events.empty() && waited < 20s) {
-      Agent::pass(250ms);
-      service_.hear();
-      waited += 250ms;
-    }
-    Agent::tell("after " + std::to_string(waited.count()) + " ms");
-  }
-
-  /** Has both connections up without a word. */
-  void connect() {
-    service_connection_open();
-    Agent::pass(0ms);
-    service_.hear();
-    Agent::take_events();
-  }
-
   /** A line of snmpd.conf, with some blanks too many. */
   void line() {
     const std::string token = word();
     Agent::configure(token + "  " + rest() + " ");
-  }
-
-  /** Lines of a file that the agent is told to read behind one that is not there. */
-  void configure() {
-    const std::string file = directory_ + "/fcs.conf";
-    std::ofstream lines(file);
-    for (std::string line; std::getline(words_, line, ';');) {
-      lines << line << "\n";
-    }
-    netsnmp_ds_set_string(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_OPTIONALCONFIG,
-                          (directory_ + "/none," + file).c_str());
-  }
-
-  /** What the agent has stored of the switches since this was last shown. */
-  void show_stored() {
-    const std::string file = directory_ + "/snmpd.conf";
-    std::ifstream store(file);
-    for (std::string line; std::getline(store, line);) {
-      if (line.starts_with("fcs")) {
-        Agent::tell(line);
-      }
-    }
-    std::filesystem::remove(file);
   }
 
   void flip() {
@@ -285,7 +205,7 @@ private:
     for (; !each.empty() && each[1] != ':'; each = word()) {
       names.push_back(module_stand_in::name_of(each));
     }
-    message_ = std::make_unique<Message>(command, names, user_);
+    message_.emplace(command, names, user_);
     message_->requests.back().repeat = repetitions;
     if (!each.empty()) {
       static const std::map<char, u_char> types = {
@@ -352,38 +272,37 @@ private:
     });
   }
 
-  const std::string directory_;
   Agent agent_;
   ServiceEnds service_;
   std::string settings_;
   std::string user_ = "olga";
-  std::unique_ptr<Message> message_;
+  std::optional<Message> message_;
   std::istringstream words_;
   StepTable steps_ = {
       {"pass", [this] { Agent::pass(milliseconds(word<int>())); }},
-      {"wait", [this] { wait(); }},
       {"busy", [this] { Agent::keep_busy(milliseconds(word<int>())); }},
       {"debug", [this] { start_debugging(word()); }},
       {"tokens", configuration_tokens_register},
       {"no-tokens", configuration_tokens_unregister},
       {"line", [this] { line(); }},
-      {"configuration", [this] { configure(); }},
+      {"files",
+       [this] {
+         netsnmp_ds_set_string(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_OPTIONALCONFIG,
+                               word().c_str());
+       }},
       {"service-user",
        [this] { settings_for_change().service_uid = word() == "own" ? geteuid() : kNobody; }},
       {"switches", notification_switches_register},
       {"no-switches", notification_switches_unregister},
       {"switch", [this] { flip(); }},
       {"store", [] { snmp_store("snmpd"); }},
-      {"stored", [this] { show_stored(); }},
       {"left", show_what_is_left},
       {"load", init_fcs},
       {"unload", deinit_fcs},
       {"has-read", has_read_configuration},
-      {"size", [this] { show_size(word()); }},
 
       {"open", service_connection_open},
       {"close", service_connection_close},
-      {"connect", [this] { connect(); }},
       {"greeting", [this] { greet(); }},
       {"refuse", [this] { service_.refusal = word<int>(); }},
       {"deaf", [this] { service_.is_deaf = true; }},
@@ -396,13 +315,12 @@ private:
       {"ask", [this] { ask(); }},
       {"ask-for-rows", [this] { ask_for_rows(); }},
 
-      {"unknown", [] { Agent::events = said_of_unknown_notifications(); }},
       {"handle", [this] { module_stand_in::take_notifications(word<uint32_t>()); }},
       {"ignore", [this] { agent_notif_unregister(word<uint32_t>()); }},
       {"stand-in", module_stand_in::take_variables},
       {"answers",
        [this] {
-         module_stand_in::answers = {word(), word()};
+         module_stand_in::answers.assign({word(), word()});
        }},
       {"question", [this] { module_stand_in::question = word(); }},
       {"as", [this] { user_ = word(); }},
@@ -429,15 +347,8 @@ private:
 
 } // namespace
 
-int main() {
+int main(int /*argc*/, char **argv) {
   stdout = stderr; // What the module prints is not looked at.
-  std::unique_ptr<Steps> steps;
-  answer_commands([&steps](std::istringstream &command) {
-    if (steps == nullptr || command.str().starts_with("start ")) {
-      steps.reset();
-      steps = std::make_unique<Steps>(command.str().substr(6));
-      return std::vector<std::string>();
-    }
-    return steps->take(std::move(command));
-  });
+  Steps steps(argv[1]);
+  answer_commands([&](std::istringstream &step) { return steps.take(std::move(step)); });
 }

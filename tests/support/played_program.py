@@ -5,15 +5,25 @@ import subprocess
 
 class PlayedProgram:
     def __init__(self, path):
-        program = [*os.environ.get("FCS_EMULATOR", "").split(), f"{os.environ['FCS_BUILD']}/tests/{path}"]
-        self.process = subprocess.Popen(program, stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+        self.words = [*os.environ.get("FCS_EMULATOR", "").split(), f"{os.environ['FCS_BUILD']}/tests/{path}"]
+        self.process = None
 
     def __enter__(self):
         return self
 
     def __exit__(self, *fault):
-        self.process.stdin.close()
-        assert self.process.wait(60) == 0, "the sanitizers tell what is wrong"
+        self.end()
+
+    def begin(self, *arguments):
+        """Begins anew."""
+        self.end()
+        self.process = subprocess.Popen([*self.words, *arguments], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+
+    def end(self):
+        process, self.process = self.process, None
+        if process:
+            process.communicate(timeout=60)
+            assert process.returncode == 0, "the sanitizers tell what is wrong"
 
     def command(self, *words):
         """Gives a line for everything that happened."""
@@ -24,11 +34,3 @@ class PlayedProgram:
             assert self.process.poll() is None or line, f"the program has ended: {words}"
             lines.append(line)
         return lines
-
-    def start(self):
-        """Everything as at first."""
-        self.command("start")
-
-    def take(self, step):
-        """Takes a step of a transcript; gives what came of it, as events."""
-        return self.command(step)

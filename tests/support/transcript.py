@@ -133,24 +133,23 @@ def page_of(request, choices, outcomes):
 @dataclass
 class Page:
     path: pathlib.Path
-    preamble: str
-    text: str
+    preamble: list
+    lines: list
 
     def played_by(self, program):
-        """The text of the test as it would have to be for what the program does."""
+        """The lines of the test as they would have to be for what the program does."""
         player = Player(program)
-        for line in self.preamble.splitlines():
+        for line in self.preamble:
             player.take(line)
         page = []
-        for line in self.text.splitlines():
+        for line in self.lines:
             request = re.sub(r" =>( .*)?$", "", line)
             if not line.startswith("  "):
                 outcomes = player.take(request)
                 page += page_of(request, re.split("[{}]", player.line + "{")[1], outcomes)
-        played = "\n".join(page) + "\n"
-        if played != self.text and "FCS_WRITE_TRANSCRIPTS" in os.environ:
-            self.path.write_text(self.path.read_text().replace(self.text, played))
-        return played
+        if page != self.lines and "FCS_WRITE_TRANSCRIPTS" in os.environ:
+            self.path.write_text(self.path.read_text().replace("\n".join(self.lines), "\n".join(page)))
+        return page
 
 
 def pages_beside(file):
@@ -158,5 +157,5 @@ def pages_beside(file):
     pages = {}
     for path in sorted(pathlib.Path(file).parent.glob("*.transcript")):
         preamble, *texts = re.split(r"^(?=== )", path.read_text(), flags=re.MULTILINE)
-        pages |= {f"{path.stem}_{text.split()[1]}": Page(path, preamble, text) for text in texts}
+        pages |= {f"{path.stem}_{text.split()[1]}": Page(path, preamble.splitlines(), text.splitlines()) for text in texts}
     return pages
