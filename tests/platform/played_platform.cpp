@@ -96,13 +96,10 @@ void make_request(const std::string &request, uint32_t opcode, uint32_t flag,
 
 std::string text_of_settings() {
   const Settings &is = settings();
-  const std::string user = !is.service_uid              ? ""
-                           : *is.service_uid == kNobody ? " of nobody"
-                           : *is.service_uid == geteuid()
-                               ? " of its own"
-                               : " of " + std::to_string(*is.service_uid);
-  return is.service_socket + user + " within " + std::to_string(is.exchange_timeout.count()) +
-         " ms, level " + std::to_string(is.history_level) + " into " + is.history_file;
+  return is.service_socket +
+         (is.service_uid ? " of user id " + std::to_string(*is.service_uid) : "") + " within " +
+         std::to_string(is.exchange_timeout.count()) + " ms, level " +
+         std::to_string(is.history_level) + " into " + is.history_file;
 }
 
 class Steps {
@@ -328,7 +325,6 @@ private:
        [this] {
          agent_requests_are_relayed(UsersOfContexts{{"", word()}});
        }},
-      {"not-relayed", [] { agent_requests_are_relayed(std::nullopt); }},
       {"new-master", agent_request_forget_last},
       {"get", [this] { begin(SNMP_MSG_GET).serve(MODE_GET); }},
       {"next", [this] { begin(SNMP_MSG_GETNEXT).serve(MODE_GETNEXT); }},

@@ -4,7 +4,8 @@
 # written anew.
 #
 #   == NAME          Begins a test. What stands in front of the first begins them all.
-#   let NAME = TEXT  From here on NAME stands for the text, in what is done and in what comes of it.
+#   let NAME = TEXT  From here on NAME stands for the text, in what is done and in what comes of it,
+#                    where it may be several events.
 #
 # What else a line may say is told where the pages are. Several steps may share a line, " ; " between them. Of a line with
 # alternatives, {A,B}, each is played from the state in front of the line. What comes of all is written once, {A,B} where it
@@ -74,17 +75,17 @@ class Player:
         self.is_spoilt, lines = True, [*self.history, line] if self.is_spoilt else [line]
         for each in lines:
             events = [event for step in each.split(" ; ") for event in self.program.take(step)]
-        names = [(text, name) for name, text in self.texts]
-        return [with_all(re.sub(r"(.)\1{20,}", lambda run: f"{run[1]}*{len(run[0])}", event), names) for event in events]
+        return [re.sub(r"(.)\1{20,}", lambda run: f"{run[1]}*{len(run[0])}", event) for event in events]
 
 
 # ---- Pages
 
-def flow(start, events, indent):
+def flow(start, events, indent, names):
     """Lines with the events, as many as they need; `indent` is that of the further ones."""
     lines = [start]
     runs = [(event, len(list(run))) for event, run in itertools.groupby(events or ["nothing"])]
-    for event in " |\n".join(event if times == 1 else f"{times} x {event}" for event, times in runs).split("\n"):
+    text = " | ".join(event if times == 1 else f"{times} x {event}" for event, times in runs)
+    for event in with_all(text, names).replace(" | ", " |\n").split("\n"):
         if len(lines[-1]) + len(event) >= WIDTH:
             lines.append(indent[1:])
         lines[-1] += " " + event
@@ -111,18 +112,18 @@ def abreast(texts):
     return start + "{" + ",".join(middles) + "}" + end if can_be_read else None
 
 
-def page_of(request, choices, outcomes):
+def page_of(request, choices, outcomes, names):
     """What is common to all outcomes, then what is each one's own; several on a line where they fit."""
     if len(outcomes) == 1:
-        return flow(request + " =>", outcomes[0][1], "  ") if outcomes[0][1] else [request]
+        return flow(request + " =>", outcomes[0][1], "  ", names) if outcomes[0][1] else [request]
     each = {label: events for labels, events in outcomes for label in words_of(labels, ",")}
     columns = [each.get(label, [None]) for label in words_of(choices, ",")]
     events = [None not in texts and abreast(texts) for texts in zip(*columns)]
-    merged = flow(request + " =>", events, "  ") if all(events) and len(set(map(len, columns))) == 1 else None
+    merged = flow(request + " =>", events, "  ", names) if all(events) and len(set(map(len, columns))) == 1 else None
     common = [*take_common(outcomes, 0), "*", *reversed(take_common(outcomes, -1))]
-    lines = flow(request + " =>", common, "  ")
+    lines = flow(request + " =>", common, "  ", names)
     for label, events in outcomes:
-        own = flow(f"  * {label}:", events, "    ")
+        own = flow(f"  * {label}:", events, "    ", names)
         if len(own) == 1 and lines[-1].startswith("  *") and len(lines[-1]) + len(own[0]) < WIDTH:
             lines[-1] += own[0][1:]
         else:
@@ -146,7 +147,8 @@ class Page:
             request = re.sub(r" =>( .*)?$", "", line)
             if not line.startswith("  "):
                 outcomes = player.take(request)
-                page += page_of(request, re.split("[{}]", player.line + "{")[1], outcomes)
+                names = [(text, name) for name, text in player.texts]
+                page += page_of(request, re.split("[{}]", player.line + "{")[1], outcomes, names)
         if page != self.lines and "FCS_WRITE_TRANSCRIPTS" in os.environ:
             self.path.write_text(self.path.read_text().replace("\n".join(self.lines), "\n".join(page)))
         return page
