@@ -8,8 +8,8 @@ import subprocess
 import time
 
 import pytest
+from programs import REPOSITORY as ROOT, free_port
 
-ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 DELETED = ("platform/linux", "common", "service", "tools", "lab")
 MODULE_ROOT = "1.3.6.1.4.1.32473.1.1"
 TRAP_OID = bytes.fromhex("2b0601040181fd590101010400 02")  # Of fcsDiscoveryComplete.
@@ -24,12 +24,6 @@ def run(*command, **options):
 def build(source, directory, *options):
     run("cmake", "-S", source, "-B", directory, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=None", *options)
     run("cmake", "--build", directory)
-
-
-def free_port():
-    with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as taken:
-        taken.bind(("127.0.0.1", 0))
-        return taken.getsockname()[1]
 
 
 def test_module_builds_by_itself(tmp_path):

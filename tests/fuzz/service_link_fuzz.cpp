@@ -125,7 +125,6 @@ netsnmp_variable_list *receive(const IpcMessage *message, oid * /*trap_oid*/,
 }
 
 bool start_agent_end() {
-  netsnmp_ds_set_string(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_APPTYPE, "snmpd");
   netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_ALARM_DONT_USE_SIG, 1);
   settings_for_change().exchange_timeout = std::chrono::milliseconds(10);
   snmp_disable_log();

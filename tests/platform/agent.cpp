@@ -87,7 +87,8 @@ bool Agent::has_token(const std::string &start) {
   return token_of(start, start.size()) != nullptr;
 }
 
-Message::Message(int command, const std::vector<Name> &names, const std::string &user)
+Message::Message(int command, const std::vector<Name> &names, const std::string &user, char type,
+                 const std::string &value)
     : requests(names.size()), user_(user) {
   static long requests_made = 0;
   pdu.command = command;
@@ -98,7 +99,8 @@ Message::Message(int command, const std::vector<Name> &names, const std::string 
   for (const Name &name : names) {
     Name whole = kRoot;
     whole.insert(whole.end(), name.begin(), name.end());
-    snmp_varlist_add_variable(&pdu.variables, whole.data(), whole.size(), ASN_NULL, nullptr, 0);
+    snmp_add_var(&pdu, whole.data(), whole.size(), &name == &names.back() ? type : 'n',
+                 value.c_str());
   }
   session_.pdu = session_.orig_pdu = &pdu;
   info.asp = &session_;

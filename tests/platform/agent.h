@@ -46,16 +46,13 @@ public:
 /** A message that the agent has in hand, all of whose bindings lie in one table. */
 class Message {
 public:
-  /** \param names Of the instances, behind the module root. */
-  Message(int command, const std::vector<Name> &names, const std::string &user);
+  /** \param names Of the instances, behind the module root.
+   *  \param type  Of the last binding's value, as snmp_add_var has it; 'n': none. */
+  Message(int command, const std::vector<Name> &names, const std::string &user, char type = 'n',
+          const std::string &value = "");
   ~Message();
   Message(const Message &) = delete;
   Message &operator=(const Message &) = delete;
-
-  /** Gives the last binding a value. */
-  void set(u_char type, const void *value, size_t length) {
-    snmp_set_var_typed_value(requests.back().requestvb, type, value, length);
-  }
 
   /** Calls the handlers in front of the table. */
   void serve(int mode);

@@ -110,6 +110,7 @@ public:
     settings_ = text_of_settings();
     steps_.merge(history_steps(words_));
   }
+
   std::vector<std::string> take(std::istringstream step) {
     words_ = std::move(step);
     steps_.at(word())();
@@ -160,7 +161,7 @@ private:
     }
   }
 
-  /** The answer to the exchange to come: PAYLOAD [RESULT [ROWS [SEQUENCE [END]]]]. */
+  /** The answer to the exchange to come: PAYLOAD [RESULT [ROWS [SEQUENCE]]]. */
   void answer() {
     const std::string payload = word();
     ipc_wire::FrameHeader header{};
@@ -202,16 +203,9 @@ private:
     for (; !each.empty() && each[1] != ':'; each = word()) {
       names.push_back(module_stand_in::name_of(each));
     }
-    message_.emplace(command, names, user_);
+    const char type = each.empty() ? 'n' : each[0];
+    message_.emplace(command, names, user_, type, each.empty() ? "" : each.substr(2));
     message_->requests.back().repeat = repetitions;
-    if (!each.empty()) {
-      static const std::map<char, u_char> types = {
-          {'i', ASN_INTEGER}, {'u', ASN_UNSIGNED}, {'t', ASN_TIMETICKS}, {'c', ASN_COUNTER}};
-      const std::string text = each.substr(2);
-      const auto number = static_cast<long>(each[0] == 's' ? 0 : std::stoll(text));
-      each[0] == 's' ? message_->set(ASN_OCTET_STR, text.data(), text.size())
-                     : message_->set(types.at(each[0]), &number, sizeof(number));
-    }
     return *this;
   }
 
@@ -224,9 +218,9 @@ private:
     }
   }
 
-  /** Serves the message once more, or as one with another transaction, with none, or another id. */
+  /** Serves the message once more, or as one with no transaction, or another id. */
   void serve_again(const std::string &difference) {
-    message_->pdu.transid *= difference == "transaction" ? -1 : difference == "none" ? 0 : 1;
+    message_->pdu.transid *= difference == "none" ? 0 : 1;
     message_->pdu.reqid *= difference == "id" ? -1 : 1;
     serve(message_->info.mode);
   }
