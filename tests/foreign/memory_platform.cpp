@@ -40,17 +40,13 @@ std::string shown(const VsanBitmap &bitmap) {
 
 // ---- The FCS service
 
-bool MemoryFabric::InOrder::operator()(const Key &a, const Key &b) const {
-  return std::ranges::lexicographical_compare(a, b);
-}
-
 /** What compares as the key does with which a record, or a request for it, begins. */
-static std::vector<uint32_t> key_of(uint32_t record_id, const Bytes &record) {
+static std::u32string key_of(uint32_t record_id, const Bytes &record) {
   const FcsKeyForm *form = fcs_key_form(record_id);
   if (form == nullptr || record.size() < form->length()) {
     return {};
   }
-  std::vector<uint32_t> key(form->words);
+  std::u32string key(form->words, 0);
   memcpy(key.data(), record.data(), form->words * sizeof(uint32_t));
   const uint8_t *name = record.data() + form->words * sizeof(uint32_t);
   key.insert(key.end(), name, name + form->name_octets);

@@ -43,12 +43,9 @@ public:
   Reply answer(const Request &request);
 
 private:
-  using Key = std::vector<uint32_t>;
-  /** On a big-endian machine GCC 12 compares two vectors wrongly by `<`. */
-  struct InOrder {
-    bool operator()(const Key &a, const Key &b) const;
-  };
-  std::map<uint32_t, std::map<Key, Bytes, InOrder>> records_;
+  /** As long as it takes, and compared word by word. */
+  using Key = std::u32string;
+  std::map<uint32_t, std::map<Key, Bytes>> records_;
 };
 
 struct MemoryPlatform {

@@ -8,7 +8,6 @@ using namespace std::chrono;
 
 namespace {
 
-constexpr auto kStart = 1'700'000'000s; ///< Behind the Epoch.
 nanoseconds passed;
 
 const Name kRoot = {1, 3, 6, 1, 4, 1, 32473, 1, 1};

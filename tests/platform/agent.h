@@ -18,6 +18,8 @@ using namespace std::chrono_literals;
 
 using Name = std::vector<oid>;
 
+constexpr auto kStart = 1'700'000'000s; ///< Of the agent's time, behind the Epoch.
+
 class Agent {
 public:
   /** \param directory For what it keeps. */

@@ -14,12 +14,6 @@
 
 namespace {
 
-int64_t nanoseconds_since_the_epoch() {
-  timespec now{};
-  clock_gettime(CLOCK_REALTIME, &now);
-  return int64_t{now.tv_sec} * 1'000'000'000 + now.tv_nsec;
-}
-
 /** LEVEL TEXT TIMES: a text "#" is the number of the event. */
 void record(std::istream &words) {
   const auto level = take<uint32_t>(words);
@@ -32,14 +26,15 @@ void record(std::istream &words) {
 }
 
 /** Tells the records to come, but those that count on from the one in front of them. */
-void read(EventHistoryReader &reader, int64_t start) {
+void read(EventHistoryReader &reader) {
   size_t records = 0;
   std::string last;
   for (EventRecord event; reader.next(event); ++records) {
     const std::string before = std::exchange(last, event.text);
     if (records == 0 || event.lost != 0 || atoi(last.c_str()) != atoi(before.c_str()) + 1) {
       Agent::tell(readable(last) + ", level " + std::to_string(event.level) + " of " +
-                  std::to_string(event.module) + " at " + std::to_string(event.time_ns - start) +
+                  std::to_string(event.module) + " at " +
+                  std::to_string((std::chrono::nanoseconds(event.time_ns) - kStart).count()) +
                   ", lost " + std::to_string(event.lost));
     }
   }
@@ -53,15 +48,6 @@ void put(std::istream &words) {
   file.seekp(take<int>(words));
   const auto octets = take<uint64_t>(words);
   file.write(reinterpret_cast<const char *>(&octets), sizeof(octets));
-}
-
-/** Tells the fault of what is opened, if it has one. */
-template <typename Open> void tell_fault(Open open) {
-  try {
-    open();
-  } catch (const std::runtime_error &error) {
-    Agent::tell(error.what());
-  }
 }
 
 void open_history(uint32_t level, const std::string &file) {
@@ -82,7 +68,6 @@ void print(const std::string &text) {
 
 StepTable history_steps(std::istream &words) {
   const auto reader = std::make_shared<std::optional<EventHistoryReader>>();
-  const int64_t start = nanoseconds_since_the_epoch();
   const auto number = [&words] { return take<uint32_t>(words); };
   const auto file = [&words] { return take(words); };
   return {
@@ -94,9 +79,9 @@ StepTable history_steps(std::istream &words) {
       {"filtered", [=] { Agent::tell(trace_hist_filtered(1, number()) != 0 ? "yes" : "no"); }},
       {"event", [&words] { record(words); }},
       {"print", [=] { print(file()); }},
-      {"reader", [=] { tell_fault([&] { reader->emplace(file()); }); }},
-      {"read", [=] { read(**reader, start); }},
-      {"writer", [=] { tell_fault([&] { EventHistoryWriter another(file()); }); }},
+      {"reader", [=] { reader->emplace(file()); }},
+      {"read", [=] { read(**reader); }},
+      {"writer", [=] { EventHistoryWriter another(file()); }},
       {"put", [&words] { put(words); }},
   };
 }

@@ -14,7 +14,6 @@
 #include <memory>
 #include <sched.h>
 #include <sstream>
-#include <utility>
 
 #include <net-snmp/agent/agent_callbacks.h>
 

@@ -17,7 +17,6 @@
 #include "tests/played_program.h"
 #include "tests/require.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <optional>
@@ -113,7 +112,11 @@ public:
 
   std::vector<std::string> take(std::istringstream step) {
     words_ = std::move(step);
-    steps_.at(word())();
+    try {
+      steps_.at(word())();
+    } catch (const std::runtime_error &fault) {
+      Agent::tell(fault.what());
+    }
     service_.hear();
     if (std::exchange(settings_, text_of_settings()) != settings_) {
       Agent::tell(settings_);

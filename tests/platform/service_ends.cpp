@@ -43,10 +43,6 @@ ServiceEnds::ServiceEnds() {
   };
 }
 
-ServiceEnds::~ServiceEnds() {
-  service_peer::on_connection = nullptr;
-}
-
 void ServiceEnds::greet(const End &end) const {
   const bool is_scripted = end.purpose == ipc_wire::kExchange;
   const auto reply = is_scripted ? greeting : ipc_wire::reply_to_greeting("");

@@ -19,7 +19,6 @@ struct ServiceEnds {
   };
 
   ServiceEnds();
-  ~ServiceEnds();
 
   void greet(const End &end) const;
   void hear();
