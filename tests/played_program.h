@@ -26,16 +26,19 @@ template <typename Value = std::string> Value take(std::istream &words, Value ot
   return words ? value : otherwise;
 }
 
-/** Has commands obeyed up to the input's end. \param obey Gives the events of one. */
+/** Has commands obeyed up to the input's end; one that takes a minute ends the program.
+ *  \param obey Gives the events of one. */
 inline void
 answer_commands(const std::function<std::vector<std::string>(std::istringstream &command)> &obey) {
   FILE *const answer = fdopen(dup(STDOUT_FILENO), "w");
   for (std::string line; std::getline(std::cin, line);) {
     std::istringstream command(line);
+    alarm(60);
     for (std::string &event : obey(command)) {
       std::ranges::replace(event, '\n', '\x1f');
       fprintf(answer, "%s\n", event.c_str());
     }
+    alarm(0);
     fputs(".\n", answer);
     fflush(answer);
   }
