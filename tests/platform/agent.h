@@ -22,7 +22,8 @@ constexpr auto kStart = 1'700'000'000s; ///< Of the agent's time, behind the Epo
 
 class Agent {
 public:
-  /** \param directory For what it keeps. */
+  /** \param directory For what it keeps, and for fcs.conf, which it reads behind a file that is not
+   *  there. */
   explicit Agent(const std::string &directory);
 
   /** Lets time go on, and gives the agent a turn. */

@@ -50,9 +50,10 @@ void put(std::istream &words) {
   file.write(reinterpret_cast<const char *>(&octets), sizeof(octets));
 }
 
-void open_history(uint32_t level, const std::string &file) {
-  settings_for_change().history_level = level;
-  settings_for_change().history_file = file;
+/** LEVEL FILE */
+void open_history(std::istream &words) {
+  settings_for_change().history_level = take<uint32_t>(words);
+  settings_for_change().history_file = take(words);
   trace_output_open();
 }
 
@@ -71,11 +72,7 @@ StepTable history_steps(std::istream &words) {
   const auto number = [&words] { return take<uint32_t>(words); };
   const auto file = [&words] { return take(words); };
   return {
-      {"history",
-       [=] {
-         const uint32_t level = number();
-         open_history(level, file());
-       }},
+      {"history", [&words] { open_history(words); }},
       {"filtered", [=] { Agent::tell(trace_hist_filtered(1, number()) != 0 ? "yes" : "no"); }},
       {"event", [&words] { record(words); }},
       {"print", [=] { print(file()); }},

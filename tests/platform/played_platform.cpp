@@ -279,11 +279,6 @@ private:
       {"tokens", configuration_tokens_register},
       {"no-tokens", configuration_tokens_unregister},
       {"line", [this] { line(); }},
-      {"files",
-       [this] {
-         netsnmp_ds_set_string(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_OPTIONALCONFIG,
-                               word().c_str());
-       }},
       {"service-user",
        [this] { settings_for_change().service_uid = word() == "own" ? geteuid() : kNobody; }},
       {"switches", notification_switches_register},
