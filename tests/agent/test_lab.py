@@ -90,6 +90,8 @@ def test_labs_side_by_side_and_up_again(lab, tmp_path):
 
 
 def begin(command):
+    """Starts a command that can be interrupted, even if the tests run in the background."""
+    command = ["env", "--default-signal=INT", *command]
     return subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, start_new_session=True)
 
 
