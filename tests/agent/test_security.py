@@ -39,7 +39,6 @@ def test_secrets_stay_out_of_logs_and_history(lab):
 
 def test_spoilt_event_history(lab):
     history = lab.directory / "history"
-    assert lab.answers()  # By now it has opened its files again, if it was told to read its configuration.
     agent, size = lab.agent, history.stat().st_size
 
     def move_oldest_record_behind_the_end():

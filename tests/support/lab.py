@@ -197,13 +197,13 @@ class Lab:
             self.show(self.fabric)
 
     def reconfigure(self, old="", new=""):
-        """Replaces a text of the agent's configuration and has it read again."""
+        """Replaces a text of the agent's configuration, and has it read again and put to use."""
         path = self.directory / "snmpd.conf"
         path.write_text(path.read_text().replace(old, new) if old else path.read_text())
         restarts = self.log().count("restarted")
         os.kill(self.agent, signal.SIGHUP)
         eventually(lambda: self.log().count("restarted") > restarts)
-        eventually(lambda: "Timeticks" in self.uptime())
+        eventually(lambda: "Gauge32" in self.run("snmpget", READER, "fcsVsanDiscoveryTimeOut.0"))  # A turn of the module.
 
     @contextmanager
     def configured(self, old, new):
