@@ -108,8 +108,6 @@ def test_fault(lab, rounds, fault):
             eventually(lab.answers)
         writes = load.writes
         eventually(lambda: load.writes > writes)
-    print(f"{fault.__name__}: {rounds} times, {load.walks} walks, {load.writes} writes ({load.refused} refused), "
-          f"another MIB within {load.percentile(0.5)} ms, 99 % within {load.percentile(0.99)} ms")
     assert lab.agent == agent
     lab.show(lab.fabric)
     assert lab.walk() == rows, "not the same rows as before"
