@@ -5,6 +5,7 @@ from service import Service
 
 def pytest_addoption(parser):
     parser.addoption("--rounds", type=int, default=3, help="how often each fault is inflicted")
+    parser.addoption("--margin", type=float, default=5, help="the seconds that a busy machine may need besides")
 
 
 @pytest.fixture
