@@ -7,7 +7,7 @@ import time
 import pytest
 from far_lab import FarLab
 from lab import OPERATOR
-from programs import BUILD, eventually, paused
+from programs import command, eventually, paused
 
 
 @pytest.fixture(scope="module")
@@ -23,7 +23,7 @@ def start(lab):
 
     def start(*options, config=lab.directory / "switch-1/fcs-agentx.conf"):
         words = ["--master", f"unix:{lab.directory}/agentx", "--config", config, "--state", lab.directory / "other"]
-        started.append(subprocess.Popen([BUILD / "platform/linux/agentx/fcs-agentx", *words, *options], text=True,
+        started.append(subprocess.Popen(command("fcs-agentx", *words, *options), text=True,
                                         stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE))
         return started[-1]
     yield start

@@ -10,7 +10,7 @@ import pytest
 from fabric import expected_varbinds
 from far_lab import PARTS, FarLab
 from lab import ADMIN, OPERATOR, READER, ROOT, Lab
-from programs import BUILD, REPOSITORY, eventually, output_of, paused
+from programs import REPOSITORY, eventually, paused, run
 from test_answers import (  # noqa: F401 - the same tests, of another lab
     ordered, test_a_small_fabric_in_place_of_the_large, test_absent_instances,
     test_every_answer_is_of_the_fabric_of_its_time, test_get_is_the_walk, test_getnext_from_anywhere,
@@ -47,8 +47,8 @@ def test_another_switch_has_another_fabric(second):
     expected = expected_varbinds(fabric, ROOT)
     for bulk in (False, True):
         assert [name for name, *_ in second.walk(bulk=bulk)] == [name for name, *_ in ordered(expected)]
-    shown = output_of([BUILD / "tools/snmpfcs", "-n", "switch-2", *ADMIN, second.address, "vsans"], env=second.environment)
-    assert [line.split()[0] for line in shown.stdout.splitlines()[1:]] == [str(vsan["id"]) for vsan in fabric["vsans"]]
+    shown = run("snmpfcs", "-n", "switch-2", *ADMIN, second.address, "vsans", env=second.environment)[1]
+    assert [line.split()[0] for line in shown.splitlines()[1:]] == [str(vsan["id"]) for vsan in fabric["vsans"]]
 
 
 def test_a_context_shows_the_role_of_its_user(lab):

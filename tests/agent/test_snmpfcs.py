@@ -15,18 +15,16 @@ from contextlib import contextmanager
 import pytest
 from fabric import EVERY_VSAN
 from lab import ADMIN, OBJECTS, OPERATOR, READER, READER_V1, WRITER, oid
-from programs import BUILD, EMULATOR, REPOSITORY, eventually, output_of
-
-SNMPFCS = [*EMULATOR, str(BUILD / "tools" / "snmpfcs")]
+from programs import REPOSITORY, command, eventually, output_of, run
 
 
-def command(lab, options, *words, agent=None):
-    return [*SNMPFCS, *options, agent or lab.address, *map(str, words)]
+def words_of(lab, options, *words, agent=None):
+    return command("snmpfcs", *options, agent or lab.address, *words)
 
 
 def snmpfcs(lab, options, *words, agent=None):
     """Exit status, output, errors."""
-    done = output_of(command(lab, options, *words, agent=agent), env=lab.environment)
+    done = output_of(words_of(lab, options, *words, agent=agent), env=lab.environment)
     return done.returncode, done.stdout, done.stderr
 
 
@@ -63,7 +61,7 @@ def relay(lab, passes):
 
 
 def test_the_objects_are_those_of_the_mib():
-    listed = output_of([*SNMPFCS, "help", "objects"]).stdout.splitlines()
+    listed = run("snmpfcs", "help", "objects")[1].splitlines()
     assert {line.split()[1]: line.split()[0] for line in listed} == {
         name: place for name, place in OBJECTS.items()
         if name not in ("fcsNotifyVsan", "fcsNotifyMgmtAddr") and not name.endswith("Notify")}
@@ -76,7 +74,7 @@ def test_the_objects_are_those_of_the_mib():
 
 
 def test_the_guide_has_all_refusals():
-    refusals = output_of([*SNMPFCS, "help", "refusals"]).stdout
+    refusals = run("snmpfcs", "help", "refusals")[1]
     assert refusals and refusals in (REPOSITORY / "docs" / "configuration.md").read_text()
 
 
@@ -124,7 +122,7 @@ def test_its_map_has_the_links_of_the_fabric(lab):
 def test_a_table_fits_the_terminal(lab):
     own, terminal = pty.openpty()
     fcntl.ioctl(terminal, termios.TIOCSWINSZ, struct.pack("HHHH", 24, 60, 0, 0))
-    subprocess.run(command(lab, READER, "platforms"), stdout=terminal, check=True, timeout=60,
+    subprocess.run(words_of(lab, READER, "platforms"), stdout=terminal, check=True, timeout=60,
                    env={**lab.environment, "LC_ALL": "C"})
     lines = os.read(own, 65536).decode().splitlines()
     assert len(lines) == 18 and max(map(len, lines)) == 60 and any("+" in line for line in lines)
@@ -197,7 +195,7 @@ def test_a_lock_that_moves_on(lab):
 
 def test_an_interrupt_leaves_nothing_in_the_way(lab):
     for options in (WRITER, ADMIN):
-        began = subprocess.Popen(command(lab, options, "discover", "--vsan", "1,2100", "--again"), text=True,
+        began = subprocess.Popen(words_of(lab, options, "discover", "--vsan", "1,2100", "--again"), text=True,
                                  stdout=subprocess.PIPE, stderr=subprocess.PIPE, env=lab.environment)
         eventually(lambda: lab.get("fcsDiscoveryStatus.2100") == "1")
         began.send_signal(signal.SIGINT)
@@ -209,7 +207,7 @@ def test_an_interrupt_leaves_nothing_in_the_way(lab):
 
 def test_a_watch_outlives_agent_and_service(lab):
     words = ["watch", "ports", "--interval", "1", "--format", "json"]
-    with subprocess.Popen(command(lab, [*READER, "-t", "0.3", "-r", "0"], *words), stdout=subprocess.PIPE,
+    with subprocess.Popen(words_of(lab, [*READER, "-t", "0.3", "-r", "0"], *words), stdout=subprocess.PIPE,
                           stderr=subprocess.PIPE, text=True, env=lab.environment) as watching:
         try:
             for part, told in [("SERVICE", "the FCS service behind the agent does not answer"), ("AGENT", "no answer")]:

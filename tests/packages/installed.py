@@ -17,14 +17,18 @@ import stat
 import subprocess
 import sys
 import threading
-import time
 from pathlib import Path
+
+sys.dont_write_bytecode = True
+sys.path[:0] = [str(Path(__file__).resolve().parents[1] / "support")]
+
+from programs import REPOSITORY, eventually, timed  # noqa: E402
 
 ROOT = Path(sys.argv[1])
 PACKAGES = [Path(name) for name in sys.argv[2:]]
 NAMES = [package.name.split("_")[0] for package in PACKAGES]
 # What the README has its reader type: as root, as a manager, and as a member of the service's group.
-README = (Path(__file__).resolve().parents[2] / "README.md").read_text()
+README = (REPOSITORY / "README.md").read_text()
 STEPS = re.search("\n## Packages\n.*?```\n(.*?)```", README, re.S)[1].replace("sudo ", "").replace('"$USER"', "member")
 SETUP, ASK, *MEMBER = re.fullmatch("(.*)systemctl restart snmpd\n(.*?)\n(.*?)\n(.*?)\n(.*?)\n", STEPS, re.S).groups()
 # What an administrator has edited.
@@ -44,14 +48,6 @@ def inside(*command, **options):
 
 def as_user(user, *command):
     return inside(*command, how=[f"--userspec={user}:", f"--groups={inside('id', '-G', user).strip().replace(' ', ',')}"])
-
-
-def eventually(condition, seconds=30.0):
-    deadline = time.monotonic() + seconds
-    while not (value := condition()):
-        assert time.monotonic() < deadline, f"not within {seconds} s"
-        time.sleep(0.02)
-    return value
 
 
 def listing():
@@ -134,7 +130,7 @@ class Unit:
                                         env={"NOTIFY_SOCKET": "/run/notify", **watchdog})
         told = []
         eventually(lambda: told.extend(received(notifications)) or self.process.poll() is not None or
-                   all(any(word in text for text in told) for word in ["READY=1", *(["WATCHDOG=1"] if watchdog else [])]))
+                   all(any(word in text for text in told) for word in ["READY=1", *(["WATCHDOG=1"] if watchdog else [])]), 30)
         assert self.process.poll() is None
 
     def end(self, signal_number):
@@ -154,9 +150,8 @@ def run_as_units_say(system_log):
     service.start()
     inside("sh", "-c", SETUP)
     agent.start()
-    began = time.monotonic()
-    rows = eventually(walk)
-    print(f"{len(rows)} instances {time.monotonic() - began:.2f} s after the agent's start")
+    seconds, rows = timed(lambda: eventually(walk))
+    print(f"{len(rows)} instances {seconds:.2f} s after the agent's start")
     assert not agent.journal.exists() and system_log.lines < 100  # Nothing for each object.
     for command, shown in zip(MEMBER, ("3 VSANs", "^$", "fcs"), strict=True):
         assert re.search(shown, as_user("member", "sh", "-c", f"cd /tmp; {command}")), command

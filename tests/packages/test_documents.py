@@ -2,23 +2,17 @@
 
 import os
 import re
-import subprocess
-from pathlib import Path
 
-REPOSITORY = Path(__file__).resolve().parents[2]
-BUILD = Path(os.environ.get("FCS_BUILD", REPOSITORY / "build"))
+from programs import BUILD, PROGRAMS, REPOSITORY, SAMPLE, output_of, run
+
 PAGES = REPOSITORY / "packaging" / "man"
 PLACES = {"snmpfcs": ["agent"]}  # What stands between a program and its commands.
 
 
-def help_of(program, *command):
-    words = [program, *PLACES.get(program.name, []), *command, "--help"]
-    return subprocess.run(words, capture_output=True, text=True, check=True).stdout
-
-
 def options_in_help(program, *command):
     """{command: {(option or positional, name of its value)}} of a program and all of its commands."""
-    text = help_of(program, *command)
+    status, text = run(program, *PLACES.get(program, []), *command, "--help")
+    assert status == 0, text
     options = set(re.findall(r"^  (?:-\w,)?(--[\w-]+)(?: ([A-Z]+)(?=[ =:]))?", text, re.M))
     options |= {(name, "") for name in re.findall(r"^  ([A-Z]+) ", text, re.M)}
     found = {" ".join(command): options - ({("--help", "")} if command else set())}
@@ -40,11 +34,9 @@ def options_in_page(page, name):
 
 
 def test_each_program_s_page_has_every_command_and_option():
-    programs = {path.name: path for folder in ("service", "tools", "platform/linux/agentx") for path in (BUILD / folder).iterdir()}
-    pages = {page: programs[name] for page in PAGES.iterdir() if (name := page.name.split(".")[0]) in programs}
-    assert sorted(program.name for program in pages.values()) == ["fcs-agentx", "fcsctl", "fcsd", "snmpfcs"]
-    for page, program in pages.items():
-        said, written = options_in_help(program), options_in_page(page.read_text(), program.name)
+    for program in PROGRAMS:
+        page, = PAGES.glob(f"{program}.*")
+        said, written = options_in_help(program), options_in_page(page.read_text(), program)
         said = {command: options for command, options in said.items() if options}  # Not those that have commands alone.
         assert said == written
 
@@ -61,13 +53,11 @@ def completed(shell, words, cwd):
     line = f"COMP_WORDS=({words}); COMP_CWORD=$((${{#COMP_WORDS[@]}} - 1)); _fcs_words; printf '%s\\n' \"${{COMPREPLY[@]}}\""
     script = f"source {REPOSITORY}/packaging/completions/fcs_tools; {line}"
     environment = {**os.environ, "PATH": f"{BUILD}/tools:{os.environ['PATH']}", "FCS_STORE": f"{cwd}/store"}
-    done = subprocess.run([shell, "-c", script], capture_output=True, text=True, cwd=cwd, env=environment)
-    return done.stdout.split()
+    return output_of([shell, "-c", script], cwd=cwd, env=environment).stdout.split()
 
 
 def test_the_completion_knows_commands_options_vsans_and_files(tmp_path):
-    subprocess.run([BUILD / "tools/fcsctl", "--store", tmp_path / "store", "import",
-                    REPOSITORY / "lab/sample-fabric.json"], check=True, capture_output=True)
+    assert run("fcsctl", "--store", tmp_path / "store", "import", SAMPLE)[0] == 0
     (tmp_path / "my fabric.json").touch()
     for words, expected in {
         "fcsctl ex": "export", "fcsctl --socket x ev": "event", "fcsctl event re": "reject",

@@ -13,7 +13,8 @@ REPOSITORY = Path(__file__).resolve().parents[2]
 BUILD = Path(os.environ.get("FCS_BUILD", REPOSITORY / "build"))
 SAMPLE = REPOSITORY / "lab" / "sample-fabric.json"
 EMULATOR = os.environ.get("FCS_EMULATOR", "").split()  # What runs the programs of another machine.
-PROGRAMS = {"fcsd": BUILD / "service" / "fcsd", "fcsctl": BUILD / "tools" / "fcsctl"}
+PROGRAMS = {path.name: path for path in map(BUILD.joinpath, (
+    "service/fcsd", "tools/fcsctl", "tools/snmpfcs", "platform/linux/agentx/fcs-agentx"))}
 SANITIZERS = ("ERROR: AddressSanitizer", "ERROR: LeakSanitizer", "runtime error:")
 
 
