@@ -1,11 +1,10 @@
-"""Managers create, change and delete management addresses, platforms and node names."""
+"""Managers create, change and delete management addresses, platforms and node names, and switch notifications."""
 
 import os
 import random
 import signal
 import sqlite3
 import threading
-from concurrent.futures import ThreadPoolExecutor
 
 import pytest
 from lab import OPERATOR, READER
@@ -52,6 +51,9 @@ REQUESTS = [
     ([f"fcsNodeNameRowStatus.90.{NAME}.1.1 i 4"], "inconsistentName", None),
     (["fcsIeNumber.0 i 1"], "notWritable", None),
     (["fcsPlatformConfigSource.1.1 i 1"], "notWritable", None),
+    (["fcsVsanDiscoverySpinLock.0 s x"], "wrongType", None),
+    (["fcsVsanDiscoveryTimeOut.0 u 1801"], "badValue", None),
+    ([f"fcsVsanDiscoveryList2k.0 x {'00' * 257}"], "wrongLength", None),
 ]
 
 
@@ -112,18 +114,21 @@ def test_roles_hold_and_the_log_says_who(lab):
     assert 'user "operator": platform 120 of VSAN 1 created' in (lab.directory / "fcsd.out").read_text()
 
 
-def test_of_two_managers_one_wins(lab):
-    """The row is the winner's, as it would be without the other."""
-    for index in range(200, 220):
-        bindings = [f"fcsPlatformName.1.{index} s one", f"fcsPlatformRowStatus.1.{index} i 4"]
-        other = [bindings[1], f"fcsPlatformName.1.{index} s two"]
-        with ThreadPoolExecutor() as managers:
-            answers = list(managers.map(lambda sent: lab.put(*sent), [bindings, other]))
-        assert sorted(answers) == ["inconsistentValue", "noError"]
-        name, kind = (b"one", "1") if answers[0] == "noError" else (b"two", "0")
-        row = [lab.get(f"fcsPlatform{column}.1.{index}") for column in ("Name", "Type", "ValidationResult")]
-        assert row == [name.hex(), kind, kind]
-        lab.put(f"fcsPlatformRowStatus.1.{index} i 6")
+def test_switches_rule_and_survive(lab):
+    switches = {"fcsDiscoveryCompleteNotifyEnable.0": "1", "fcsReqRejNotifyEnable.0": "2"}
+    lab.put(*(f"{name} i {value}" for name, value in switches.items()))
+    rejections, changes = map(lab.traps, ("fcsReqRejNotify", "fcsMgmtAddrChangeNotify"))
+    lab.control("event", "reject", "--vsan", "1")
+    lab.control("event", "address", "--vsan", "1", "--address", "192.0.2.8")
+    eventually(lambda: lab.traps("fcsMgmtAddrChangeNotify") > changes)
+    assert lab.traps("fcsReqRejNotify") == rejections, "switched off"
+    lab.end("AGENT")
+    lab.up()
+    for _ in range(2):
+        assert {name: lab.get(name) for name in switches} == switches
+        lab.reconfigure()
+    lab.put("fcsReqRejNotifyEnable.0 i 1")
+    eventually(lambda: not lab.control("event", "reject", "--vsan", "1") and lab.traps("fcsReqRejNotify") > rejections)
 
 
 def platforms_in_the_store(lab):

@@ -50,11 +50,9 @@ def test_lying_service(lab, payload):
         assert "Timeticks" in lab.uptime()
 
 
-@pytest.mark.parametrize("pause, readable", [(0.15, "1-100"), (0, "5-10")], ids=["slow", "in circles"])
-def test_no_read_keeps_the_agent_for_long(lab, pause, readable):
-    """Every exchange in time, and yet no end: a slow service, or one that names a hidden VSAN again and again."""
-    with false_service(lab, answering(ROW_1, pause)), lab.configured(ROLE, f"fcsRole operations {readable} 1-50"):
-        eventually(lambda: "exchanges: connected" in lab.log(since_restart=True))
+def test_a_read_that_goes_in_circles_ends(lab):
+    """Every exchange is in time, and yet there is no end: the service names a hidden VSAN again and again."""
+    with false_service(lab, answering(ROW_1)), lab.configured(ROLE, "fcsRole operations 5-10 1-50"):
         lab.run("snmpget", OPERATOR, UPTIME)  # The manager has found the engine's id.
         seconds, _ = timed(lambda: lab.run("snmpbulkget", [*OPERATOR, "-Cr50"], f"{ROOT}.1.1.11"))
         assert seconds < 10 * DEADLINE + 5
@@ -84,19 +82,6 @@ def test_who_looks_is_told_why_nothing_is_shown(tmp_path):
     assert "user 'operator', role 'operations': reads VSANs 1-100, writes 1-50" in said
     assert re.search(r"out of order: behind \S+32473\.1\.1\.1\.1\.11\.\S+ comes \S+11\.1\.2\.1\.0", said)
     assert "no exchange: the request has spent its time" in said
-
-
-@pytest.mark.parametrize("role, fault", [
-    ("1-100x 1-50", "fcsRole: VSAN list '1-100x': '1-100x' is not a VSAN or an ascending range"),
-    ("2-99,101-2099,2101-4095 none", None)], ids=["faulty", "VSANs that are not there"])
-def test_a_role_that_shows_no_rows(lab, role, fault):
-    line = f"fcsRole operations {role}"
-    with lab.configured(ROLE, line):
-        number = (lab.directory / "snmpd.conf").read_text().splitlines().index(line) + 1
-        assert (f"snmpd.conf: line {number}: Error: {fault}" in lab.log(since_restart=True)) == (fault is not None)
-        eventually(lambda: table_rows(lab))
-        assert lab.walk(OPERATOR) and not table_rows(lab, OPERATOR)
-    eventually(lambda: table_rows(lab, OPERATOR))
 
 
 def module_footprint(pid):
