@@ -6,6 +6,8 @@ from service import Service
 def pytest_addoption(parser):
     parser.addoption("--rounds", type=int, default=3, help="how often each fault is inflicted")
     parser.addoption("--margin", type=float, default=5, help="the seconds that a busy machine may need besides")
+    parser.addoption("--packets", type=int, default=20000, help="how many spoilt packets are sent")
+    parser.addoption("--seed", type=int, default=1, help="which packets")
 
 
 @pytest.fixture
