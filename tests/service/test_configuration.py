@@ -38,6 +38,7 @@ REFUSED = {
     FCS.ERR_UNKNOWN_VSAN: [(SET, platform(3, 1, b"new"))], FCS.ERR_BAD_VALUE: [
         (SET, address(0, 2, b"x")), (SET, address(2**31, 2, b"x")), (SET, address(12, 0, b"x")),
         (SET, address(12, 2, b"x", 0)), (SET, platform(1, 5, b"new", 6)), (SET, platform(1, 0, b"new")),
+        (SET, platform(1, 2**31, b"new")), (SET, node_name(2**31, "00" * 8)),
         (SET, platform(1, 5, b"new", kind=3)), (SET, platform(2100, 5, ODD, CHANGE, 4)), (SET, node_name(0, "00" * 8)),
         (SET, platform(1, 5, b"new", names=2**31)), (SET, platform(1, 5, b"new", addresses=2**31)),
         (SET, platform(1, 5, b"new", validate=2))]}
