@@ -10,7 +10,7 @@ import pytest
 from lab import OPERATOR, READER
 from programs import eventually
 
-KILLS = int(os.environ.get("FCS_KILLS", "20"))
+KILLS = 20
 NAME = "32.0.0.0.94.0.83"  # Of a node, but for its last octet.
 
 

@@ -2,6 +2,7 @@
 
 import threading
 import time
+from concurrent.futures import ThreadPoolExecutor
 
 from lab import UPTIME, numeric, oid
 from programs import eventually, timed
@@ -10,57 +11,40 @@ from snmp_message import GET, NULL, Manager, message, parse
 PATIENCE = 60.0  # Seconds after which an agent counts as one that does not answer.
 
 
-def ask(port, community, kind, bindings, fields=(0, 0)):
+def ask(port, community, kind, bindings):
     """Sends a message and waits for its answer: the error status, or an error without one."""
     with Manager(port) as manager:
-        manager.send(message(community, kind, 1, [(oid(name), *value) for name, *value in bindings], fields))
+        manager.send(message(community, kind, 1, [(oid(name), *value) for name, *value in bindings]))
         for answer in manager.answers(PATIENCE):
             return parse(answer)[0][1][2][1][1][1][0]
     raise TimeoutError
 
 
-class Work:
-    """Runs while it is entered, each part again and again in a thread of its own. What fails there fails the test at
-    the end."""
-
-    def __init__(self, *parts):
-        self.stopped, self.failures = threading.Event(), []
-        self.threads = [threading.Thread(target=self.guard, args=(part,)) for part in parts]
-
-    def guard(self, part):
-        try:
-            while not self.stopped.is_set():
-                part()
-        except Exception as failure:  # Reported by the test's own thread.
-            self.failures.append(failure)
-
-    def __enter__(self):
-        for thread in self.threads:
-            thread.start()
-        return self
-
-    def __exit__(self, *_):
-        self.stopped.set()
-        for thread in self.threads:
-            thread.join()
-        assert not self.failures, self.failures[0]
-
-
-class Waits(Work):
-    """Asks for sysUpTime.0 again and again, and keeps the seconds that each answer takes."""
+class Waits:
+    """While it is entered, asks for sysUpTime.0 again and again, and keeps the seconds that each answer takes; other
+    parts are repeated besides. What fails there fails the test at the end."""
 
     def __init__(self, lab, *parts):
-        super().__init__(self.wait, *parts)
-        self.lab, self.seconds = lab, []
+        self.lab, self.parts, self.seconds, self.ended = lab, [self.wait, *parts], [], threading.Event()
 
     def wait(self):
         self.seconds.append(timed(lambda: ask(self.lab.port, "public", GET, [(UPTIME, NULL, b"")]))[0])
         time.sleep(0.005)
 
+    def repeat(self, part):
+        while not self.ended.is_set():
+            part()
+
     def __enter__(self):
-        super().__enter__()
+        threads = ThreadPoolExecutor(len(self.parts))
+        self.running = [threads.submit(self.repeat, part) for part in self.parts]
         eventually(lambda: self.seconds)
         return self
+
+    def __exit__(self, *_):
+        self.ended.set()
+        for part in self.running:
+            part.result()
 
     def percentile(self, share):
         """Milliseconds in which this share of the questions was answered."""

@@ -1,49 +1,36 @@
 """Services of a test's own making, in place of the lab's."""
 
-import os
 import socket
 import threading
 import time
 from contextlib import contextmanager
+from socketserver import ThreadingUnixStreamServer
 
 from lab import eventually
 from service import GREETING, GREETING_REPLY, HEADER, MAGIC, MARK, NOTIFICATION, VERSION
+
+
+class Server(ThreadingUnixStreamServer):
+    socket_type, daemon_threads = socket.SOCK_SEQPACKET, True
+
+    def handle_error(self, *_):
+        """The agent has hung up."""
 
 
 @contextmanager
 def false_service(lab, serve):
     """An agent that is pointed at a service of the test's own making, and connected: serve(connection) for each
     connection."""
-    path = str(lab.directory / "false.sock")
-    listener = socket.socket(socket.AF_UNIX, socket.SOCK_SEQPACKET)
-    listener.bind(path)
-    listener.listen(16)
-    connections = []
-
-    def accept():
+    path = lab.directory / "false.sock"
+    with Server(str(path), lambda connection, *_: serve(connection)) as server:
+        threading.Thread(target=server.serve_forever, args=[0.02], daemon=True).start()
         try:
-            while True:
-                connections.append(listener.accept()[0])
-                threading.Thread(target=run, args=connections[-1:], daemon=True).start()
-        except OSError:
-            pass  # The listener is closed.
-
-    def run(connection):
-        try:
-            serve(connection)
-        except OSError:
-            pass
-
-    threading.Thread(target=accept, daemon=True).start()
-    try:
-        with lab.configured(f"fcsServiceSocket {lab.directory}/fcsd.sock", f"fcsServiceSocket {path}"):
-            eventually(lambda: "exchanges: connected" in lab.log(since_restart=True))
-            yield
-            listener.shutdown(socket.SHUT_RDWR)
-    finally:
-        for end in [listener, *connections]:
-            end.close()
-        os.unlink(path)
+            with lab.configured(f"fcsServiceSocket {lab.directory}/fcsd.sock", f"fcsServiceSocket {path}"):
+                eventually(lambda: "exchanges: connected" in lab.log(since_restart=True))
+                yield
+        finally:
+            server.shutdown()
+            path.unlink()
     eventually(lab.answers)
 
 

@@ -4,7 +4,7 @@ import socket
 import time
 
 INTEGER, OCTETS, NULL, OID, SEQUENCE, CONSTRUCTED = 0x02, 0x04, 0x05, 0x06, 0x30, 0x20
-GET, SET, GETBULK = 0xA0, 0xA3, 0xA5
+GET, SET = 0xA0, 0xA3
 
 
 def extents(octets):
@@ -66,15 +66,14 @@ def sub_identifiers(*numbers):
     return octets
 
 
-def message(community, kind, number, bindings, fields=(0, 0)):
-    """A v2c message with request id `number`. Bindings: (OID, tag, content octets). `fields`: error status and index,
-    or non-repeaters and repetitions."""
+def message(community, kind, number, bindings):
+    """A v2c message with request id `number`. Bindings: (OID, tag, content octets)."""
     def binding(name, tag, content):
         first, second, *numbers = map(int, name.split("."))
         return [SEQUENCE, [[OID, sub_identifiers(first * 40 + second, *numbers)], [tag, content]]]
 
-    pdu = [[INTEGER, number.to_bytes(4, "big")], *([INTEGER, bytes([field])] for field in fields),
-           [SEQUENCE, [binding(*parts) for parts in bindings]]]
+    none = [INTEGER, b"\x00"]  # Error status and index.
+    pdu = [[INTEGER, number.to_bytes(4, "big")], none, none, [SEQUENCE, [binding(*parts) for parts in bindings]]]
     return encode([[SEQUENCE, [[INTEGER, b"\x01"], [OCTETS, community.encode()], [kind, pdu]]]])
 
 
