@@ -62,16 +62,6 @@ def test_every_answer_is_of_the_fabric_of_its_time(lab):
             assert parse_walk(lab.run("snmpgetnext", READER, *asked)) == [first for first, *_ in behind]
 
 
-def test_a_small_fabric_in_place_of_the_large(lab):
-    smaller = {"vsans": [{"id": 4094, "elements": [{"name": "10:00:00:00:5e:00:53:ff", "type": "hub"}],
-                          "discovery": {"status": "completed"}},
-                         {"id": 7, "discovery": {"status": "localOnly"}, "elements": [
-                             {"name": "ff:00:00:00:5e:00:53:00", "type": "switch", "local": True, "domainId": 239},
-                             {"name": "10:00:00:00:5e:00:53:00", "type": "switch", "domainId": 2}]}]}
-    with lab.showing(smaller):
-        assert lab.walk() == ordered(expected_varbinds(smaller, ROOT))
-
-
 def test_absent_instances(lab):
     for instance in [
             "1.1.11.1.2", "1.1.11.1.2.1", "1.1.11.1.2.1.32.1.0.0.94.0.83.1.0", "1.1.11.1.2.2.32.1.0.0.94.0.83.1",

@@ -12,9 +12,8 @@ from far_lab import PARTS, FarLab
 from lab import ADMIN, OPERATOR, READER, ROOT, Lab
 from programs import REPOSITORY, eventually, paused, run
 from test_answers import (  # noqa: F401 - the same tests, of another lab
-    ordered, test_a_small_fabric_in_place_of_the_large, test_absent_instances,
-    test_every_answer_is_of_the_fabric_of_its_time, test_get_is_the_walk, test_getnext_from_anywhere,
-    test_walk_is_the_fabric)
+    ordered, test_absent_instances, test_every_answer_is_of_the_fabric_of_its_time, test_get_is_the_walk,
+    test_getnext_from_anywhere, test_walk_is_the_fabric)
 from test_configuration import (  # noqa: F401
     same_fabric_again, test_a_row_that_failed_in_action_is_found_again, test_requests)
 from test_guides import checkout, follow  # noqa: F401

@@ -52,7 +52,7 @@ def announcements(event, lab):
 
 
 def failing_sets(lab):
-    """SETs that fail in ACTION leave 60,000 rows with the agent, if it keeps them. Another user has room all the same."""
+    """SETs that fail in ACTION leave 60,000 rows with the agent, if it keeps them. Another user has room even so."""
     for first in range(1, 60000, 600):
         ask(lab.port, "private", SET, [binding for row in range(first, first + 600) for binding in (
             (f"fcsMgmtAddr.91.{row}", OCTETS, b"x"), (f"fcsMgmtAddrRowStatus.91.{row}", INTEGER, b"\x01"))])

@@ -203,7 +203,8 @@ class Lab:
         restarts = self.log().count("restarted")
         os.kill(self.agent, signal.SIGHUP)
         eventually(lambda: self.log().count("restarted") > restarts)
-        eventually(lambda: "Gauge32" in self.run("snmpget", READER, "fcsVsanDiscoveryTimeOut.0"))  # A turn of the module.
+        # The module's first turn, by which the rest is done.
+        eventually(lambda: "Gauge32" in self.run("snmpget", READER, "fcsVsanDiscoveryTimeOut.0"))
 
     @contextmanager
     def configured(self, old, new):
