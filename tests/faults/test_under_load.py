@@ -67,20 +67,19 @@ def replaced_by_a_stranger(lab):
     lab.up()
 
 
-def is_refused(lab, row, reason):
+def expect_refusal(lab, row, reason):
     """Reads go on. A SET that creates a platform gets genErr, and the log says why; nothing is there."""
     assert lab.put(f"fcsPlatformName.{row} s no-room", f"fcsPlatformRowStatus.{row} i 4") == "genError"
     assert reason in lab.log()
     assert "No Such Instance" in lab.get(f"fcsPlatformName.{row}")
     assert len(lab.walk()) > 100
-    return True
 
 
 def disk_full(lab):
     """SETs that need room are refused."""
     before = resource.prlimit(lab.service, resource.RLIMIT_FSIZE, (0, resource.RLIM_INFINITY))
     try:
-        assert is_refused(lab, f"1.{CHANCE.randrange(6000, 7000)}", "could not read or write its store")
+        expect_refusal(lab, f"1.{CHANCE.randrange(6000, 7000)}", "could not read or write its store")
     finally:
         resource.prlimit(lab.service, resource.RLIMIT_FSIZE, before)
 
@@ -89,7 +88,7 @@ def store_deleted(lab):
     """Nothing is acknowledged that would be gone once the service is started anew."""
     for file in lab.directory.glob("fabric.db*"):
         file.unlink()
-    assert is_refused(lab, "1.7000", "the FCS service's store was deleted or replaced")
+    expect_refusal(lab, "1.7000", "the FCS service's store was deleted or replaced")
     assert "deleted or replaced: changes are refused" in lab.control("status")
     killed(lab)
 

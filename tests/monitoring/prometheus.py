@@ -31,11 +31,8 @@ def running(*command, **options):
 
 def listens(address):
     host, port = address.split(":")
-    try:
-        socket.create_connection((host, int(port))).close()
-        return True
-    except ConnectionRefusedError:
-        return False
+    with socket.socket() as probe:
+        return probe.connect_ex((host, int(port))) == 0
 
 
 @contextlib.contextmanager

@@ -143,10 +143,6 @@ class Lab:
         assert "Timeout" not in text and "not increasing" not in text, text
         return [varbind for varbind in parse_walk(text) if varbind[1]]
 
-    def view(self, *arguments, **options):
-        """A walk as {oid: (type, value)}."""
-        return {name: (kind, value) for name, kind, value in self.walk(*arguments, **options)}
-
     def get(self, name, options=READER):
         """An instance's value."""
         return parse_walk(self.run("snmpget", options, name))[0][2]
