@@ -178,7 +178,7 @@ def test_down_ends_only_what_up_started(new_lab):
 
 def test_blanks_in_the_path(tmp_path):
     """Of the checkout, its programs and the lab. This lab keeps nothing of what the module prints."""
-    checkout = tmp_path / "my \"own\" & only checkout"
+    checkout = tmp_path / "my \"own\" & only"
     for part in ["scripts", "lab", "mibs"]:
         shutil.copytree(REPOSITORY / part, checkout / part)
     lab = Lab(programs(checkout / "build") / "lab")
