@@ -1,18 +1,12 @@
-#include "command_line/output.h"
-#include "command_line/vsan_list.h"
 #include "command_line/working_directory.h"
-#include "common/program/help_text.h"
 #include "fcsctl.h"
-#include "map/dot_program.h"
-#include "map/map_dot.h"
-#include "map/map_page.h"
+#include "map/map_command.h"
 #include "map_source.h"
 #include "open_store.h"
 #include "service/description/fabric_json.h"
 #include "service/store/fabric_reader.h"
 
 #include <algorithm>
-#include <fstream>
 #include <iostream>
 #include <memory>
 #include <stdexcept>
@@ -21,12 +15,8 @@ namespace fcsctl {
 
 namespace {
 
-struct Options {
+struct Options : fabric_map::MapOptions {
   std::string file;
-  cli::VsanList vsans;
-  fabric_map::Detail detail = fabric_map::Detail::kPorts;
-  std::string format = "dot";
-  std::string output = "-";
 };
 
 /** A store of its own for a description, which is judged as an import judges it. */
@@ -64,44 +54,17 @@ std::vector<fcs::Vsan> choose_vsans(fcs::FabricSource &fabric, const cli::VsanLi
   return chosen;
 }
 
-/** Has a writer of maps write the VSANs. */
-template <typename Writer>
-void write_map(Writer writer, fcs::FabricSource &fabric, const std::vector<fcs::Vsan> &vsans) {
-  for (const fcs::Vsan &vsan : vsans) {
-    writer.add(read_for_map(fabric, vsan));
-  }
-  writer.finish();
-}
-
-void draw(fcs::FabricSource &fabric, const Options &options,
-          const cli::WorkingDirectory &directory) {
-  const std::vector<fcs::Vsan> vsans = choose_vsans(fabric, options.vsans);
-  if (options.format == "html") {
-    cli::write_output(options.output, [&](std::ostream &out) {
-      write_map(fabric_map::PageWriter(out), fabric, vsans);
-    });
-    return;
-  }
-  const auto write_graph = [&](std::ostream &out) {
-    write_map(fabric_map::DotWriter(out, options.detail), fabric, vsans);
-  };
-  if (options.format == "dot") {
-    cli::write_output(options.output, write_graph);
-    return;
-  }
-  const std::string graph = directory.path("fabric.dot");
-  cli::write_output(graph, write_graph);
-  cli::write_output(options.output,
-                    [&](std::ostream &out) { fabric_map::run_dot(graph, options.format, out); });
-}
-
 void map_fabric(const Options &options, const std::string &store_path) {
   const cli::WorkingDirectory directory;
   fcs::FabricStore store = options.file.empty() ? open_fabric(store_path)
                                                 : store_of_description(options.file, directory);
   try {
-    fcs::FabricReader reader(store);
-    draw(reader, options, directory);
+    fcs::FabricReader fabric(store);
+    const std::vector<fcs::Vsan> vsans = choose_vsans(fabric, options.vsans);
+    fabric_map::write_map(options, [&](const auto &take) {
+      std::ranges::for_each(vsans,
+                            [&](const fcs::Vsan &vsan) { take(read_for_map(fabric, vsan)); });
+    });
   } catch (const fcs::SqliteError &error) {
     throw std::runtime_error("cannot read the store " + store.path() + ": " + error.what());
   }
@@ -115,24 +78,8 @@ void add_map(CLI::App &app, const Places &places) {
   command->add_option("FILE", options->file,
                       "Fabric description to draw instead of the store's fabric; - for standard "
                       "input");
-  cli::add_vsan_option(*command, options->vsans, "Only these VSANs, such as 1-100,2100");
-  command->add_flag_callback(
-      "--summary", [options] { options->detail = fabric_map::Detail::kSummary; },
-      "Only the elements of each VSAN, with their links bundled");
-  command
-      ->add_option("--format", options->format,
-                   "What to write: a graph, a drawing of it, or a page for a browser")
-      ->check(cli::one_of({"dot", "svg", "html"}))
-      ->type_name("FORMAT");
-  command->add_option("--output", options->output, "File to write; - for standard output")
-      ->type_name("PATH");
-  command->callback([options, &places] {
-    if (options->format == "html" && options->detail == fabric_map::Detail::kSummary) {
-      throw CLI::ValidationError("--summary", "not with --format html: a page shows the links "
-                                              "bundled, and ports when they are asked for");
-    }
-    map_fabric(*options, places.store);
-  });
+  fabric_map::add_map_options(*command, *options,
+                              [options, &places] { map_fabric(*options, places.store); });
 }
 
 } // namespace fcsctl

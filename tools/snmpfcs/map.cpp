@@ -1,23 +1,11 @@
-#include "common/program/help_text.h"
 #include "common/text/octets.h"
 #include "fabric_lists.h"
 #include "snmpfcs.h"
-#include "tools/command_line/output.h"
-#include "tools/command_line/working_directory.h"
-#include "tools/map/dot_program.h"
-#include "tools/map/map_dot.h"
-#include "tools/map/map_page.h"
+#include "tools/map/map_command.h"
 
 namespace snmpfcs {
 
 namespace {
-
-struct Options {
-  cli::VsanList vsans;
-  fabric_map::Detail detail = fabric_map::Detail::kPorts;
-  std::string format = "dot";
-  std::string output = "-";
-};
 
 /** What maps call the types of ports; the others go by their words in the MIB. */
 constexpr std::pair<std::string_view, std::string_view> kPortTypes[] = {
@@ -113,67 +101,28 @@ Discoveries choose_vsans(Session &session, const cli::VsanList &wanted) {
   return chosen;
 }
 
-/** Has a writer of maps write one VSAN after the other, none of which is kept. */
-template <typename Writer>
-void write_map(Writer writer, Context &context, const Discoveries &chosen) {
+void draw(Context &context, const fabric_map::MapOptions &options) {
   Session &session = context.session();
-  cli::ProgressLine progress(context.progress);
-  for (const auto &[vsan, discovery] : chosen) {
-    progress.show("VSAN " + std::to_string(vsan));
-    fabric_map::Vsan map{vsan, discovery, {}, {}};
-    read_ports(session, {{vsan, vsan}}, map);
-    read_platforms(session, {{vsan, vsan}}, map);
-    writer.add(map);
-  }
-  check_module(session);
-  writer.finish();
-}
-
-void draw(Context &context, const Options &options) {
-  const Discoveries chosen = choose_vsans(context.session(), options.vsans);
-  if (options.format == "html") {
-    cli::write_output(options.output, [&](std::ostream &out) {
-      write_map(fabric_map::PageWriter(out), context, chosen);
-    });
-    return;
-  }
-  const auto write_graph = [&](std::ostream &out) {
-    write_map(fabric_map::DotWriter(out, options.detail), context, chosen);
-  };
-  if (options.format == "dot") {
-    cli::write_output(options.output, write_graph);
-    return;
-  }
-  const cli::WorkingDirectory directory;
-  const std::string graph = directory.path("fabric.dot");
-  cli::write_output(graph, write_graph);
-  cli::write_output(options.output,
-                    [&](std::ostream &out) { fabric_map::run_dot(graph, options.format, out); });
+  const Discoveries chosen = choose_vsans(session, options.vsans);
+  fabric_map::write_map(options, [&](const auto &take) {
+    cli::ProgressLine progress(context.progress);
+    for (const auto &[vsan, discovery] : chosen) {
+      progress.show("VSAN " + std::to_string(vsan));
+      fabric_map::Vsan map{vsan, discovery, {}, {}};
+      read_ports(session, {{vsan, vsan}}, map);
+      read_platforms(session, {{vsan, vsan}}, map);
+      take(map);
+    }
+    check_module(session);
+  });
 }
 
 } // namespace
 
 void add_map(CLI::App &app, Context &context) {
   CLI::App *const command = app.add_subcommand("map", "Draw the fabric as the agent shows it");
-  const auto options = std::make_shared<Options>();
-  cli::add_vsan_option(*command, options->vsans, "Only these VSANs, such as 1-100,2100");
-  command->add_flag_callback(
-      "--summary", [options] { options->detail = fabric_map::Detail::kSummary; },
-      "Only the elements of each VSAN, with their links bundled");
-  command
-      ->add_option("--format", options->format,
-                   "What to write: a graph, a drawing of it, or a page for a browser")
-      ->check(cli::one_of({"dot", "svg", "html"}))
-      ->type_name("FORMAT");
-  command->add_option("--output", options->output, "File to write; - for standard output")
-      ->type_name("PATH");
-  command->callback([&context, options] {
-    if (options->format == "html" && options->detail == fabric_map::Detail::kSummary) {
-      throw CLI::ValidationError("--summary", "not with --format html: a page shows the links "
-                                              "bundled, and ports when they are asked for");
-    }
-    draw(context, *options);
-  });
+  const auto options = std::make_shared<fabric_map::MapOptions>();
+  fabric_map::add_map_options(*command, *options, [&context, options] { draw(context, *options); });
 }
 
 } // namespace snmpfcs
