@@ -21,8 +21,8 @@ def start(lab):
     """Starts another subagent of the lab's agent."""
     started = []
 
-    def start(*options, config=lab.directory / "switch-1/fcs-agentx.conf"):
-        words = ["--master", f"unix:{lab.directory}/agentx", "--config", config, "--state", lab.directory / "other"]
+    def start(*options, config=lab.directory / "switch-1/fcs-agentx.conf", state=lab.directory / "other"):
+        words = ["--master", f"unix:{lab.directory}/agentx", "--config", config, "--state", state]
         started.append(subprocess.Popen(command("fcs-agentx", *words, *options), text=True,
                                         stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE))
         return started[-1]
@@ -39,9 +39,11 @@ SWITCH = ["--context", "switch-1"]
     (SWITCH, {}, "--user NAME says whose role everyone in context switch-1 has"),
     ([*SWITCH, "--user", "nobody"], {}, "gives user nobody of context switch-1 no role"),
     ([*SWITCH, "--context", "switch-1=admin"], {}, "--context switch-1 stands there twice"),
+    (["--context", "s" * 33], {}, "has more than 32 octets"),
+    (SWITCH, {"state": "/no/such"}, "--state /no/such: there is no directory /no"),
     (SWITCH, {"config": "/none"}, "cannot read /none: No such file or directory"),
     (SWITCH, {"config": "/"}, "cannot read /: Is a directory"),
-], ids=["no user", "a user without role", "twice", "no file", "no file either"])
+], ids=["no user", "a user without role", "twice", "long", "nowhere", "no file", "no file either"])
 def test_what_keeps_it_from_starting(start, options, config, fault):
     process = start(*options, **config)
     assert fault in process.communicate(timeout=10)[1] and process.returncode == 1

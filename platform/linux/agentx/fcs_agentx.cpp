@@ -17,6 +17,7 @@
 #include <charconv>
 #include <cstdint>
 #include <cstdio>
+#include <filesystem>
 #include <map>
 #include <stdexcept>
 #include <string>
@@ -25,6 +26,9 @@
 #include <vector>
 
 namespace {
+
+/** Octets of a context's name (SNMP-VIEW-BASED-ACM-MIB, vacmContextName). */
+constexpr size_t kLongestContext = 32;
 
 struct Options {
   std::string master = "unix:/var/agentx/master";
@@ -48,6 +52,10 @@ void read_contexts() {
   for (const std::string &word : options.contexts) {
     const size_t sign = word.find('=');
     const std::string name = word.substr(0, sign);
+    if (name.size() > kLongestContext) {
+      throw std::runtime_error("--context " + name + " has more than " +
+                               std::to_string(kLongestContext) + " octets");
+    }
     if (!user_of_context
              .emplace(name, sign == std::string::npos ? options.user : word.substr(sign + 1))
              .second) {
@@ -137,8 +145,19 @@ std::string names_of_contexts() {
   return names;
 }
 
+/** The directory is made, but not a whole path that may be mistyped. */
+void check_state() {
+  const std::filesystem::path directory = std::filesystem::absolute(options.state) / "";
+  if (const auto parent = directory.parent_path().parent_path();
+      !std::filesystem::is_directory(parent)) {
+    throw std::runtime_error("--state " + options.state + ": there is no directory " +
+                             parent.string());
+  }
+}
+
 void serve() {
   read_contexts();
+  check_state();
   if (!options.debug.empty()) {
     debug_register_tokens(options.debug.c_str());
     snmp_set_do_debugging(1);
