@@ -31,11 +31,6 @@ fcs::FabricStore store_of_description(const std::string &file,
   return store;
 }
 
-std::string range_text(const cli::VsanRange &range) {
-  return std::to_string(range.first) +
-         (range.first == range.last ? "" : " to " + std::to_string(range.last));
-}
-
 /** The VSANs to draw; each one and each range that was asked for has to be there. */
 std::vector<fcs::Vsan> choose_vsans(fcs::FabricSource &fabric, const cli::VsanList &wanted) {
   std::vector<fcs::Vsan> chosen;
@@ -44,11 +39,11 @@ std::vector<fcs::Vsan> choose_vsans(fcs::FabricSource &fabric, const cli::VsanLi
       chosen.push_back(vsan);
     }
   });
-  for (const cli::VsanRange &range : wanted.ranges()) {
+  for (const fcs::VsanRange &range : wanted.ranges()) {
     if (std::ranges::none_of(chosen, [&range](const fcs::Vsan &vsan) {
           return range.contains(vsan.discovery.vsan);
         })) {
-      throw std::runtime_error("the fabric has no VSAN " + range_text(range));
+      throw std::runtime_error("the fabric has no VSAN " + to_text(range));
     }
   }
   return chosen;

@@ -3,7 +3,6 @@
 #include "feature/fabric_conf_server/fcs_protocol.h"
 
 #include <algorithm>
-#include <charconv>
 #include <sstream>
 #include <stdexcept>
 
@@ -11,26 +10,16 @@ namespace cli {
 
 namespace {
 
-uint32_t read_vsan(std::string_view text, const std::string &item) {
-  uint32_t vsan = 0;
-  const char *const end = text.data() + text.size();
-  const auto [stop, fault] = std::from_chars(text.data(), end, vsan);
-  if (fault != std::errc() || stop != end || vsan < 1 || vsan > FCS_MAX_VSAN) {
+fcs::VsanRange read_range(const std::string &item) {
+  const auto range = fcs::read_vsan_range(item, FCS_MAX_VSAN);
+  if (!range) {
     throw std::invalid_argument("\"" + item + "\" is neither a VSAN of 1 to " +
                                 std::to_string(FCS_MAX_VSAN) + " nor a range such as 1-100");
   }
-  return vsan;
-}
-
-VsanRange read_range(const std::string &item) {
-  const size_t dash = item.find('-');
-  const uint32_t first = read_vsan(std::string_view(item).substr(0, dash), item);
-  const uint32_t last =
-      dash == std::string::npos ? first : read_vsan(std::string_view(item).substr(dash + 1), item);
-  if (last < first) {
+  if (range->last < range->first) {
     throw std::invalid_argument("the range \"" + item + "\" ends before it begins");
   }
-  return {first, last};
+  return *range;
 }
 
 } // namespace
@@ -43,7 +32,7 @@ void VsanList::add(const std::string &text) {
 }
 
 bool VsanList::has(uint32_t vsan) const {
-  return ranges_.empty() || std::ranges::any_of(ranges_, [vsan](const VsanRange &range) {
+  return ranges_.empty() || std::ranges::any_of(ranges_, [vsan](const fcs::VsanRange &range) {
            return range.contains(vsan);
          });
 }

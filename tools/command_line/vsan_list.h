@@ -3,6 +3,8 @@
  */
 #pragma once
 
+#include "common/text/vsan_range.h"
+
 #include <CLI/CLI.hpp>
 #include <cstdint>
 #include <string>
@@ -10,26 +12,18 @@
 
 namespace cli {
 
-/** VSANs from the first to the last. */
-struct VsanRange {
-  uint32_t first;
-  uint32_t last;
-
-  bool contains(uint32_t vsan) const { return first <= vsan && vsan <= last; }
-};
-
 /** As 1-100,2100. */
 class VsanList {
 public:
   /** Adds what `text` names. \throws std::invalid_argument naming what is no VSAN of 1 to 4096. */
   void add(const std::string &text);
 
-  const std::vector<VsanRange> &ranges() const { return ranges_; }
+  const std::vector<fcs::VsanRange> &ranges() const { return ranges_; }
   /** Whether the VSAN is one of them; a list to which nothing was added has every VSAN. */
   bool has(uint32_t vsan) const;
 
 private:
-  std::vector<VsanRange> ranges_;
+  std::vector<fcs::VsanRange> ranges_;
 };
 
 /** Adds the option --vsan, which fills `list` and may be given again. */

@@ -152,7 +152,7 @@ Ranges ranges_of(const cli::VsanList &vsans) {
     return kAnyNumber;
   }
   std::vector<uint32_t> numbers;
-  for (const cli::VsanRange &range : vsans.ranges()) {
+  for (const fcs::VsanRange &range : vsans.ranges()) {
     for (uint32_t vsan = range.first; vsan <= range.last; ++vsan) {
       numbers.push_back(vsan);
     }
@@ -161,11 +161,9 @@ Ranges ranges_of(const cli::VsanList &vsans) {
 }
 
 void check_found(const std::vector<uint32_t> &found, const cli::VsanList &wanted) {
-  for (const cli::VsanRange &range : wanted.ranges()) {
+  for (const fcs::VsanRange &range : wanted.ranges()) {
     if (std::ranges::none_of(found, [&range](uint32_t vsan) { return range.contains(vsan); })) {
-      throw Failure("VSAN " + std::to_string(range.first) +
-                        (range.first == range.last ? "" : " to " + std::to_string(range.last)) +
-                        ": the agent has none, or your role may not read it",
+      throw Failure("VSAN " + to_text(range) + ": the agent has none, or your role may not read it",
                     kFailed);
     }
   }

@@ -1,14 +1,12 @@
 #include "roles.h"
 
+#include "common/text/vsan_range.h"
 #include "platform/agent_host.h"
 #include "platform/linux/request/agent_request.h"
 #include "platform/role.h"
 
-#include <charconv>
 #include <map>
-#include <optional>
 #include <sstream>
-#include <string_view>
 #include <vector>
 
 namespace {
@@ -37,18 +35,8 @@ std::vector<std::string> words_of(const char *arguments) {
   return words;
 }
 
-std::optional<uint32_t> parse_vsan(std::string_view text) {
-  uint32_t vsan = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), vsan);
-  if (error != std::errc() || end != text.data() + text.size() || vsan < 1 ||
-      vsan > kLastRoleVsan) {
-    return std::nullopt;
-  }
-  return vsan;
-}
-
-void set_range(uint32_t first, uint32_t last, VsanBitmap &vsans) {
-  for (uint32_t vsan = first; vsan <= last; ++vsan) {
+void set_range(const fcs::VsanRange &range, VsanBitmap &vsans) {
+  for (uint32_t vsan = range.first; vsan <= range.last; ++vsan) {
     bitmap_set_bit(&vsans, static_cast<int32_t>(vsan));
   }
 }
@@ -59,22 +47,19 @@ std::string parse_list(const std::string &list, VsanBitmap &vsans) {
     return {};
   }
   if (list == "all") {
-    set_range(1, kLastRoleVsan, vsans);
+    set_range({1, kLastRoleVsan}, vsans);
     return {};
   }
   std::istringstream stream(list);
   for (std::string item; std::getline(stream, item, ',');) {
-    const size_t dash = item.find('-');
-    const auto first = parse_vsan(std::string_view(item).substr(0, dash));
-    const auto last =
-        dash == std::string::npos ? first : parse_vsan(std::string_view(item).substr(dash + 1));
-    if (!first || !last || *first > *last) {
+    const auto range = fcs::read_vsan_range(item, kLastRoleVsan);
+    if (!range || range->first > range->last) {
       std::ostringstream fault;
       fault << "VSAN list '" << list << "': '" << item
             << "' is not a VSAN or an ascending range within 1 to " << kLastRoleVsan;
       return fault.str();
     }
-    set_range(*first, *last, vsans);
+    set_range(*range, vsans);
   }
   return list.back() == ',' ? "VSAN list '" + list + "': ends with a comma" : "";
 }
