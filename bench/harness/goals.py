@@ -79,7 +79,7 @@ def goals(results):
     def agentx(table):
         return cell(results, "AgentX", table, "GETBULK 25")
 
-    by_size = {row["ports"]: cost(row) for row in results["ports"]}
+    by_size = {(row["ports"], row["answers"]): cost(row) for row in results["ports"]}
     history = {row["level"]: cost(row) for row in results["history"]}
     roles = {row["one_in"]: row for row in results["roles"]}
     most_starts = results["starts"][-1]
@@ -91,7 +91,8 @@ def goals(results):
         ("CPU of agent and service in an idle second, in µs", results["idle_us"], "at most", IDLE_LIMIT_US),
         ("event history at detail level, share of a varbind's CPU",
          (history["detail"] - history["none"]) / history["detail"], "at most", 0.1),
-        ("CPU a varbind at 200,000 ports, to that at 1,000", by_size[200_000] / by_size[1_000], "at most", 1.15),
+        ("CPU a varbind at 200,000 ports, to that at 1,000",
+         max(by_size[200_000, answers] / by_size[1_000, answers] for answers in ("kept", "anew")), "at most", 1.15),
         ("extra messages for each run of hidden VSANs",
          max((row["extra"] - roles[1]["extra"]) / row["hidden_runs"] for row in runs), "at most", 1),
         ("CPU a visible varbind of a role that hides VSANs, to that of one that hides none",

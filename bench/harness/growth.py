@@ -1,7 +1,11 @@
 """How the module's cost grows, and what an idle lab takes: labs with nothing but the module."""
 
+import itertools
 import json
+import sqlite3
+import threading
 import time
+from contextlib import closing, contextmanager
 
 from . import measure
 from .processes import MODULE_ROOT, BenchError, Lab, run
@@ -29,19 +33,48 @@ def cost(sample):
     return sample["agent_us"] + sample["other_us"]
 
 
+@contextmanager
+def changing(lab):
+    """Has another program change the store all the time, so that the service can keep no answer."""
+    done = threading.Event()
+
+    def change_it():
+        with closing(sqlite3.connect(lab.directory / "fabric.db", isolation_level=None)) as store:
+            store.execute("PRAGMA synchronous = OFF")
+            for change in itertools.cycle((1, -1)):  # The same value would be no change.
+                if done.wait(0.005):
+                    return
+                store.execute("UPDATE settings SET discovery_timeout = discovery_timeout + ?", (change,))
+
+    thread = threading.Thread(target=change_it)
+    thread.start()
+    try:
+        yield
+    finally:
+        done.set()
+        thread.join()
+
+
 def ports(programs, directory, rounds, seconds, progress):
-    """Cost of a varbind by the number of ports, and the resident memory; each round begins in another VSAN."""
+    """Cost of a varbind by the number of ports and the answers, and the resident memory. Answers are those that the
+    service has kept since the walk before, or made anew each time; each round begins in another VSAN."""
     labs = {}
     try:
         for size, shape in SIZES.items():
             progress(f"importing {size} ports")
             labs[size] = Lab(programs, directory / f"ports-{size}", shape)
 
-        def contender(size):
-            vsans = SIZES[size]["vsans"]
-            return lambda number: port_walk(labs[size], seconds, start=f"1.2.{1 + number * vsans // rounds}")
+        def contender(size, answers):
+            def walk(number):
+                start = f"1.2.{1 + number * SIZES[size]['vsans'] // rounds}"
+                if answers == "kept":
+                    return port_walk(labs[size], seconds, start=start, warm_up=2 * seconds)
+                with changing(labs[size]):
+                    return port_walk(labs[size], seconds, start=start)
+            return walk
 
-        samples = measure.interleaved({size: contender(size) for size in SIZES}, rounds, progress)
+        samples = measure.interleaved({(size, answers): contender(size, answers) for answers in ("kept", "anew")
+                                       for size in SIZES}, rounds, progress)
         return samples, {size: {"agent": measure.resident_kib(lab.agent), "service": measure.resident_kib(lab.service)}
                          for size, lab in labs.items()}
     finally:

@@ -81,10 +81,12 @@ def consoles_table(results):
 
 
 def ports_table(results):
-    return table(("ports", "varbinds/s", "min..max", "CPU a varbind µs", "to the first", "agent KiB", "service KiB"),
-                 [(f"{row['ports']:,}", number(row["rate"]), span(row, "rate"),
-                   number(cost(row)), number(cost(row) / cost(results["ports"][0])), number(row["agent_kib"]),
-                   number(row["service_kib"])) for row in results["ports"]])
+    fewest = {row["answers"]: cost(row) for row in reversed(results["ports"])}
+    return table(("ports", "answers", "varbinds/s", "min..max", "CPU a varbind µs", "to the fewest", "service's CPU µs",
+                  "agent KiB", "service KiB"),
+                 [(f"{row['ports']:,}", row["answers"], number(row["rate"]), span(row, "rate"),
+                   number(cost(row)), number(cost(row) / fewest[row["answers"]]), number(row["other_us"]),
+                   number(row["agent_kib"]), number(row["service_kib"])) for row in results["ports"]])
 
 
 def roles_table(results):

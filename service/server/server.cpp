@@ -238,9 +238,9 @@ Answer Server::answer(const Client &client, Octets payload) {
     return answer_control(payload);
   }
   if (request_.header.opcode == FCS_MSG_REQUEST) {
-    return answer_request({store_, configuration_, user_of(request_.header),
-                           ipc_wire::rows_of(request_.header), request_.header.shown},
-                          request_.header.flag, payload, room);
+    return answers_.answer({store_, configuration_, user_of(request_.header),
+                            ipc_wire::rows_of(request_.header), request_.header.shown},
+                           request_.header.flag, payload, room);
   }
   return answer_message(kAgentMessages, {store_, discovery_}, request_.header, payload, room);
 }

@@ -9,7 +9,7 @@
 #include "peer_policy.h"
 #include "service/configuration/configuration.h"
 #include "service/discovery/discovery.h"
-#include "service/protocol/record_dispatch.h"
+#include "service/protocol/kept_answers.h"
 #include "service/reports/notification_queue.h"
 #include "service/store/fabric_store.h"
 #include "service_manager.h"
@@ -83,6 +83,7 @@ private:
   Discovery &discovery_;
   Configuration &configuration_;
   NotificationQueue &notifications_;
+  KeptAnswers answers_;
   PeerPolicy policy_;
   Clock::time_point started_;
   Clock::time_point accept_again_;

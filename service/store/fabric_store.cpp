@@ -104,7 +104,8 @@ FabricStore::Statements::Statements(Database &database)
       visible_elements(database, "SELECT sum(iif(status = 3, local_elements, elements)) FROM vsan"),
       visible_ports(database, "SELECT sum(iif(status = 3, local_ports, ports)) FROM vsan"),
       platforms(database, "SELECT sum(platforms) FROM vsan"),
-      totals(database, "SELECT count(*), sum(elements), sum(ports), sum(platforms) FROM vsan") {
+      totals(database, "SELECT count(*), sum(elements), sum(ports), sum(platforms) FROM vsan"),
+      changes_of_others(database, "PRAGMA data_version") {
   static_assert(FCS_DISCOVERY_LOCAL_ONLY == 3);
 }
 
@@ -135,6 +136,16 @@ void FabricStore::watch_files() {
     paths.push_back(file_beside(path_, suffix));
   }
   database_->watch(paths);
+}
+
+std::optional<StoreVersion> FabricStore::version() {
+  sqlite3 *const handle = database_->handle();
+  if (sqlite3_txn_state(handle, "main") == SQLITE_TXN_WRITE) {
+    return std::nullopt;
+  }
+  Rows others = statements_->changes_of_others.run();
+  others.next();
+  return StoreVersion{sqlite3_total_changes64(handle), others.integer(0)};
 }
 
 WriteTransaction FabricStore::write() {

@@ -11,6 +11,7 @@
 #include "status_changes.h"
 
 #include <chrono>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -21,6 +22,14 @@ namespace fcs {
 /** Files of a running service's beside its store: its lock, and statuses not yet in the store. */
 constexpr char kLockSuffix[] = "-lock";
 constexpr char kStatusesSuffix[] = "-statuses";
+
+/** Tells apart what a store holds at different times. */
+struct StoreVersion {
+  int64_t own_changes; ///< Rows that this process has changed.
+  int64_t others;      ///< Another one whenever another process has changed something.
+
+  bool operator==(const StoreVersion &) const = default;
+};
 
 /**
  * An open store. Every function that reads or writes it throws SqliteError when the database fails.
@@ -71,6 +80,9 @@ public:
   /** All rows, hidden ones included. */
   FabricTotals totals();
 
+  /** That of what is held now; none while a change of one's own is neither made nor undone. */
+  std::optional<StoreVersion> version();
+
   /** Begins a change of anything but discovery statuses, whose own changes are committed first. */
   WriteTransaction write();
   /** Changes of discovery statuses; for one process, which takes up here what it has left. */
@@ -83,7 +95,8 @@ private:
   /** Prepared once, as everything that answers requests. */
   struct Statements {
     explicit Statements(Database &database);
-    Statement fabric, total_rejects, visible_elements, visible_ports, platforms, totals;
+    Statement fabric, total_rejects, visible_elements, visible_ports, platforms, totals,
+        changes_of_others;
   };
 
   std::string path_;

@@ -5,6 +5,7 @@ import json
 from fabric import expected_varbinds
 from lab import READER, ROOT, Lab
 from programs import footprint, run
+from service import EXCHANGE, FCS, Client
 
 VARBINDS = 300_000
 
@@ -24,4 +25,7 @@ def test_every_row_once_and_no_growth(tmp_path):
         while received < VARBINDS:
             received += lab.run("snmpbulkwalk", [*READER, "-Cr50"], ROOT).count("\n.1.3")
         assert footprint(lab.agent)[1] - agent < 1024
-        assert footprint(lab.service)[1] - service < 20 * 1024, "the store's cache is bounded"
+        client = Client(lab.directory / "fcsd.sock", EXCHANGE)
+        assert 30e6 < sum(len(client.record(FCS.OP_GETNEXT, FCS.REC_PORT, bytes(12), rows).payload)
+                          for rows in range(900, 1600))
+        assert footprint(lab.service)[1] - service < 20 * 1024, "the store's cache and what is kept are bounded"

@@ -6,6 +6,7 @@
 #include "fuzz_store.h"
 
 #include "service/protocol/fcs_control.h"
+#include "service/protocol/kept_answers.h"
 #include "service/protocol/message_dispatch.h"
 
 #include <array>
@@ -21,6 +22,7 @@ struct FuzzedService {
   fcs::FabricStore &store = fuzzed.store;
   fcs::NotificationQueue notifications;
   fcs::Configuration configuration{store, notifications};
+  fcs::KeptAnswers answers;
   std::chrono::steady_clock::time_point now;
   std::optional<fcs::Discovery> discovery;
   alignas(uint32_t) std::array<uint8_t, FCS_MESSAGE_ROOM> room{};
@@ -46,8 +48,9 @@ struct FuzzedService {
     const std::vector<uint8_t> payload = input.octets(input.up_to(FCS_MESSAGE_ROOM));
     if (from_agent && header.opcode == FCS_MSG_REQUEST) {
       const fcs::RequestContext context{store, configuration, "user", input.octet()};
-      const auto answer = fcs::answer_request(context, header.flag, payload, room);
+      const auto answer = answers.answer(context, header.flag, payload, room);
       check(answer);
+      require_kept_is_true(context, header.flag, payload, answer);
       require(header.flag != FCS_OP_GET || answer.result != FCS_OK || payload.size() <= 4 ||
                   memcmp(&payload[4], room.data(), 4) == 0,
               "a row that is read has the index asked for");
@@ -59,6 +62,20 @@ struct FuzzedService {
         ipc_wire::reply_to_greeting(ipc_wire::greeting_fault(payload.data(), payload.size()));
     require(reply.reason[sizeof(reply.reason) - 1] == '\0', "a refusal ends");
     discovery->run_due();
+  }
+
+  /** What is told of a read, kept or not, is what the store tells. */
+  void require_kept_is_true(const fcs::RequestContext &context, uint32_t operation,
+                            fcs::Octets request, const fcs::Answer &told) {
+    if (operation != FCS_OP_GET && operation != FCS_OP_GETNEXT) {
+      return;
+    }
+    alignas(uint32_t) std::array<uint8_t, FCS_MESSAGE_ROOM> fresh{};
+    const auto answer = fcs::answer_request(context, operation, request, fresh);
+    require(answer.result == told.result && answer.length == told.length &&
+                answer.rows == told.rows && answer.end == told.end &&
+                std::equal(fresh.begin(), fresh.begin() + answer.length, room.begin()),
+            "a read is answered by what the store holds");
   }
 
   static void check(const fcs::Answer &answer) {
