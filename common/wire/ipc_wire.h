@@ -68,8 +68,8 @@ struct FrameHeader {
   /** Of a reply: the result of FCS_OP_GETNEXT behind its last record, or behind the hidden VSANs
    *  that begin there, where that is known to be a failure; 0 otherwise. */
   int32_t end;
-  /** Of a request in a long series of exchanges: one more than the number of the processor that the
-   *  agent stays on meanwhile; 0 otherwise. */
+  /** Of a request: one more than the number of the agent's processor, where the service had better
+   *  run as well; 0 where the scheduler knows better. */
   uint32_t processor;
   char user[64]; ///< User name of the SNMP request, NUL-terminated, cut to 63 octets.
   /** Of a request for a row whose key begins with a VSAN: the VSANs that are of use, from its own

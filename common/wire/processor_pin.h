@@ -29,11 +29,14 @@ public:
   /** The processor that the thread is held on; -1 when it is not. */
   int number() const { return held_; }
 
+  /** Leaves alone what somebody else has allowed the thread meanwhile. */
   void release() {
-    if (held_ >= 0) {
-      held_ = -1;
+    cpu_set_t now;
+    if (held_ >= 0 && sched_getaffinity(0, sizeof(now), &now) == 0 && CPU_COUNT(&now) == 1 &&
+        CPU_ISSET(static_cast<size_t>(held_), &now)) {
       sched_setaffinity(0, sizeof(allowed_), &allowed_);
     }
+    held_ = -1;
   }
 
 private:

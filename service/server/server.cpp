@@ -227,14 +227,15 @@ void Server::answer_frame(Client &client, size_t length) {
   if (!send_message(client, &reply_, sizeof(reply_.header) + made.length)) {
     drop(client, "does not read its answers");
   }
+  if (client.purpose == ipc_wire::kExchange) {
+    follow(request_.header.processor);
+  }
 }
 
 Answer Server::answer(const Client &client, Octets payload) {
   const std::span<uint8_t> room(reply_.payload, client.reply_room);
-  if (client.purpose == ipc_wire::kExchange) {
-    follow(request_.header.processor);
-  }
   if (client.purpose == ipc_wire::kControl) {
+    processor_.release();
     return answer_control(payload);
   }
   if (request_.header.opcode == FCS_MSG_REQUEST) {
@@ -254,14 +255,15 @@ void Server::count_request(int32_t result, Clock::duration took) {
   longest_ = std::max(longest_, took);
 }
 
-/** Takes turns with an agent that stays on a processor, and lets the scheduler decide again. */
+/** Goes where the next request will come from, for which the agent has to stay somewhere. */
 void Server::follow(uint32_t processor) {
   const int there = static_cast<int>(processor) - 1;
   if (there < 0) {
     processor_.release();
-  } else if (there != processor_.number()) {
+  } else if (there != processor_.number() && there == agents_processor_) {
     processor_.hold(there);
   }
+  agents_processor_ = there;
 }
 
 Answer Server::answer_control(Octets payload) {

@@ -88,6 +88,7 @@ private:
   Clock::time_point started_;
   Clock::time_point accept_again_;
   ProcessorPin processor_;
+  int agents_processor_ = -1; ///< Number of that of the last request; -1 when unknown.
   ServiceManager manager_;
   uint64_t requests_ = 0;  ///< Of the agent, answered.
   uint64_t failed_ = 0;    ///< Of these, with an error; that there is no row is none.

@@ -1,10 +1,13 @@
-"""A fabric with more than 20,000 visible ports: every row once, and an agent that stays as it was."""
+"""A fabric with more than 20,000 visible ports: every row once, and an agent that stays as it was; a busy machine."""
 
 import json
+import os
+import subprocess
+import sys
 
 from fabric import expected_varbinds
 from lab import READER, ROOT, Lab
-from programs import footprint, run
+from programs import eventually, footprint, run
 from service import EXCHANGE, FCS, Client
 
 VARBINDS = 300_000
@@ -29,3 +32,19 @@ def test_every_row_once_and_no_growth(tmp_path):
         assert 30e6 < sum(len(client.record(FCS.OP_GETNEXT, FCS.REC_PORT, bytes(12), rows).payload)
                           for rows in range(900, 1600))
         assert footprint(lab.service)[1] - service < 20 * 1024, "the store's cache and what is kept are bounded"
+
+
+def test_where_no_processor_sleeps_the_scheduler_decides(tmp_path):
+    loops = [subprocess.Popen([sys.executable, "-c", "while True: pass"],
+                              preexec_fn=lambda: os.sched_setscheduler(0, os.SCHED_IDLE, os.sched_param(0)))
+             for _ in range(os.cpu_count())]
+    try:
+        with Lab(tmp_path / "lab") as lab:
+            anywhere = os.sched_getaffinity(0)
+            eventually(lambda: lab.walk(bulk=True) and os.sched_getaffinity(lab.service) == anywhere)
+            for _ in range(10):
+                assert lab.walk(bulk=True) and os.sched_getaffinity(lab.service) == anywhere
+    finally:
+        for loop in loops:
+            loop.kill()
+            loop.wait()

@@ -25,8 +25,7 @@ static std::string text_of(const ipc_wire::Frame &frame, size_t length, ipc_wire
   return "sent " + std::to_string(header.opcode) + "/" + std::to_string(header.flag) + " " +
          readable(payload) +
          (is_usual ? "" : " of " + readable(header.user) + "/" + std::to_string(header.session)) +
-         (header.rows == 1 ? "" : " for " + std::to_string(header.rows) + " rows") +
-         (header.processor == 0 ? "" : " on a processor");
+         (header.rows == 1 ? "" : " for " + std::to_string(header.rows) + " rows");
 }
 
 ServiceEnds::ServiceEnds() {

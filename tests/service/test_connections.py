@@ -144,3 +144,20 @@ def test_it_refuses_on_one_line_what_it_cannot_use(tmp_path):
         assert (status, output.partition("]: ")[2], (tmp_path / "s").exists()) == (1, f"{fault}\n", False)
     assert f"VERSION {run('fcsd', '--version')[1].split()[1]}" in (REPOSITORY / "CMakeLists.txt").read_text()
     assert run("fcsd", "--bogus")[0] == run("fcsd", "--time-scale", "0.5")[0] == 2
+
+
+def test_it_runs_where_its_agent_does(service):
+    def runs_at(processors):
+        return os.sched_getaffinity(service.process.pid) == processors
+
+    def asked_from(number):
+        return exchange.ask(FCS.MSG_REQUEST, FCS.OP_GET, words(FCS.REC_PORT_COUNT), processor=number + 1).result == FCS.OK
+
+    exchange, anywhere = service.client(), os.sched_getaffinity(service.process.pid)
+    for number in (min(anywhere), max(anywhere)):
+        eventually(lambda: asked_from(number) and runs_at({number}))
+    eventually(lambda: asked_from(-1) and runs_at(anywhere))
+    eventually(lambda: asked_from(min(anywhere)) and runs_at({min(anywhere)}))
+    assert service.status() and runs_at(anywhere), "what tools ask for may take long"
+    eventually(lambda: asked_from(min(anywhere)) and runs_at({min(anywhere)}))
+    eventually(lambda: runs_at(anywhere))

@@ -51,10 +51,10 @@ class Client(socket):
         assert header == [MAGIC, MARK, VERSION] and accepted == (reason[0] == 0)
         return reason.rstrip(b"\0").decode()
 
-    def ask(self, opcode, flag, payload=b"", rows=0, shown=b""):
+    def ask(self, opcode, flag, payload=b"", rows=0, shown=b"", processor=0):
         self.sequence += 1
         user = b'an operator\n"2\x7f'
-        self.send(HEADER.pack(self.sequence, opcode, flag, 0, 7, rows, 0, 0, user, shown) + payload)
+        self.send(HEADER.pack(self.sequence, opcode, flag, 0, 7, rows, 0, processor, user, shown) + payload)
         return self.reply(self.sequence, opcode)
 
     def reply(self, *repeated):

@@ -3,6 +3,7 @@
 #include "common/wire/processor_pin.h"
 #include "platform/agent_host.h"
 #include "platform/linux/settings/settings.h"
+#include "sleeping_processors.h"
 #include "writable_object.h"
 
 #include <algorithm>
@@ -190,8 +191,11 @@ long agent_request_number() {
 }
 
 uint32_t agent_request_processor() {
-  if (current == nullptr || current_is_read) {
+  if (current == nullptr) {
     return 0;
+  }
+  if (current_is_read) {
+    return processors_sleep() ? static_cast<uint32_t>(sched_getcpu() + 1) : 0;
   }
   if (++exchanges_of_binding == kManyExchanges) {
     own_processor.hold(sched_getcpu());

@@ -68,11 +68,11 @@ RowUse agent_request_row_use();
 bool agent_request_is_overdue();
 
 /**
- * To be called for each exchange with the service. In a SET that makes many, as for a discovery of
- * thousands of VSANs, the agent stays on its processor until the SET is done, so that the service
- * can take turns with it there: waking up another processor costs several times what an exchange
- * does.
- * \return one more than the number of that processor, or 0 while it may change.
+ * To be called for each exchange with the service: where the service had better run as well, as
+ * waking up another processor takes several times what an exchange does. For a read that is where
+ * the agent is, as long as the machine has processors that sleep. In a SET that makes many
+ * exchanges, as for a discovery of thousands of VSANs, the agent stays there until the SET is done.
+ * \return one more than the number of that processor, or 0 where the scheduler knows better.
  */
 uint32_t agent_request_processor();
 
