@@ -2,6 +2,7 @@
 
 #include "answer_order.h"
 #include "integer_words.h"
+#include "null_console.h"
 #include "platform/linux/request/agent_request.h"
 #include "write_guard.h"
 
@@ -42,6 +43,7 @@ int serve(netsnmp_mib_handler *handler, netsnmp_handler_registration *registrati
           netsnmp_agent_request_info *request_info, netsnmp_request_info *requests) {
   before_request();
   const ServedRequest scope(*request_info, requests, registration->contextName);
+  const NullConsole console(agent_request_number());
   if (MODE_IS_SET(request_info->mode)) {
     return serve_set(handler, registration, request_info, requests);
   }
