@@ -12,7 +12,7 @@ namespace fcs {
 Discovery::Discovery(FabricStore &store, NotificationQueue &notifications, double time_scale,
                      DiscoveryClock clock)
     : store_(store), notifications_(notifications), time_scale_(time_scale),
-      clock_(std::move(clock)), next_watch_(clock_.now()), retry_(next_watch_) {
+      clock_(std::move(clock)), next_look_(clock_.now()), looked_(next_look_), retry_(next_look_) {
   abandon_leftovers();
 }
 
@@ -125,7 +125,8 @@ void Discovery::run_due() {
   if (now < next_due()) {
     return;
   }
-  next_watch_ = now + kWatchInterval;
+  looked_ = now;
+  next_look_ = now + kLookInterval;
   try {
     store_.check_in_place();
     if (store_.commit_statuses()) {
@@ -139,23 +140,30 @@ void Discovery::run_due() {
       next_end_ = std::min(next_end_, running.ends);
     }
     fault_.clear();
+    if (is_told_of_changes_) {
+      next_look_ = DiscoveryClock::Steady::max();
+    }
   } catch (const SqliteError &error) {
     if (fault_ != error.what()) {
       fault_ = error.what();
       log_line("discovery cannot use the store %s: %s", store_.path().c_str(), error.what());
     }
-    retry_ = now + kWatchInterval;
+    retry_ = next_look_;
   }
 }
 
+void Discovery::store_may_have_changed() {
+  next_look_ = std::min(next_look_, looked_ + kLookInterval);
+}
+
 DiscoveryClock::Steady Discovery::next_due() const {
-  return std::max(std::min({next_watch_, next_end_, commit_by_}), retry_);
+  return std::max(std::min({next_look_, next_end_, commit_by_}), retry_);
 }
 
 /** Takes up what another program has made of the VSANs. */
 void Discovery::follow_store() {
-  const uint32_t version = store_.version();
-  if (version == followed_version_) {
+  const int64_t changes = store_.changes_of_others();
+  if (changes == followed_changes_) {
     return;
   }
   std::map<uint32_t, Running> in_progress;
@@ -174,7 +182,7 @@ void Discovery::follow_store() {
     }
   }
   running_ = std::move(in_progress);
-  followed_version_ = version;
+  followed_changes_ = changes;
   // Whoever has started them waits to hear of their end.
   for (const auto &[vsan, outcome] : ended) {
     announce_outcome(vsan, outcome);

@@ -35,8 +35,8 @@ struct DiscoveryClock {
  */
 class Discovery {
 public:
-  /** How often the store is looked at for changes by other programs. */
-  static constexpr std::chrono::seconds kWatchInterval{1};
+  /** How often at most the store is looked at for changes by other programs. */
+  static constexpr std::chrono::seconds kLookInterval{1};
   /** How long changed statuses wait for more of them, to be committed together. Meanwhile no other
    * program can write to the store; afterwards it is left to those that wait for this long. */
   static constexpr std::chrono::milliseconds kCommitInterval{100};
@@ -69,6 +69,11 @@ public:
   /** Announces a changed management address. FCS_ERR_UNKNOWN_VSAN. */
   FcsResult change_address(const FcsAddressNotif &change);
 
+  /** From now on the store is looked at when it may have changed, and no longer all the time. */
+  void expect_to_be_told() { is_told_of_changes_ = true; }
+  /** Another program may have changed the store. */
+  void store_may_have_changed();
+
   /** Ends what is due. A failure of the store is logged, and tried again later. */
   void run_due();
   /** When `run_due` has something to do next. */
@@ -94,10 +99,12 @@ private:
   double time_scale_;
   DiscoveryClock clock_;
   std::map<uint32_t, Running> running_; ///< By VSAN.
-  uint32_t followed_version_ = 0;
+  int64_t followed_changes_ = 0;        ///< Of others.
   /** No running discovery ends before; kept, as it is asked for with every message. */
   DiscoveryClock::Steady next_end_ = DiscoveryClock::Steady::max();
-  DiscoveryClock::Steady next_watch_;
+  bool is_told_of_changes_ = false;
+  DiscoveryClock::Steady next_look_; ///< At the store, for changes by others.
+  DiscoveryClock::Steady looked_;    ///< The last time.
   DiscoveryClock::Steady commit_by_ = DiscoveryClock::Steady::max(); ///< Changed statuses.
   DiscoveryClock::Steady retry_; ///< Nothing before this, after the store has failed.
   std::string fault_;            ///< With which the store fails; told once.

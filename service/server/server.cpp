@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstring>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
@@ -16,6 +17,8 @@ namespace fcs {
 
 namespace {
 
+/** After which the service leaves an agent's processor. */
+constexpr std::chrono::seconds kSilence{1};
 /** Clients beyond the limit that are kept only until they can be told so. */
 constexpr size_t kRefusedClients = 16;
 
@@ -56,7 +59,11 @@ std::string_view user_of(const ipc_wire::FrameHeader &header) {
 Server::Server(const Parts &parts, PeerPolicy policy)
     : listener_(parts.listener), store_(parts.store), discovery_(parts.discovery),
       configuration_(parts.configuration), notifications_(parts.notifications), policy_(policy),
-      started_(Clock::now()), accept_again_(started_) {}
+      started_(Clock::now()), accept_again_(started_) {
+  if (store_.watch().fd() >= 0) {
+    discovery_.expect_to_be_told();
+  }
+}
 
 void Server::run(int stop_fd) {
   for (;;) {
@@ -64,6 +71,8 @@ void Server::run(int stop_fd) {
     polled_.push_back({stop_fd, POLLIN, 0});
     const bool accepting = Clock::now() >= accept_again_;
     polled_.push_back({accepting ? listener_.fd() : -1, POLLIN, 0});
+    polled_.push_back({store_.watch().fd(), POLLIN, 0});
+    const size_t first_client = polled_.size();
     for (const Client &client : clients_) {
       const int events = client.outbox.empty() ? POLLIN : POLLIN | POLLOUT;
       polled_.push_back({client.fd.get(), static_cast<short>(events), 0});
@@ -82,9 +91,13 @@ void Server::run(int stop_fd) {
       return;
     }
     for (size_t i = 0; i < clients_.size(); ++i) {
-      if (polled_[i + 2].revents != 0) {
+      if (polled_[first_client + i].revents != 0) {
         serve(clients_[i]);
       }
+    }
+    if (polled_[2].revents != 0) {
+      store_.watch().take();
+      discovery_.store_may_have_changed();
     }
     drop_silent_clients();
     discovery_.run_due();
@@ -97,7 +110,8 @@ void Server::run(int stop_fd) {
   }
 }
 
-/** Until a client's time to greet is over, or discovery or the watchdog is due; milliseconds. */
+/** Until a client's time to greet is over, or discovery or the watchdog is due, or the agent that
+ * the service has gone to has been silent for a while; milliseconds, -1 for as long as it takes. */
 int Server::poll_timeout() const {
   const Clock::time_point now = Clock::now();
   Clock::time_point wake = std::min(discovery_.next_due(), manager_.next_due());
@@ -109,8 +123,14 @@ int Server::poll_timeout() const {
       wake = std::min(wake, client.greet_by);
     }
   }
+  if (processor_.number() >= 0) {
+    wake = std::min(wake, now + kSilence);
+  }
+  if (wake == Clock::time_point::max()) {
+    return -1;
+  }
   const auto wait = std::chrono::ceil<std::chrono::milliseconds>(wake - now);
-  return static_cast<int>(std::max(wait.count(), std::chrono::milliseconds::rep{0}));
+  return static_cast<int>(std::clamp<std::chrono::milliseconds::rep>(wait.count(), 0, INT_MAX));
 }
 
 void Server::drop_silent_clients() {

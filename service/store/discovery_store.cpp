@@ -12,8 +12,7 @@ DiscoveryStore::DiscoveryStore(FabricStore &store)
       end_completed_(store.database(), "UPDATE vsan SET status = 2, completed_seconds = ?2,"
                                        " completed_microseconds = ?3 WHERE id = ?1"),
       count_reject_(store.database(),
-                    "UPDATE vsan SET rejects = (rejects + 1) & 0xFFFFFFFF WHERE id = ?1"),
-      version_(store.database(), "PRAGMA data_version") {
+                    "UPDATE vsan SET rejects = (rejects + 1) & 0xFFFFFFFF WHERE id = ?1") {
   static_assert(FCS_DISCOVERY_IN_PROGRESS == 1 && FCS_DISCOVERY_COMPLETED == 2 &&
                 FCS_DISCOVERY_LOCAL_ONLY == 3);
   store.status_changes(); // What a killed service has left is taken up before anything else.
@@ -60,11 +59,6 @@ void DiscoveryStore::set_timeout(uint32_t seconds) {
   WriteTransaction transaction = write();
   store_.settings().set(Setting::kDiscoveryTimeout, seconds);
   transaction.commit();
-}
-
-uint32_t DiscoveryStore::version() {
-  auto rows = version_.run();
-  return rows.next() ? rows.word(0) : 0;
 }
 
 } // namespace fcs

@@ -46,8 +46,7 @@ public:
   /** Durable when it returns. */
   void set_timeout(uint32_t seconds);
 
-  /** Changes whenever another program has changed the store. */
-  uint32_t version();
+  int64_t changes_of_others() { return store_.changes_of_others(); }
 
   /** Throws SqliteError once the store has been deleted or replaced. */
   void check_in_place() const { store_.database().check_in_place(); }
@@ -55,7 +54,7 @@ public:
 
 private:
   FabricStore &store_;
-  Statement find_, in_progress_, end_local_only_, end_completed_, count_reject_, version_;
+  Statement find_, in_progress_, end_local_only_, end_completed_, count_reject_;
 };
 
 } // namespace fcs

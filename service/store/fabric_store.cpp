@@ -136,6 +136,14 @@ void FabricStore::watch_files() {
     paths.push_back(file_beside(path_, suffix));
   }
   database_->watch(paths);
+  paths.push_back(std::filesystem::path(paths[1]).parent_path().string());
+  watch_ = StoreWatch(std::span(paths).first(2), std::span(paths).subspan(2));
+}
+
+int64_t FabricStore::changes_of_others() {
+  Rows others = statements_->changes_of_others.run();
+  others.next();
+  return others.integer(0);
 }
 
 std::optional<StoreVersion> FabricStore::version() {
@@ -143,9 +151,7 @@ std::optional<StoreVersion> FabricStore::version() {
   if (sqlite3_txn_state(handle, "main") == SQLITE_TXN_WRITE) {
     return std::nullopt;
   }
-  Rows others = statements_->changes_of_others.run();
-  others.next();
-  return StoreVersion{sqlite3_total_changes64(handle), others.integer(0)};
+  return StoreVersion{sqlite3_total_changes64(handle), changes_of_others()};
 }
 
 WriteTransaction FabricStore::write() {

@@ -9,6 +9,7 @@
 #include "service_settings.h"
 #include "sqlite.h"
 #include "status_changes.h"
+#include "store_watch.h"
 
 #include <chrono>
 #include <cstdint>
@@ -26,7 +27,7 @@ constexpr char kStatusesSuffix[] = "-statuses";
 /** Tells apart what a store holds at different times. */
 struct StoreVersion {
   int64_t own_changes; ///< Rows that this process has changed.
-  int64_t others;      ///< Another one whenever another process has changed something.
+  int64_t others;      ///< FabricStore::changes_of_others().
 
   bool operator==(const StoreVersion &) const = default;
 };
@@ -52,8 +53,10 @@ public:
   /** The path of a file that belongs to the store at `path`, which may be a link to it. */
   static std::string file_beside(const std::string &path, const std::string &suffix);
 
-  /** From now on changes are refused once a file of the store has been deleted or replaced. */
+  /** From now on changes are refused once a file of the store has been deleted or replaced, and
+   *  watch() tells when that may be so, or anybody may have changed the store. */
   void watch_files();
+  const StoreWatch &watch() const { return watch_; }
   /** Whether none has. */
   bool in_place() const { return database_->in_place(); }
 
@@ -80,6 +83,8 @@ public:
   /** All rows, hidden ones included. */
   FabricTotals totals();
 
+  /** Another number whenever another process has changed something. */
+  int64_t changes_of_others();
   /** That of what is held now; none while a change of one's own is neither made nor undone. */
   std::optional<StoreVersion> version();
 
@@ -105,6 +110,7 @@ private:
   std::optional<FabricRows> rows_;
   std::optional<ServiceSettings> settings_;
   std::unique_ptr<StatusChanges> status_changes_;
+  StoreWatch watch_;
 };
 
 /** What a request is answered with when the store fails: FCS_ERR_STORE or FCS_ERR_STORE_GONE. */

@@ -1,6 +1,7 @@
 """Who may connect and how, what ends a connection, how the service starts and stops, and what it needs for that."""
 
 import os
+import re
 import signal
 import time
 from socket import SHUT_WR
@@ -161,3 +162,19 @@ def test_it_runs_where_its_agent_does(service):
     assert service.status() and runs_at(anywhere), "what tools ask for may take long"
     eventually(lambda: asked_from(min(anywhere)) and runs_at({min(anywhere)}))
     eventually(lambda: runs_at(anywhere))
+
+
+def test_nobody_wakes_it_for_nothing(service):
+    def wakes():
+        status = open(f"/proc/{service.process.pid}/status").read()
+        return int(re.search(r"^voluntary_ctxt_switches:\s+(\d+)", status, re.MULTILINE)[1])
+
+    def sleeps():
+        before = wakes()
+        time.sleep(2.5)
+        return wakes() == before
+
+    eventually(sleeps)
+    service.import_({"vsans": [{"id": 5, "discovery": {"status": "inProgress", "takesSeconds": 100}}]})
+    eventually(lambda: '"completed"' in service.text())
+    eventually(sleeps)
