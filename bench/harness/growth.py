@@ -66,7 +66,7 @@ def ports(programs, directory, rounds, seconds, progress):
 
         def contender(size, answers):
             def walk(number):
-                start = f"1.2.{1 + number * SIZES[size]['vsans'] // rounds}"
+                start = f"1.2.{1 + number % rounds * SIZES[size]['vsans'] // rounds}"
                 if answers == "kept":
                     return port_walk(labs[size], seconds, start=start, warm_up=2 * seconds)
                 with changing(labs[size]):
@@ -74,7 +74,7 @@ def ports(programs, directory, rounds, seconds, progress):
             return walk
 
         samples = measure.interleaved({(size, answers): contender(size, answers) for answers in ("kept", "anew")
-                                       for size in SIZES}, rounds, progress)
+                                       for size in SIZES}, 3 * rounds, progress)
         return samples, {size: {"agent": measure.resident_kib(lab.agent), "service": measure.resident_kib(lab.service)}
                          for size, lab in labs.items()}
     finally:
