@@ -25,13 +25,16 @@ public:
   FuzzStore &operator=(const FuzzStore &) = delete;
   ~FuzzStore() { sqlite3_close_v2(original_); }
 
-  /** Brings back the fabric described at first, if the store has been changed since. */
-  void restore() {
+  /** Brings back the fabric described at first, if the store has been changed since: without any
+   *  sign of a change, so that whoever remembers rows has to forget them if this returns true. */
+  bool restore() {
     sqlite3 *handle = store.database().handle();
-    if (sqlite3_total_changes(handle) != changes_) {
-      copy(original_, handle);
-      changes_ = sqlite3_total_changes(handle);
+    if (sqlite3_total_changes(handle) == changes_) {
+      return false;
     }
+    copy(original_, handle);
+    changes_ = sqlite3_total_changes(handle);
+    return true;
   }
 
   fcs::FabricStore store = open_nameless_store();
