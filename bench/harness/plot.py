@@ -70,8 +70,9 @@ def script(results):
         HEAD,
         by_mode(results, "rate", "Walking ports: speed", "varbinds a second"),
         by_mode(results, "agent_us", "Walking ports: cost", "agent CPU a varbind, µs"),
-        by_size(0, [(row["ports"], cost(row)) for row in results["ports"] if row["answers"] == "anew"], title="Cost by number of ports, GETBULK of 25",
-                x_label="ports", label="CPU of agent and service a varbind, µs", low="0", scale="unset logscale y"),
+        by_size(0, [(row["ports"], cost(row)) for row in results["ports"] if row["answers"] == "anew"],
+                title="Cost by number of ports, GETBULK of 25, answers made anew", x_label="ports",
+                label="CPU of agent and service a varbind, µs", low="0", scale="unset logscale y"),
         by_size(1, [(row["vsans"], row["ms"]) for row in results["starts"]], title="Starting discoveries",
                 x_label="VSANs", label="ms", low="*", scale="set logscale y"),
         "unset multiplot\n"))
