@@ -67,7 +67,7 @@ VsanStates choose_vsans(Session &session, const cli::VsanList &wanted) {
 class Discovery {
 public:
   Discovery(Context &context, const Options &options)
-      : context_(context), session_(context.session()), options_(options),
+      : session_(context.session()), options_(options),
         before_(choose_vsans(session_, options.vsans)), now_(before_), line_(context.progress) {
     for (const uint32_t vsan : vsans_of(before_)) {
       results_[vsan] = {};
@@ -247,7 +247,6 @@ private:
     }
   }
 
-  Context &context_;
   Session &session_;
   const Options &options_;
   VsanStates before_;

@@ -6,8 +6,6 @@ namespace snmpfcs {
 
 namespace {
 
-constexpr long kFirstException = SNMP_NOSUCHOBJECT;
-
 void add_binding(netsnmp_pdu &request, const Oid &name, const Binding &binding) {
   const auto add = [&](u_char type, const void *value, size_t length) {
     snmp_pdu_add_variable(&request, name.data(), name.size(), type, value, length);
