@@ -140,9 +140,7 @@ void Discovery::run_due() {
       next_end_ = std::min(next_end_, running.ends);
     }
     fault_.clear();
-    if (is_told_of_changes_) {
-      next_look_ = DiscoveryClock::Steady::max();
-    }
+    next_look_ = look_after(now);
   } catch (const SqliteError &error) {
     if (fault_ != error.what()) {
       fault_ = error.what();
@@ -153,7 +151,18 @@ void Discovery::run_due() {
 }
 
 void Discovery::store_may_have_changed() {
+  told_ = clock_.now();
   next_look_ = std::min(next_look_, looked_ + kLookInterval);
+}
+
+/** The next look after one that was made now. A change is told of when it is written, but cannot be
+ * seen before its writer's disk has it. */
+DiscoveryClock::Steady Discovery::look_after(DiscoveryClock::Steady now) const {
+  if (!is_told_of_changes_) {
+    return now + kLookInterval;
+  }
+  const auto pause = std::max<DiscoveryClock::Steady::duration>(now - told_, kLookInterval);
+  return pause > kLongestWrite ? DiscoveryClock::Steady::max() : now + pause;
 }
 
 DiscoveryClock::Steady Discovery::next_due() const {

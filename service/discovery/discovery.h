@@ -35,8 +35,10 @@ struct DiscoveryClock {
  */
 class Discovery {
 public:
-  /** How often at most the store is looked at for changes by other programs. */
+  /** How often at most the store is looked at because another program may have changed it. */
   static constexpr std::chrono::seconds kLookInterval{1};
+  /** How long after it was told of a change may still come: its writer waits for a disk. */
+  static constexpr std::chrono::minutes kLongestWrite{1};
   /** How long changed statuses wait for more of them, to be committed together. Meanwhile no other
    * program can write to the store; afterwards it is left to those that wait for this long. */
   static constexpr std::chrono::milliseconds kCommitInterval{100};
@@ -71,7 +73,7 @@ public:
 
   /** From now on the store is looked at when it may have changed, and no longer all the time. */
   void expect_to_be_told() { is_told_of_changes_ = true; }
-  /** Another program may have changed the store. */
+  /** Another program may have changed the store, or may be about to. */
   void store_may_have_changed();
 
   /** Ends what is due. A failure of the store is logged, and tried again later. */
@@ -88,6 +90,7 @@ private:
   Running run_from_now(double takes_seconds);
   void abandon_leftovers();
   void set_status(uint32_t vsan, FcsDiscoveryStatus status);
+  DiscoveryClock::Steady look_after(DiscoveryClock::Steady now) const;
   void follow_store();
   void end_due();
   FcsResult end(uint32_t vsan, FcsDiscoveryStatus outcome);
@@ -105,6 +108,7 @@ private:
   bool is_told_of_changes_ = false;
   DiscoveryClock::Steady next_look_; ///< At the store, for changes by others.
   DiscoveryClock::Steady looked_;    ///< The last time.
+  DiscoveryClock::Steady told_;      ///< That it may have changed, the last time.
   DiscoveryClock::Steady commit_by_ = DiscoveryClock::Steady::max(); ///< Changed statuses.
   DiscoveryClock::Steady retry_; ///< Nothing before this, after the store has failed.
   std::string fault_;            ///< With which the store fails; told once.

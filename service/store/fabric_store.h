@@ -54,7 +54,8 @@ public:
   static std::string file_beside(const std::string &path, const std::string &suffix);
 
   /** From now on changes are refused once a file of the store has been deleted or replaced, and
-   *  watch() tells when that may be so, or anybody may have changed the store. */
+   *  watch() tells when that may be so, or anybody may have changed the store; but not of a link, or
+   *  of a directory above theirs, that leads elsewhere now. */
   void watch_files();
   const StoreWatch &watch() const { return watch_; }
   /** Whether none has. */

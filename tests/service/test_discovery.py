@@ -1,5 +1,6 @@
 """Discoveries of VSANs and their ends, what a killed service leaves of them, and how notifications are delivered."""
 
+import json
 import resource
 import signal
 import subprocess
@@ -131,3 +132,18 @@ def test_notifications_wait_for_a_client_and_reach_every_one_that_reads(service)
         reader.expect(FCS.MSG_IP_ADDR_CHANGE, 1, number, 0)
     service.logs("does not read its notifications")
     assert service.status()["connections"] == {"exchange": 0, "notification": 1, "control": 2} and deaf
+
+
+def test_it_sees_a_change_that_waits_for_its_writers_disk(service):
+    log = service.store.with_name("fabric.db-wal")
+    before = log.stat()
+    writer = subprocess.Popen(command("fcsctl", "--store", service.store, "import", "-"), stdin=subprocess.PIPE, text=True)
+    with writer.stdin as description:
+        json.dump({"vsans": [{"id": 5, "discovery": {"status": "inProgress", "takesSeconds": 100}}]}, description)
+    while (log.stat().st_size, log.stat().st_mtime_ns) == (before.st_size, before.st_mtime_ns) and writer.poll() is None:
+        pass
+    writer.send_signal(signal.SIGSTOP)
+    time.sleep(2.5)
+    writer.send_signal(signal.SIGCONT)
+    assert writer.wait(20) == 0
+    service.logs("discovery of VSAN 5 is complete")
