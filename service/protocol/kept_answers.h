@@ -5,8 +5,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 namespace fcs {
@@ -34,7 +34,7 @@ private:
   void forget();
   void keep(const std::string &question, const Answer &answer, Octets records);
 
-  std::unordered_map<std::string, Kept> answers_;
+  std::map<std::string, Kept> answers_; ///< By all that they depend on: no question slows others.
   size_t size_ = 0;        ///< Octets of all that is kept.
   StoreVersion version_{}; ///< Of the store that they are true of.
 };
