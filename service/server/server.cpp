@@ -277,7 +277,7 @@ void Server::count_request(int32_t result, Clock::duration took) {
 
 /** Goes where the next request will come from, for which the agent has to stay somewhere. */
 void Server::follow(uint32_t processor) {
-  const int there = static_cast<int>(processor) - 1;
+  const auto there = static_cast<int>(processor - 1);
   if (there < 0) {
     processor_.release();
   } else if (there != processor_.number() && there == agents_processor_) {
