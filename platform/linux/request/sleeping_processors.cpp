@@ -6,6 +6,7 @@
 #include <chrono>
 #include <cstdio>
 #include <fcntl.h>
+#include <sched.h>
 #include <unistd.h>
 
 namespace {
@@ -32,6 +33,13 @@ Times times() {
   return {Seconds(up), Seconds(asleep)};
 }
 
+/** Those that others have to themselves may sleep, and be of no use. */
+bool may_run_anywhere() {
+  cpu_set_t allowed;
+  return sched_getaffinity(0, sizeof(allowed), &allowed) == 0 &&
+         CPU_COUNT(&allowed) == sysconf(_SC_NPROCESSORS_ONLN);
+}
+
 } // namespace
 
 bool processors_sleep() {
@@ -42,7 +50,8 @@ bool processors_sleep() {
   if (Clock::now() >= next_look) {
     next_look = Clock::now() + std::chrono::duration_cast<Clock::duration>(kBetweenLooks);
     const Times now = times();
-    sleep = now.asleep - before.asleep > (now.up - before.up) / 2;
+    sleep = now.up > before.up && now.asleep - before.asleep > (now.up - before.up) / 2 &&
+            may_run_anywhere();
     before = now;
   }
   return sleep;

@@ -4,6 +4,7 @@
 /**
  * Whether the machine's processors have slept of late for half of the time of one, or more. Waking
  * one up takes longer than an exchange with the service.
- * \return As of at most a tenth of a second ago; false where the system does not tell.
+ * \return As of at most a tenth of a second ago; false where the system does not tell, or keeps the
+ * agent to some of the processors.
  */
 bool processors_sleep();
