@@ -7,12 +7,13 @@
 
 namespace snmpfcs {
 
-struct Counter {
+/** An object by the key that it has in a report. */
+struct ShownObject {
   std::string_view key;
   std::string_view object;
 };
 
-inline constexpr Counter kCounters[] = {
+inline constexpr ShownObject kCounters[] = {
     {"rxGetReqs", "fcsRxGetReqs"},     {"txGetReqs", "fcsTxGetReqs"},
     {"rxRegReqs", "fcsRxRegReqs"},     {"txRegReqs", "fcsTxRegReqs"},
     {"rxDeregReqs", "fcsRxDeregReqs"}, {"txDeregReqs", "fcsTxDeregReqs"},

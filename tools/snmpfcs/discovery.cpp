@@ -24,8 +24,6 @@ constexpr auto kPollInterval = 500ms;
 
 enum Status { kInProgress = 1, kCompleted = 2, kLocalOnly = 3 };
 
-const Oid kSysUpTime = {1, 3, 6, 1, 2, 1, 1, 3, 0};
-
 struct VsanState {
   int64_t status;
   int64_t completed; ///< The agent's uptime in hundredths of a second; 0 for never.

@@ -163,6 +163,10 @@ const Object &object(std::string_view name) {
   return *found;
 }
 
+bool is_indexed_by_vsan_alone(const Object &column) {
+  return column.place.starts_with("1.1.6.") || column.place.starts_with("1.2.2.");
+}
+
 std::optional<int64_t> value_of(Terms terms, std::string_view word) {
   const auto found = std::ranges::find_if(terms, [word](const Term &term) {
     return term.word.size() == word.size() &&

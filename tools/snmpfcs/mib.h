@@ -46,6 +46,9 @@ extern const std::span<const Object> kObjects;
 /** The object of a name that stands in the program. */
 const Object &object(std::string_view name);
 
+/** Whether a column is of a table with at most one row for each VSAN, found by the VSAN alone. */
+bool is_indexed_by_vsan_alone(const Object &column);
+
 /** The value that a word names, upper case or not, and the word for a value; nothing if there is
  * none. */
 std::optional<int64_t> value_of(Terms terms, std::string_view word);

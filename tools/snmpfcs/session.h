@@ -44,6 +44,9 @@ struct Binding {
   Value value;
 };
 
+/** The agent's own instance: hundredths of a second since it started. */
+inline const Oid kSysUpTime = {1, 3, 6, 1, 2, 1, 1, 3, 0};
+
 using Answer = std::unique_ptr<netsnmp_pdu, decltype(&snmp_free_pdu)>;
 
 Value value_of(const netsnmp_variable_list &variable);

@@ -76,8 +76,6 @@ Cell completion(const Value &completed, const Value &uptime, bool for_people) {
                     : cli::utc_time_text(time_ns).substr(0, 19) + "Z";
 }
 
-const Oid kSysUpTime = {1, 3, 6, 1, 2, 1, 1, 3, 0};
-
 void show_vsans(Context &context, const ShowOptions &options) {
   show_rows(context, options, {{"vsan"}, {"status"}, {"completed"}},
             [&](Session &session, Report &report) {
@@ -261,7 +259,7 @@ void show_node_names(Context &context, const ShowOptions &options) {
 void show_statistics(Context &context, const ShowOptions &options) {
   std::vector<ReportColumn> columns = {{"vsan"}};
   std::vector<std::string_view> objects;
-  for (const Counter &counter : kCounters) {
+  for (const ShownObject &counter : kCounters) {
     columns.push_back({counter.key});
     objects.push_back(counter.object);
   }

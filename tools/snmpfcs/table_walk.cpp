@@ -33,8 +33,6 @@ public:
     for (const std::string_view name : names) {
       columns_.push_back({&object(name), session.oid_of(object(name)), {}});
     }
-    is_indexed_by_vsan_alone_ = columns_[0].object->place.starts_with("1.1.6.") ||
-                                columns_[0].object->place.starts_with("1.2.2.");
   }
 
   void run() {
@@ -51,7 +49,8 @@ private:
   /** Goes to the beginning of the range. */
   void seek() {
     if (range_ != end_ && range_->first > 0) {
-      const oid before = is_indexed_by_vsan_alone_ ? range_->first - 1 : range_->first;
+      const bool by_vsan_alone = is_indexed_by_vsan_alone(*columns_[0].object);
+      const oid before = by_vsan_alone ? range_->first - 1 : range_->first;
       at_ = std::max(at_, Oid{before});
     }
   }
@@ -202,7 +201,6 @@ private:
   Ranges::const_iterator range_;
   Ranges::const_iterator end_;
   std::vector<Column> columns_;
-  bool is_indexed_by_vsan_alone_ = false;
   size_t width_; ///< Columns of one request.
   size_t values_ = kValuesOfRequest;
   Oid at_; ///< The index behind which to go on.

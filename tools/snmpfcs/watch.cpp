@@ -64,7 +64,7 @@ struct Reading {
 
 Reading read_counts(Session &session, const Ranges &vsans) {
   std::vector<std::string_view> objects;
-  for (const Counter &counter : kCounters) {
+  for (const ShownObject &counter : kCounters) {
     objects.push_back(counter.object);
   }
   Reading reading{std::chrono::steady_clock::now(), {}};
@@ -86,7 +86,7 @@ Cell rate(int64_t before, int64_t after, double seconds) {
 void watch_statistics(Context &context, const Options &options) {
   const Ranges vsans = ranges_of(options.vsans);
   std::vector<ReportColumn> columns = {{"time"}, {"vsan"}};
-  for (const Counter &counter : kCounters) {
+  for (const ShownObject &counter : kCounters) {
     columns.push_back({counter.key});
   }
   std::optional<Report> report;
@@ -127,14 +127,14 @@ struct Port {
   }
 };
 
-constexpr Counter kPortColumns[] = {{"state", "fcsPortState"},
-                                    {"type", "fcsPortType"},
-                                    {"number", "fcsPortPhyPortNum"},
-                                    {"attachedList", "fcsPortAttachPortNameIndex"}};
+constexpr ShownObject kPortColumns[] = {{"state", "fcsPortState"},
+                                        {"type", "fcsPortType"},
+                                        {"number", "fcsPortPhyPortNum"},
+                                        {"attachedList", "fcsPortAttachPortNameIndex"}};
 
 std::vector<Port> read_ports(Session &session, const Ranges &vsans) {
   std::vector<std::string_view> objects;
-  for (const Counter &column : kPortColumns) {
+  for (const ShownObject &column : kPortColumns) {
     objects.push_back(column.object);
   }
   std::vector<Port> ports;
