@@ -35,8 +35,8 @@ private:
   void keep(const std::string &question, const Answer &answer, Octets records);
 
   std::map<std::string, Kept> answers_; ///< By all that they depend on: no question slows others.
-  size_t size_ = 0;        ///< Octets of all that is kept.
-  StoreVersion version_{}; ///< Of the store that they are true of.
+  size_t size_ = 0;                     ///< Octets of all that is kept.
+  StoreVersion version_{};              ///< Of the store that they are true of.
 };
 
 } // namespace fcs

@@ -53,9 +53,9 @@ public:
   /** The path of a file that belongs to the store at `path`, which may be a link to it. */
   static std::string file_beside(const std::string &path, const std::string &suffix);
 
-  /** From now on changes are refused once a file of the store has been deleted or replaced, and
-   *  watch() tells when that may be so, or anybody may have changed the store; but not of a link, or
-   *  of a directory above theirs, that leads elsewhere now. */
+  /** From now on changes are refused once a file of the store has been deleted or replaced. watch()
+   *  tells when that may be so or anybody may have changed the store, except where a link on the
+   *  way to it leads elsewhere now, or a directory above its own. */
   void watch_files();
   const StoreWatch &watch() const { return watch_; }
   /** Whether none has. */
