@@ -3,10 +3,12 @@
 #include "common/system/fd.h"
 #include "fabric_schema.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
+#include <string_view>
 #include <sys/stat.h>
 
 namespace fcs {
@@ -96,6 +98,14 @@ std::unique_ptr<Database> open_database(const std::string &path,
   }
 }
 
+/** SQLite writes elsewhere where a file system has no shared memory for its log. */
+bool has_log(Database &database) {
+  constexpr std::string_view kLog = "wal";
+  Statement mode(database, "PRAGMA journal_mode");
+  auto rows = mode.run();
+  return rows.next() && std::ranges::equal(rows.octets(0), kLog);
+}
+
 } // namespace
 
 FabricStore::Statements::Statements(Database &database)
@@ -110,7 +120,7 @@ FabricStore::Statements::Statements(Database &database)
 }
 
 FabricStore::FabricStore(const std::string &path, std::chrono::milliseconds busy_wait, Use use)
-    : path_(path), database_(open_database(path, busy_wait, use)) {
+    : path_(path), database_(open_database(path, busy_wait, use)), has_log_(has_log(*database_)) {
   statements_.emplace(*database_);
   rows_.emplace(*database_);
   settings_.emplace(*database_);
@@ -151,7 +161,8 @@ std::optional<StoreVersion> FabricStore::version() {
   if (sqlite3_txn_state(handle, "main") == SQLITE_TXN_WRITE) {
     return std::nullopt;
   }
-  return StoreVersion{sqlite3_total_changes64(handle), changes_of_others()};
+  const std::optional<WalHeader> log = has_log_ ? wal_header(handle) : std::nullopt;
+  return StoreVersion{sqlite3_total_changes64(handle), log, log ? 0 : changes_of_others()};
 }
 
 WriteTransaction FabricStore::write() {

@@ -10,6 +10,7 @@
 #include "sqlite.h"
 #include "status_changes.h"
 #include "store_watch.h"
+#include "wal_header.h"
 
 #include <chrono>
 #include <cstdint>
@@ -26,8 +27,9 @@ constexpr char kStatusesSuffix[] = "-statuses";
 
 /** Tells apart what a store holds at different times. */
 struct StoreVersion {
-  int64_t own_changes; ///< Rows that this process has changed.
-  int64_t others;      ///< FabricStore::changes_of_others().
+  int64_t own_changes;          ///< Rows that this process has changed.
+  std::optional<WalHeader> log; ///< Where the store has a log; the next is 0 then.
+  int64_t others;               ///< FabricStore::changes_of_others().
 
   bool operator==(const StoreVersion &) const = default;
 };
@@ -107,6 +109,7 @@ private:
 
   std::string path_;
   std::unique_ptr<Database> database_;
+  bool has_log_;
   std::optional<Statements> statements_;
   std::optional<FabricRows> rows_;
   std::optional<ServiceSettings> settings_;
