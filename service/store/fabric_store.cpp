@@ -98,7 +98,7 @@ std::unique_ptr<Database> open_database(const std::string &path,
   }
 }
 
-/** SQLite writes elsewhere where a file system has no shared memory for its log. */
+/** False where SQLite finds no shared memory for a log, and keeps a journal instead. */
 bool has_log(Database &database) {
   constexpr std::string_view kLog = "wal";
   Statement mode(database, "PRAGMA journal_mode");
@@ -120,7 +120,7 @@ FabricStore::Statements::Statements(Database &database)
 }
 
 FabricStore::FabricStore(const std::string &path, std::chrono::milliseconds busy_wait, Use use)
-    : path_(path), database_(open_database(path, busy_wait, use)), has_log_(has_log(*database_)) {
+    : path_(path), database_(open_database(path, busy_wait, use)) {
   statements_.emplace(*database_);
   rows_.emplace(*database_);
   settings_.emplace(*database_);
@@ -161,7 +161,10 @@ std::optional<StoreVersion> FabricStore::version() {
   if (sqlite3_txn_state(handle, "main") == SQLITE_TXN_WRITE) {
     return std::nullopt;
   }
-  const std::optional<WalHeader> log = has_log_ ? wal_header(handle) : std::nullopt;
+  if (!has_log_) {
+    has_log_ = has_log(*database_);
+  }
+  const std::optional<WalHeader> log = *has_log_ ? wal_header(handle) : std::nullopt;
   return StoreVersion{sqlite3_total_changes64(handle), log, log ? 0 : changes_of_others()};
 }
 

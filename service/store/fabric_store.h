@@ -109,7 +109,7 @@ private:
 
   std::string path_;
   std::unique_ptr<Database> database_;
-  bool has_log_;
+  std::optional<bool> has_log_; ///< Once it was asked for; it stays while the store is open.
   std::optional<Statements> statements_;
   std::optional<FabricRows> rows_;
   std::optional<ServiceSettings> settings_;
