@@ -50,7 +50,7 @@ void fcs_get_data(uint32_t record_id, uint32_t operation, const void *payload,
               reinterpret_cast<uint8_t *>(&first_word));
   const int printed_length = static_cast<int>(received);
   FCS_DETAIL_VALUES("%s:len = %d val = %d \n", printed_length, first_word);
-  printf("len = %d val = %d\n", printed_length, first_word);
+  fcs_print("len = %d val = %d\n", printed_length, first_word);
   std::copy_n(octets, received, static_cast<uint8_t *>(answer));
   free(response);
 }

@@ -23,6 +23,12 @@ struct LineEnd {
   char *at;
   char *limit;
 
+  void append(char character) {
+    if (at < limit) {
+      *at++ = character;
+    }
+  }
+
   void append(const char *text, size_t length) {
     length = std::min(length, static_cast<size_t>(limit - at));
     memcpy(at, text, length);
@@ -36,28 +42,24 @@ struct LineEnd {
  * \return false for a line with anything else.
  */
 bool format_plain(LineEnd &line, const char *format, va_list arguments) {
-  while (true) {
-    const auto literal = static_cast<size_t>(strchrnul(format, '%') - format);
-    line.append(format, literal);
-    format += literal;
-    if (*format == '\0') {
-      return true;
-    }
-    if (format[1] == 's') {
+  for (; *format != '\0'; ++format) {
+    if (*format != '%') {
+      line.append(*format);
+    } else if (*++format == 's') {
       const char *text = va_arg(arguments, const char *);
       if (text == nullptr) {
         return false;
       }
       line.append(text, strlen(text));
-    } else if (format[1] == 'd') {
+    } else if (*format == 'd') {
       char digits[std::numeric_limits<int>::digits10 + 2];
       const char *last = std::to_chars(digits, std::end(digits), va_arg(arguments, int)).ptr;
       line.append(digits, static_cast<size_t>(last - digits));
     } else {
       return false;
     }
-    format += 2;
   }
+  return true;
 }
 
 /** \return the characters of the line, at most `room` - 1 of them. */
@@ -87,4 +89,13 @@ void fcs_trace_history(FcsTraceLevel level, const char *format, ...) {
   record.text[length] = '\0';
   trace_hist_event(FCS_TRACE_MODULE,
                    static_cast<uint32_t>(offsetof(HistoryRecord, text) + length + 1), &record);
+}
+
+void fcs_print(const char *format, ...) {
+  char line[TRACE_TEXT_ROOM];
+  va_list arguments;
+  va_start(arguments, format);
+  const size_t length = format_line(line, sizeof(line), format, arguments);
+  va_end(arguments);
+  fwrite(line, 1, length, stdout);
 }
